@@ -1,0 +1,184 @@
+#include "settings/TnGlobal.h"
+
+#include "support/CodePage.h"
+#include "support/CommonConst.h"
+#include "support/IniText.h"
+#include "support/Platform.h"
+#include "support/StringLib.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QSaveFile>
+
+namespace {
+QString g_defaultPrinter;
+bool g_fileMissing = false;
+} // namespace
+
+void TnGlobal::SetDefaultPrinterName(const QString &name)
+{
+    g_defaultPrinter = name;
+}
+
+bool TnGlobal::SettingsFileMissing()
+{
+    return g_fileMissing;
+}
+
+TnGlobal::TnGlobal(const QString &programFolder)
+    : m_path(QDir(programFolder).filePath(QStringLiteral("Tarnell.glo")))
+{
+    g_fileMissing = !QFileInfo::exists(m_path);
+    SetDefaults();
+    GloRead();
+}
+
+TnGlobal::~TnGlobal()
+{
+    if (m_changed)
+        GLOWrite();
+}
+
+void TnGlobal::SetDefaults()
+{
+    m_version = Zelvat::VersionText();
+    m_useGlobalMsgNum = 1;
+    m_printerName = g_defaultPrinter.isEmpty() ? QStringLiteral("No Printers Defined") : g_defaultPrinter;
+    m_ptrOrient = 1;
+    m_ptrCopies = 1;
+    m_ptrDuplex = 1;
+    m_runFlag = true;
+    m_profSave = 1;
+    m_folderLabels = QStringLiteral("Folder 1|Folder 2|Folder 3|Folder 4|Folder 5");
+    m_lstFontSize = QStringLiteral("9");
+}
+
+bool TnGlobal::setUseGlobalMsgNum(qint32 v)
+{
+    if (v < -32768 || v > 32767)
+        return false;
+    m_useGlobalMsgNum = qint16(v);
+    m_changed = true;
+    return true;
+}
+
+qint16 TnGlobal::LstFontSize() const
+{
+    return qint16(StringLib::ToInteger(m_lstFontSize, -32768, 32767, QString(), nullptr).value_or(0));
+}
+
+void TnGlobal::fail(const QString &operation, const QString &errorText)
+{
+    m_lastError = errorText;
+    EventLog::current().error(m_lastError + QStringLiteral("; TnGlobal:") + operation + QStringLiteral(", FileName = ")
+                              + m_path + QStringLiteral(", Step = ") + QString::number(m_step));
+}
+
+void TnGlobal::GloRead()
+{
+    if (g_fileMissing) {
+        m_step = 4;
+        m_changed = true;
+        SetDefaults();
+        GLOWrite();
+        return;
+    }
+    m_step = 1;
+    QString buffer;
+    QString error;
+    m_step = 2;
+    if (!ReadSettingsFile(m_path, &buffer, &error)) {
+        fail(QStringLiteral("GloRead"), RunError::make(RunError::DeviceIoError, error).text());
+        return;
+    }
+    if (!buffer.contains(QLatin1Char('='))) {
+        GLOWrite();
+        return;
+    }
+    m_step = 3;
+    QString fileVersion;
+    for (const IniLine &l : ParseIniLines(buffer)) {
+        static const QStringList keys = {
+            QStringLiteral("Version"), QStringLiteral("UseGlobalMsgNum"), QStringLiteral("PrinterName"),
+            QStringLiteral("PtrOrient"), QStringLiteral("PtrCopies"), QStringLiteral("PtrDuplex"),
+            QStringLiteral("ProfSave"), QStringLiteral("FolderLabels"), QStringLiteral("LstFontSize"),
+        };
+        const int k = int(keys.indexOf(l.key));
+        if (k < 0)
+            continue;
+        if (!l.hasValue) {
+            fail(QStringLiteral("GloRead"),
+                 RunError::make(RunError::SubscriptOutOfRange, QStringLiteral("line %1: %2 has no \"=\"").arg(l.number).arg(l.key))
+                     .text());
+            return;
+        }
+        qint16 *number = nullptr;
+        switch (k) {
+        case 0: fileVersion = l.value; continue;
+        case 2: m_printerName = l.value; continue;
+        case 7: m_folderLabels = l.value; continue;
+        case 8: m_lstFontSize = l.value; continue;
+        case 1: number = &m_useGlobalMsgNum; break;
+        case 3: number = &m_ptrOrient; break;
+        case 4: number = &m_ptrCopies; break;
+        case 5: number = &m_ptrDuplex; break;
+        case 6: number = &m_profSave; break;
+        }
+        RunError convError;
+        const auto v = StringLib::ToInteger(l.value, -32768, 32767,
+                                            QStringLiteral("line %1: %2=%3").arg(l.number).arg(l.key, l.value), &convError);
+        if (!v) {
+            fail(QStringLiteral("GloRead"), convError.text());
+            return;
+        }
+        *number = qint16(*v);
+    }
+    // A file written by another version is rewritten with this program's version stamp.
+    if (fileVersion != Zelvat::VersionText())
+        m_changed = true;
+}
+
+QByteArray TnGlobal::FileContent() const
+{
+    const QString text = QStringLiteral("[GENERAL VARIABLES]\r\n")
+        + QStringLiteral("Version=") + m_version + QStringLiteral("\r\n")
+        + QStringLiteral("UseGlobalMsgNum=") + QString::number(m_useGlobalMsgNum) + QStringLiteral("\r\n")
+        + QStringLiteral("ProfSave=") + QString::number(m_profSave) + QStringLiteral("\r\n")
+        + QStringLiteral("\r\n")
+        + QStringLiteral("[LOCAL PRINTER]\r\n")
+        + QStringLiteral("PrinterName=") + m_printerName + QStringLiteral("\r\n")
+        + QStringLiteral("PtrOrient=") + QString::number(m_ptrOrient) + QStringLiteral("\r\n")
+        + QStringLiteral("PtrCopies=") + QString::number(m_ptrCopies) + QStringLiteral("\r\n")
+        + QStringLiteral("PtrDuplex=") + QString::number(m_ptrDuplex) + QStringLiteral("\r\n")
+        + QStringLiteral("FolderLabels=") + m_folderLabels + QStringLiteral("\r\n")
+        + QStringLiteral("LstFontSize=") + m_lstFontSize + QStringLiteral("\r\n");
+    return CodePage::encode(text);
+}
+
+void TnGlobal::GLOWrite()
+{
+    if (!m_changed)
+        return;
+    // Steps 101 and 102 (look for the old file, delete it) fall away: the old file is replaced
+    // in one step by the complete new one, so an interrupted write never leaves it missing.
+    m_step = 103;
+    QSaveFile file(m_path);
+    if (!file.open(QIODevice::WriteOnly)) {
+        fail(QStringLiteral("GLOWrite"), RunError::fromFile(file).text());
+        return;
+    }
+    m_step = 104;
+    const QByteArray content = FileContent();
+    if (file.write(content) != content.size()) {
+        const RunError error = RunError::fromFile(file);
+        file.cancelWriting();
+        fail(QStringLiteral("GLOWrite"), error.text());
+        return;
+    }
+    m_step = 105;
+    if (!file.commit()) {
+        fail(QStringLiteral("GLOWrite"), RunError::fromFile(file).text());
+        return;
+    }
+    m_changed = false;
+}

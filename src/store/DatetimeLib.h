@@ -1,0 +1,22 @@
+#pragma once
+
+#include <QDateTime>
+#include <QString>
+
+// Date and time pieces of event numbers, save stamps, the session log and the clocks.
+// All in local time; month names are English whatever the locale.
+namespace DatetimeLib {
+
+// The present local date and time. Tests may fix it with setFixedNow.
+QDateTime Now();
+void setFixedNow(const QDateTime &when); // an invalid QDateTime returns to the real clock
+
+QString Year();                      // "yy" of today: 26
+QString Day();                       // day of the year of today as "000": 005, 326
+QString Yymmdd(const QDateTime &t);  // 261122
+QString Hhmm(const QDateTime &t);    // 1405 (24-hour)
+QString Clock(const QDateTime &t);   // 14:05:09 (24-hour)
+QString LogStamp(const QDateTime &t);   // 22-Nov-26 14:05:09
+QString WriteStamp(const QDateTime &t); // "yyy:hhmmss": two-digit year, day of year, ":", 140509
+
+} // namespace DatetimeLib

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <QString>
+#include <optional>
+
+class ZelvatIni;
+class ZelvatMsg;
+
+// The event number and message identifier of a new report:
+//   event number        Lid + yy + day of year ("000") + "." + counter ("000")
+//   message identifier  Lid + "-" + counter ("000")
+struct EventPair {
+    QString eventNumber;
+    QString messageId;
+};
+
+namespace EventNumbers {
+
+// Takes the next counter from the station settings (advancing and saving them) and builds the
+// pair from it. A counter whose report file already exists is passed over. nullopt, with the
+// reason for the operator in `why`, when the location identifier cannot be part of a file name
+// or no counter can be taken; no number is used up then.
+std::optional<EventPair> NewEventPair(ZelvatIni &ini, const ZelvatMsg &store, QString *why);
+
+// The pair for a given counter, with today's date.
+EventPair PairFor(const QString &lid, qint16 counter);
+
+} // namespace EventNumbers

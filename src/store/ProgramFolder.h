@@ -1,0 +1,20 @@
+#pragma once
+
+#include <QString>
+
+// The program folder: where the station file, the suite's global file, the message folder
+// "msg.d", the session logs "logs" and the guide "docs" live.
+namespace ProgramFolder {
+
+// The executable's folder when it is writable (a portable installation beside the suite);
+// otherwise the per-user data folder.
+QString Resolve(const QString &executableFolder);
+
+// Creates the folder with its "msg.d" and "logs" sub-folders where missing. False, with the
+// reason in `why`, when one cannot be created.
+bool Prepare(const QString &folder, QString *why);
+
+// The station settings file of a program folder: folder + "/Zelvatcts.ini".
+QString StationFile(const QString &folder);
+
+} // namespace ProgramFolder

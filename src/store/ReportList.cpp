@@ -1,0 +1,100 @@
+#include "store/ReportList.h"
+
+#include "store/ZelvatMsg.h"
+#include "support/CommonConst.h"
+
+#include <QDate>
+#include <QTime>
+#include <algorithm>
+
+namespace ReportList {
+
+const QStringList &Headers()
+{
+    static const QStringList headers = {
+        QStringLiteral("Idx"), QStringLiteral("State"), QStringLiteral("Event ID"), QStringLiteral("Type"),
+        QStringLiteral("Issue"), QStringLiteral("Location"), QStringLiteral("City"), QStringLiteral("Date/Time"),
+    };
+    return headers;
+}
+
+QString DateTimeCell(const QString &adt, const QString &atm)
+{
+    return adt.mid(2, 2) + QLatin1Char('/') + adt.mid(4, 2) + QLatin1Char('/') + adt.mid(0, 2) + QLatin1Char(' ')
+        + atm.mid(0, 2) + QLatin1Char(':') + atm.mid(2, 2);
+}
+
+QList<Row> Build(ZelvatMsg &reader, int folder)
+{
+    QList<Row> rows;
+    const QStringList names = reader.FileNames();
+    rows.reserve(names.size());
+    for (const QString &name : names) {
+        reader.Load(name);
+        const qint16 state = reader.AST();
+        if (folder != Zelvat::StateAll && state != folder)
+            continue;
+        Row row;
+        row.state = state;
+        row.cells = {name,
+                     Zelvat::StateName(state),
+                     reader.EID(),
+                     reader.TYP(),
+                     reader.ISS(),
+                     reader.AD1(),
+                     reader.CTY(),
+                     DateTimeCell(reader.ADT(), reader.ATM())};
+        rows.append(std::move(row));
+    }
+    return rows;
+}
+
+void Sort(QList<Row> &rows, int column, Qt::SortOrder order)
+{
+    if (column < 0 || column >= ColumnCount)
+        return;
+    std::sort(rows.begin(), rows.end(), [column, order](const Row &a, const Row &b) {
+        int c = QString::compare(a.cells[column], b.cells[column], Qt::CaseInsensitive);
+        if (c == 0)
+            c = QString::compare(a.cells[Idx], b.cells[Idx], Qt::CaseSensitive);
+        return order == Qt::AscendingOrder ? c < 0 : c > 0;
+    });
+}
+
+double ChronoValue(const QString &cell)
+{
+    // "MM/dd/yy HH:mm", parsed field by field so that the system's date order plays no part.
+    if (cell.size() != 14 || cell[2] != QLatin1Char('/') || cell[5] != QLatin1Char('/') || cell[8] != QLatin1Char(' ')
+        || cell[11] != QLatin1Char(':'))
+        return 0;
+    const auto number = [&cell](int at) {
+        bool ok = false;
+        const int v = cell.mid(at, 2).toInt(&ok);
+        return (ok && cell[at].isDigit() && cell[at + 1].isDigit()) ? v : -1;
+    };
+    const int month = number(0), day = number(3), yy = number(6), hour = number(9), minute = number(12);
+    if (month < 0 || day < 0 || yy < 0 || hour < 0 || minute < 0)
+        return 0;
+    // Two-digit years 00-29 are 2000-2029, 30-99 are 1930-1999.
+    const QDate date(yy < 30 ? 2000 + yy : 1900 + yy, month, day);
+    const QTime time(hour, minute);
+    if (!date.isValid() || !time.isValid())
+        return 0;
+    return double(QDate(1899, 12, 30).daysTo(date)) + time.msecsSinceStartOfDay() / 86400000.0;
+}
+
+void SortChronological(QList<Row> &rows, Qt::SortOrder order)
+{
+    std::stable_sort(rows.begin(), rows.end(), [order](const Row &a, const Row &b) {
+        const double va = ChronoValue(a.cells[DateTime]);
+        const double vb = ChronoValue(b.cells[DateTime]);
+        return order == Qt::AscendingOrder ? va < vb : va > vb;
+    });
+}
+
+QString ItemsText(qsizetype count)
+{
+    return QStringLiteral("Items: ") + QString::number(count);
+}
+
+} // namespace ReportList

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <QList>
+#include <QString>
+#include <QStringList>
+#include <Qt>
+#include <array>
+
+class ZelvatMsg;
+
+// The rows of the report list, built from the message folder for one folder code, and their
+// orders. The main window shows them; the headless client prints them.
+namespace ReportList {
+
+enum Column { Idx, State, EventId, Type, Issue, Location, City, DateTime, ColumnCount };
+
+struct Row {
+    std::array<QString, ColumnCount> cells; // Idx, State, Event ID, Type, Issue, Location, City, Date/Time
+    qint16 state = 0;
+};
+
+// "Idx", "State", "Event ID", "Type", "Issue", "Location", "City", "Date/Time"
+const QStringList &Headers();
+
+// The Date/Time cell: month/day/year hours:minutes taken from ADT (yymmdd) and ATM (hhmm),
+// "03/07/09 14:05"; only the separators "// :" when both are empty.
+QString DateTimeCell(const QString &adt, const QString &atm);
+
+// One row per report file of the folder whose state equals `folder` (every report for 0, All),
+// in the order the folder lists the files. Each file is loaded through `reader`; a report that
+// fails to load gets a row of what the loader left in the record.
+QList<Row> Build(ZelvatMsg &reader, int folder);
+
+// Orders rows by the text of one column, ignoring case; rows of equal text keep the order of
+// their Idx, so that the same folder always lists the same way.
+void Sort(QList<Row> &rows, int column, Qt::SortOrder order);
+
+// The default order of a freshly built list: by City, ascending.
+inline void SortDefault(QList<Row> &rows) { Sort(rows, City, Qt::AscendingOrder); }
+
+// The chronological value of a Date/Time cell read as month/day/year hours:minutes: days since
+// 30 December 1899 plus the fraction of the day; 0 for a cell that is no valid date and time.
+double ChronoValue(const QString &cell);
+
+// Orders rows by the chronological value of their Date/Time cells.
+void SortChronological(QList<Row> &rows, Qt::SortOrder order);
+
+// "Items: 5"
+QString ItemsText(qsizetype count);
+
+} // namespace ReportList

@@ -1,0 +1,29 @@
+#include "store/SaveStamps.h"
+
+#include "settings/ZelvatIni.h"
+#include "store/DatetimeLib.h"
+#include "store/ZelvatMsg.h"
+
+void ApplySaveStamps(ZelvatMsg &msg, const ZelvatIni &station, const QDateTime &now)
+{
+    msg.setUID(station.Uid);
+    msg.setULO(station.Loc);
+    msg.setADT(DatetimeLib::Yymmdd(now));
+    msg.setATM(DatetimeLib::Hhmm(now));
+}
+
+QString EscapeBreaks(const QString &text)
+{
+    QString v = text;
+    v.replace(QStringLiteral("\r\n"), QStringLiteral("\\n"));
+    v.replace(QLatin1Char('\r'), QStringLiteral("\\n"));
+    v.replace(QLatin1Char('\n'), QStringLiteral("\\n"));
+    return v;
+}
+
+QString UnescapeBreaks(const QString &text)
+{
+    QString v = text;
+    v.replace(QStringLiteral("\\n"), QStringLiteral("\r\n"));
+    return v;
+}

@@ -1,0 +1,409 @@
+#include "store/ZelvatMsg.h"
+
+#include "store/DatetimeLib.h"
+#include "store/SaveStamps.h"
+#include "support/CodePage.h"
+#include "support/CommonConst.h"
+#include "support/Platform.h"
+#include "support/StringLib.h"
+
+#include <QDir>
+#include <QDirIterator>
+#include <QFile>
+#include <QFileInfo>
+#include <QSaveFile>
+
+namespace {
+
+using Key = ZelvatMsg::Key;
+
+constexpr char kKeyNames[ZelvatMsg::KeyCount][4] = {
+    "TYP", "EID", "MID", "ISS", "AD1", "CTY", "AD2", "LAS", "DTL", "RPN", "RPA", "RPP", "RPC", "AGE", "GDR",
+    "CON", "BRE", "PIN", "PDE", "WEA", "DOT", "VDE", "VDP", "VDS", "UID", "ULO", "AST", "ADT", "ATM",
+};
+
+// A report file is a few hundred bytes. Anything far larger is not a report, and reading it
+// whole would only slow the list down; the same goes for a single line of that size.
+constexpr qint64 kMaxFileBytes = 1024 * 1024;
+constexpr qsizetype kMaxLineBytes = 64 * 1024;
+
+constexpr Key kGeneralKeys[] = {Key::TYP, Key::EID, Key::MID, Key::ISS, Key::AD1, Key::CTY, Key::AD2,
+                                Key::LAS, Key::DTL, Key::RPN, Key::RPA, Key::RPP, Key::RPC};
+constexpr Key kMedKeys[] = {Key::AGE, Key::GDR, Key::CON, Key::BRE};
+constexpr Key kFireKeys[] = {Key::PIN};
+constexpr Key kLawKeys[] = {Key::PDE, Key::WEA, Key::DOT, Key::VDE, Key::VDP, Key::VDS};
+constexpr Key kAdminKeys[] = {Key::UID, Key::ULO, Key::AST, Key::ADT, Key::ATM};
+
+constexpr quint32 packKey(const char *k)
+{
+    return quint32(quint8(k[0])) << 16 | quint32(quint8(k[1])) << 8 | quint8(k[2]);
+}
+
+// The field of a key (blanks already trimmed), compared case-sensitively; -1 for none.
+int fieldOf(QByteArrayView key)
+{
+    static constexpr auto packed = [] {
+        std::array<quint32, ZelvatMsg::KeyCount> p {};
+        for (int i = 0; i < ZelvatMsg::KeyCount; ++i)
+            p[i] = packKey(kKeyNames[i]);
+        return p;
+    }();
+    if (key.size() != 3)
+        return -1;
+    const quint32 k = packKey(key.data());
+    for (int i = 0; i < ZelvatMsg::KeyCount; ++i) {
+        if (packed[i] == k)
+            return i;
+    }
+    return -1;
+}
+
+QByteArrayView trimBlanks(QByteArrayView v)
+{
+    while (!v.isEmpty() && v.front() == ' ')
+        v = v.sliced(1);
+    while (!v.isEmpty() && v.back() == ' ')
+        v.chop(1);
+    return v;
+}
+
+} // namespace
+
+const std::array<Key, ZelvatMsg::KeyCount> &ZelvatMsg::AllKeys()
+{
+    static const std::array<Key, KeyCount> keys = [] {
+        std::array<Key, KeyCount> k {};
+        for (int i = 0; i < KeyCount; ++i)
+            k[i] = static_cast<Key>(i);
+        return k;
+    }();
+    return keys;
+}
+
+QString ZelvatMsg::KeyName(Key key)
+{
+    return QString::fromLatin1(kKeyNames[index(key)]);
+}
+
+bool ZelvatMsg::IsIntegerKey(Key key)
+{
+    return key == Key::RPC || key == Key::CON || key == Key::BRE || key == Key::AST;
+}
+
+ZelvatMsg::ZelvatMsg(const QString &programFolder)
+    : m_folder(QDir(programFolder).filePath(QStringLiteral("msg.d")))
+{
+}
+
+QString ZelvatMsg::PathFor(const QString &name) const
+{
+    return m_folder + QLatin1Char('/') + StringLib::TrimBlanks(name) + QStringLiteral(".911");
+}
+
+bool ZelvatMsg::IsSafeName(const QString &name)
+{
+    const QString n = StringLib::TrimBlanks(name);
+    if (n.isEmpty() || n.contains(QLatin1Char('/')) || n.contains(QLatin1Char('\\')) || n.contains(QStringLiteral("..")))
+        return false;
+    for (QChar c : n) {
+        if (c.unicode() < 0x20)
+            return false;
+    }
+    return true;
+}
+
+QString ZelvatMsg::Text(Key key) const
+{
+    return StringLib::TrimBlanks(m_text[index(key)]);
+}
+
+void ZelvatMsg::SetText(Key key, const QString &value)
+{
+    m_text[index(key)] = StringLib::TrimBlanks(value);
+}
+
+void ZelvatMsg::Clear()
+{
+    for (QString &t : m_text)
+        t.clear();
+    m_number.fill(0);
+}
+
+void ZelvatMsg::fail(const RunError &error, const QString &operation, const QString &path, const QString &message)
+{
+    m_lastError = error.text();
+    const QString prefix = operation == QLatin1String("Load") ? QStringLiteral("Zelvat:") : QStringLiteral("Tn911:");
+    EventLog::current().error(m_lastError + QStringLiteral("; ") + prefix + operation + QStringLiteral(", FileName = ")
+                              + path + QStringLiteral(", Step = ") + QString::number(m_step));
+    notify(QStringLiteral("Tn911:") + operation + QStringLiteral(", Step=") + QString::number(m_step)
+           + QStringLiteral("\r\n") + message + QStringLiteral("\r\nError=") + error.text());
+}
+
+bool ZelvatMsg::Load(const QString &name)
+{
+    const QString trimmed = StringLib::TrimBlanks(name);
+    if (trimmed.isEmpty())
+        return false;
+    const QString path = PathFor(trimmed);
+    const auto failLoad = [&](const RunError &error) {
+        fail(error, QStringLiteral("Load"), path, QStringLiteral("Problems loading ") + path + QStringLiteral(", please try again"));
+    };
+
+    Clear();
+    m_step = 1;
+    if (!IsSafeName(trimmed)) {
+        failLoad(RunError::make(RunError::BadFileName, QStringLiteral("the name would reach outside the message folder")));
+        return false;
+    }
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered)) {
+        if (!file.exists())
+            return false; // no such report: not an error
+        failLoad(RunError::fromFile(file));
+        return false;
+    }
+
+    m_step = 2;
+    const qint64 size = file.size();
+    if (size > kMaxFileBytes) {
+        failLoad(RunError::make(RunError::InvalidFileFormat,
+                            QStringLiteral("the file holds %1 bytes, a report file at most %2").arg(size).arg(kMaxFileBytes)));
+        return false;
+    }
+    QByteArray data(size, Qt::Uninitialized);
+    const qint64 got = file.read(data.data(), size);
+    if (got < 0) {
+        failLoad(RunError::fromFile(file));
+        return false;
+    }
+    data.truncate(got);
+    file.close();
+
+    // Lines end at CR LF, a lone CR or a lone LF. Any other control character but the tab
+    // marks a file that is no report (binary data).
+    qsizetype pos = 0;
+    int lineNo = 0;
+    const qsizetype n = data.size();
+    const char *bytes = data.constData();
+    while (pos < n) {
+        qsizetype end = pos;
+        bool control = false;
+        for (; end < n; ++end) {
+            const auto b = static_cast<unsigned char>(bytes[end]);
+            if (b >= 0x20 && b != 0x7F)
+                continue;
+            if (b == '\r' || b == '\n')
+                break;
+            if (b != '\t')
+                control = true;
+        }
+        const QByteArrayView line(bytes + pos, end - pos);
+        pos = end + ((end + 1 < n && bytes[end] == '\r' && bytes[end + 1] == '\n') ? 2 : 1);
+        ++lineNo;
+
+        m_step = 2;
+        if (line.startsWith("[END]"))
+            break;
+        if (line.isEmpty())
+            continue;
+        if (line.size() > kMaxLineBytes || control) {
+            const QString why = line.size() > kMaxLineBytes
+                ? QStringLiteral("line %1 is %2 bytes long; this is not a report file").arg(lineNo).arg(line.size())
+                : QStringLiteral("line %1 holds control characters; this is not a report file").arg(lineNo);
+            failLoad(RunError::make(RunError::InvalidFileFormat, why));
+            return false;
+        }
+        const qsizetype eq = line.indexOf('=');
+        const int field = fieldOf(trimBlanks(eq < 0 ? line : line.first(eq)));
+        if (field < 0)
+            continue;
+        m_step = 3;
+        const QLatin1StringView keyName(kKeyNames[field]);
+        if (eq < 0) {
+            failLoad(RunError::make(RunError::SubscriptOutOfRange,
+                                QStringLiteral("line %1: %2 has no \"=\" and no value").arg(lineNo).arg(keyName)));
+            return false;
+        }
+        const QString value = CodePage::decode(line.sliced(eq + 1));
+        const Key key = static_cast<Key>(field);
+        if (IsIntegerKey(key)) {
+            const auto number = StringLib::ToInteger(value, -32768, 32767, QString(), nullptr);
+            if (!number) {
+                RunError error;
+                StringLib::ToInteger(value, -32768, 32767, QStringLiteral("line %1: %2=%3").arg(lineNo).arg(keyName, value),
+                                     &error);
+                failLoad(error);
+                return false;
+            }
+            m_number[field] = qint16(*number);
+        } else {
+            m_text[field] = value;
+        }
+    }
+    m_step = 5;
+    return true;
+}
+
+QByteArray ZelvatMsg::FileContent(const QString &writeStamp) const
+{
+    QByteArray out;
+    out.reserve(768);
+    auto line = [&out](QByteArrayView bytes) {
+        out += bytes;
+        out += "\r\n";
+    };
+    auto fields = [&](auto const &keys) {
+        for (Key k : keys) {
+            out += kKeyNames[index(k)];
+            out += '=';
+            if (IsIntegerKey(k))
+                out += QByteArray::number(m_number[index(k)]);
+            else // a line break inside a value would split its line: it goes out as the "\n" escape
+                out += CodePage::encode(EscapeBreaks(m_text[index(k)]));
+            out += "\r\n";
+        }
+    };
+    const QString typ = m_text[index(Key::TYP)];
+    line("[911 DEFINITION]");
+    line("Version=" + CodePage::encode(writeStamp));
+    fields(kGeneralKeys);
+    if (typ.contains(QLatin1String("MED"))) {
+        line("[MED DEFINITION]");
+        fields(kMedKeys);
+    }
+    if (typ.contains(QLatin1String("FIRE"))) {
+        line("[FIRE DEFINITION]");
+        fields(kFireKeys);
+    }
+    if (typ.contains(QLatin1String("LAW"))) {
+        line("[LAW DEFINITION]");
+        fields(kLawKeys);
+    }
+    if (typ.contains(QLatin1String("LGOV")))
+        line("[LGOV DEFINITION]");
+    line("[ADMIN DEFINITION]");
+    fields(kAdminKeys);
+    line("[END]");
+    return out;
+}
+
+bool ZelvatMsg::writeFile(const QString &path)
+{
+    const QString problem = QStringLiteral("Problems saving '") + path + QStringLiteral("', please try again");
+    const QString stamp = Zelvat::VersionText() + QLatin1Char('/') + DatetimeLib::WriteStamp(DatetimeLib::Now());
+
+    // The old file is not deleted before the new one is written: the new content goes to a
+    // temporary file beside it, which replaces the old one only once it is complete.
+    const QFileInfo info(path);
+    m_step = 2;
+    if (!info.dir().exists()) {
+        fail(RunError::make(RunError::PathNotFound, QStringLiteral("the message folder %1 does not exist").arg(m_folder)),
+             QStringLiteral("Fadd"), path, problem);
+        return false;
+    }
+    if (info.exists() && !(info.permissions() & QFileDevice::WriteOwner)) {
+        fail(RunError::make(RunError::PathFileAccessError, QStringLiteral("the report file is read-only")),
+             QStringLiteral("Fadd"), path, problem);
+        return false;
+    }
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly)) {
+        fail(RunError::fromFile(file), QStringLiteral("Fadd"), path, problem);
+        return false;
+    }
+    m_step = 3;
+    const QByteArray content = FileContent(stamp);
+    if (file.write(content) != content.size()) {
+        const RunError error = RunError::fromFile(file);
+        file.cancelWriting();
+        fail(error, QStringLiteral("Fadd"), path, problem);
+        return false;
+    }
+    m_step = 4;
+    if (!file.commit()) {
+        fail(RunError::fromFile(file), QStringLiteral("Fadd"), path, problem);
+        return false;
+    }
+    return true;
+}
+
+bool ZelvatMsg::Fadd()
+{
+    const QString eid = EID();
+    if (!IsSafeName(eid)) {
+        m_step = 1;
+        const QString path = PathFor(eid);
+        fail(RunError::make(RunError::BadFileName,
+                            eid.isEmpty() ? QStringLiteral("the report has no event number")
+                                          : QStringLiteral("the event number %1 would reach outside the message folder").arg(eid)),
+             QStringLiteral("Fadd"), path, QStringLiteral("Problems saving '") + path + QStringLiteral("', please try again"));
+        return false;
+    }
+    return writeFile(PathFor(eid));
+}
+
+QString ZelvatMsg::Fdelete(const QString &name, qint16 state)
+{
+    const QString path = PathFor(name);
+    m_step = 1;
+    if (!IsSafeName(name)) {
+        fail(RunError::make(RunError::BadFileName, QStringLiteral("the name would reach outside the message folder")),
+             QStringLiteral("Fdelete"), path, QStringLiteral("Problems deleting ") + path + QStringLiteral(", please try again"));
+        return QStringLiteral("0");
+    }
+    if (state == Zelvat::StateDeleted) {
+        QFile file(path);
+        if (file.exists() && !file.remove()) {
+            fail(RunError::fromFile(file), QStringLiteral("Fdelete"), path,
+                 QStringLiteral("Problems deleting ") + path + QStringLiteral(", please try again"));
+            return QStringLiteral("0");
+        }
+        return QStringLiteral("-1");
+    }
+    // A report that cannot be read whole is left alone rather than rewritten with less than it
+    // held. The marked report goes back into the file it came from, whatever its EID says.
+    if (!Load(name))
+        return QStringLiteral("0");
+    setAST(Zelvat::StateDeleted);
+    return writeFile(path) ? QStringLiteral("-1") : QStringLiteral("0");
+}
+
+QStringList ZelvatMsg::FileNames() const
+{
+    QStringList names;
+    QDirIterator it(m_folder, QDir::Files | QDir::Hidden);
+    while (it.hasNext()) {
+        it.next();
+        QString rest = it.fileName();
+        if (!rest.endsWith(QLatin1String(".911")))
+            continue;
+        rest.remove(QStringLiteral(".911"));
+        if (StringLib::TrimBlanks(rest).isEmpty()) {
+            EventLog::current().error(QStringLiteral("Tn911:BuildFileList, detected, excluded an extent-only '.911' file"));
+            continue;
+        }
+        if (rest.contains(QLatin1Char('\r')) || rest.contains(QLatin1Char('\n'))) {
+            EventLog::current().error(QStringLiteral("Tn911:BuildFileList, excluded a file whose name holds a line break: ")
+                                      + it.filePath());
+            continue;
+        }
+        names.append(rest);
+    }
+    return names;
+}
+
+QString ZelvatMsg::BuildFileList() const
+{
+    return FileNames().join(QStringLiteral("\r\n"));
+}
+
+bool ZelvatMsg::Exists(const QString &name) const
+{
+    return FileNames().contains(StringLib::TrimBlanks(name));
+}
+
+bool ZelvatMsg::IsReadOnly(const QString &name) const
+{
+    const QFileInfo info(PathFor(name));
+    return info.exists() && !(info.permissions() & QFileDevice::WriteOwner);
+}

@@ -1,0 +1,123 @@
+#pragma once
+
+#include "support/RunError.h"
+
+#include <QString>
+#include <QStringList>
+#include <array>
+
+// One incident report: its 29 fields, and the operations on its ".911" file in the message
+// folder (program folder + "/msg.d"). It is the only code that reads, writes, deletes and
+// lists report files.
+class ZelvatMsg {
+public:
+    // The fields in the order of their lines in a report file.
+    enum class Key : int {
+        TYP, EID, MID, ISS, AD1, CTY, AD2, LAS, DTL, RPN, RPA, RPP, RPC, AGE, GDR,
+        CON, BRE, PIN, PDE, WEA, DOT, VDE, VDP, VDS, UID, ULO, AST, ADT, ATM,
+    };
+    static constexpr int KeyCount = 29;
+    static const std::array<Key, KeyCount> &AllKeys();
+    static QString KeyName(Key key);
+    static bool IsIntegerKey(Key key); // RPC, CON, BRE, AST: 16-bit integers
+
+    // The record of reports of `programFolder`/msg.d. Fields start empty and 0.
+    explicit ZelvatMsg(const QString &programFolder);
+
+    QString MessageFolder() const { return m_folder; }
+    // folder + "/" + the name with blanks trimmed + ".911"
+    QString PathFor(const QString &name) const;
+
+    // Every text field empty, every integer field 0.
+    void Clear();
+
+    // Reads the report `name` into the record. False without a word when the name is blank
+    // or no such file exists; false after telling the operator and the event log when the
+    // file cannot be read or holds a line that is no report line.
+    bool Load(const QString &name);
+
+    // Writes the record whole to the file named by its EID. The old file is replaced in one
+    // step, so a failed or interrupted save leaves it as it was.
+    bool Fadd();
+
+    // Deletes the report `name`: in state 8 (Deleted) its file is removed; in any other state
+    // it is loaded, marked 8 and saved back into the same file. Returns "-1" on completion,
+    // "0" when the report could not be read or written.
+    QString Fdelete(const QString &name, qint16 state);
+
+    // The report names of the message folder (file names without ".911"), separated by CR LF,
+    // in the order the folder lists them.
+    QString BuildFileList() const;
+    // The same names as a list, for walking a large folder.
+    QStringList FileNames() const;
+
+    // True when the file list holds `name` (blanks trimmed) exactly.
+    bool Exists(const QString &name) const;
+    // True when the file of `name` exists and is write-protected.
+    bool IsReadOnly(const QString &name) const;
+
+    // Whether `name` keeps its file inside the message folder: not empty, and no "/", "\"
+    // or "..". A name that fails is refused by every file operation.
+    static bool IsSafeName(const QString &name);
+
+    QString LastError() const { return m_lastError; }
+    int Step() const { return m_step; }
+
+    // Generic access. Text getters trim blanks; setters store the value trimmed.
+    QString Text(Key key) const;
+    QString RawText(Key key) const { return m_text[index(key)]; }
+    void SetText(Key key, const QString &value);
+    qint16 Number(Key key) const { return m_number[index(key)]; }
+    void SetNumber(Key key, qint16 value) { m_number[index(key)] = value; }
+
+    // The property pairs, one per field (RPC has none: only Load sets it and only Fadd writes it).
+#define ZELVAT_TEXT_PROPERTY(K) \
+    QString K() const { return Text(Key::K); } \
+    void set##K(const QString &v) { SetText(Key::K, v); }
+    ZELVAT_TEXT_PROPERTY(TYP)
+    ZELVAT_TEXT_PROPERTY(ISS)
+    ZELVAT_TEXT_PROPERTY(AD1)
+    ZELVAT_TEXT_PROPERTY(AD2)
+    ZELVAT_TEXT_PROPERTY(CTY)
+    ZELVAT_TEXT_PROPERTY(LAS)
+    ZELVAT_TEXT_PROPERTY(DTL)
+    ZELVAT_TEXT_PROPERTY(RPN)
+    ZELVAT_TEXT_PROPERTY(RPA)
+    ZELVAT_TEXT_PROPERTY(RPP)
+    ZELVAT_TEXT_PROPERTY(AGE)
+    ZELVAT_TEXT_PROPERTY(GDR)
+    ZELVAT_TEXT_PROPERTY(PIN)
+    ZELVAT_TEXT_PROPERTY(PDE)
+    ZELVAT_TEXT_PROPERTY(WEA)
+    ZELVAT_TEXT_PROPERTY(DOT)
+    ZELVAT_TEXT_PROPERTY(VDE)
+    ZELVAT_TEXT_PROPERTY(VDP)
+    ZELVAT_TEXT_PROPERTY(VDS)
+    ZELVAT_TEXT_PROPERTY(UID)
+    ZELVAT_TEXT_PROPERTY(ULO)
+    ZELVAT_TEXT_PROPERTY(ADT)
+    ZELVAT_TEXT_PROPERTY(ATM)
+    ZELVAT_TEXT_PROPERTY(EID)
+    ZELVAT_TEXT_PROPERTY(MID)
+#undef ZELVAT_TEXT_PROPERTY
+    qint16 CON() const { return Number(Key::CON); }
+    void setCON(qint16 v) { SetNumber(Key::CON, v); }
+    qint16 BRE() const { return Number(Key::BRE); }
+    void setBRE(qint16 v) { SetNumber(Key::BRE, v); }
+    qint16 AST() const { return Number(Key::AST); }
+    void setAST(qint16 v) { SetNumber(Key::AST, v); }
+
+    // The bytes Fadd writes for this record, with the given write stamp after "Version=".
+    QByteArray FileContent(const QString &writeStamp) const;
+
+private:
+    static constexpr int index(Key key) { return static_cast<int>(key); }
+    bool writeFile(const QString &path);
+    void fail(const RunError &error, const QString &operation, const QString &path, const QString &message);
+
+    QString m_folder;
+    std::array<QString, KeyCount> m_text;
+    std::array<qint16, KeyCount> m_number {};
+    int m_step = 0;
+    QString m_lastError;
+};

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+#include <QStringView>
+
+// The 8-bit code page of every file and of the wire: Windows-1252.
+// Report files, the station file, the session log and the envelope sent to the message
+// server are all single-byte text; the program works on QString and converts at the edges.
+namespace CodePage {
+
+// Bytes of `text`; a character the code page cannot hold becomes "?".
+QByteArray encode(QStringView text);
+
+// Text of `bytes`. Every byte maps to a character, so decoding never fails.
+QString decode(QByteArrayView bytes);
+
+// True when every character of `text` has a byte of its own in the code page.
+bool canEncode(QStringView text);
+
+// The distinct characters of `text` that the code page cannot hold, in order of appearance.
+QString unencodable(QStringView text);
+
+} // namespace CodePage

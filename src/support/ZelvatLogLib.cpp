@@ -1,0 +1,97 @@
+#include "support/ZelvatLogLib.h"
+
+#include "store/DatetimeLib.h"
+#include "support/CodePage.h"
+#include "support/CommonConst.h"
+#include "support/Platform.h"
+#include "support/RunError.h"
+#include "support/StringLib.h"
+
+#include <QDir>
+#include <QFile>
+
+namespace {
+
+QString g_logPath;
+bool g_enabled = false;
+
+const QString kSeparator(51, QLatin1Char('-'));
+
+// Appends the given lines, each followed by CR LF; on failure fills `error`.
+bool appendLines(const QStringList &lines, RunError *error)
+{
+    QFile file(g_logPath);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Append)) {
+        *error = RunError::fromFile(file);
+        return false;
+    }
+    QByteArray bytes;
+    for (const QString &line : lines) {
+        bytes += CodePage::encode(line);
+        bytes += "\r\n";
+    }
+    if (file.write(bytes) != bytes.size() || !file.flush()) {
+        *error = RunError::fromFile(file);
+        return false;
+    }
+    file.close();
+    return true;
+}
+
+} // namespace
+
+namespace ZelvatLogLib {
+
+void SetupLog(const QString &programFolder, bool writeHeader)
+{
+    g_enabled = false;
+    const QDateTime now = DatetimeLib::Now();
+    g_logPath = QDir(programFolder).filePath(QStringLiteral("logs/Zelvat_") + DatetimeLib::Yymmdd(now)
+                                             + QStringLiteral(".log"));
+    QStringList header;
+    if (writeHeader) {
+        header << kSeparator
+               << DatetimeLib::LogStamp(now) + QStringLiteral(": Zelvat v") + Zelvat::VersionText()
+               << kSeparator;
+    }
+    RunError error;
+    if (!appendLines(header, &error)) {
+        notify(QStringLiteral("SetupLog Error ") + error.text() + QStringLiteral("Could not start Pembrel logging"));
+        return;
+    }
+    g_enabled = true;
+}
+
+void WriteLogLine(const QString &text)
+{
+    if (!g_enabled)
+        return;
+    QString body = text;
+    body.remove(QStringLiteral("\r\n"));
+    const QString line = StringLib::TrimBlanks(DatetimeLib::LogStamp(DatetimeLib::Now()) + QStringLiteral(": ")
+                                               + StringLib::TrimBlanks(body));
+    RunError error;
+    if (!appendLines({line}, &error)) {
+        g_enabled = false;
+        notify(QStringLiteral("SetupLog Error ") + error.text()
+               + QStringLiteral("; Could not write to the session log file; disabled session logging"));
+    }
+}
+
+bool LoggingEnabled()
+{
+    return g_enabled;
+}
+
+QString LogPath()
+{
+    return g_logPath;
+}
+
+void ResetLog()
+{
+    g_enabled = false;
+    g_logPath.clear();
+}
+
+} // namespace ZelvatLogLib

@@ -1,0 +1,179 @@
+#include "Cli.h"
+
+#include "settings/ZelvatIni.h"
+#include "store/DatetimeLib.h"
+#include "store/EventNumbers.h"
+#include "store/ReportList.h"
+#include "store/SaveStamps.h"
+#include "store/ZelvatMsg.h"
+#include "support/CodePage.h"
+#include "support/CommonConst.h"
+#include "support/StringLib.h"
+
+#include <QHash>
+
+using Key = ZelvatMsg::Key;
+
+int CmdList(Cli &cli, const QStringList &args)
+{
+    static const QHash<QString, int> folders = {
+        {QStringLiteral("all"), Zelvat::StateAll},       {QStringLiteral("ready"), Zelvat::StateReady},
+        {QStringLiteral("draft"), Zelvat::StateDraft},   {QStringLiteral("submitted"), Zelvat::StateSubmitted},
+        {QStringLiteral("deleted"), Zelvat::StateDeleted},
+    };
+    if (args.size() > 1 || (args.size() == 1 && !folders.contains(args[0]))) {
+        Cli::Err(QStringLiteral("usage: zelvatcts-cli [--home DIR] list [all|ready|draft|submitted|deleted]"));
+        return Cli::Usage;
+    }
+    const int folder = args.isEmpty() ? int(Zelvat::StateReady) : folders.value(args[0]);
+    QList<ReportList::Row> rows = ReportList::Build(cli.Store(), folder);
+    ReportList::SortDefault(rows);
+    QByteArray out;
+    for (const ReportList::Row &row : std::as_const(rows)) {
+        for (int c = 0; c < ReportList::ColumnCount; ++c) {
+            if (c > 0)
+                out += '\t';
+            out += CodePage::encode(row.cells[c]);
+        }
+        out += '\n';
+    }
+    out += CodePage::encode(ReportList::ItemsText(rows.size())) + '\n';
+    Cli::OutBytes(out);
+    return Cli::Success;
+}
+
+int CmdShow(Cli &cli, const QStringList &args)
+{
+    if (args.size() != 1) {
+        Cli::Err(QStringLiteral("usage: zelvatcts-cli [--home DIR] show NAME"));
+        return Cli::Usage;
+    }
+    if (const int check = cli.CheckReport(args[0]))
+        return check;
+    ZelvatMsg &msg = cli.Store();
+    if (!msg.Load(args[0]))
+        return Cli::Usage; // the loader has said what is wrong with the file
+    QByteArray out;
+    for (Key k : ZelvatMsg::AllKeys()) {
+        const QString value = ZelvatMsg::IsIntegerKey(k) ? QString::number(msg.Number(k)) : msg.Text(k);
+        out += CodePage::encode(ZelvatMsg::KeyName(k) + QLatin1Char('=') + value) + '\n';
+    }
+    Cli::OutBytes(out);
+    return Cli::Success;
+}
+
+int CmdNextEvent(Cli &cli, const QStringList &args)
+{
+    if (!args.isEmpty()) {
+        Cli::Err(QStringLiteral("usage: zelvatcts-cli [--home DIR] next-event"));
+        return Cli::Usage;
+    }
+    QString why;
+    const auto pair = EventNumbers::NewEventPair(cli.Station(), cli.Store(), &why);
+    if (!pair) {
+        Cli::Err(why);
+        return Cli::Failure;
+    }
+    Cli::Out(pair->eventNumber + QLatin1Char('\t') + pair->messageId);
+    return Cli::Success;
+}
+
+namespace {
+
+// The fields a new report takes from --set: those the report form lets the operator fill.
+// The event pair, the save stamps and the state are the program's own.
+const QList<Key> &settableKeys()
+{
+    static const QList<Key> keys = {Key::TYP, Key::ISS, Key::AD1, Key::AD2, Key::CTY, Key::LAS, Key::DTL,
+                                    Key::RPN, Key::RPA, Key::RPP, Key::AGE, Key::GDR, Key::CON, Key::BRE,
+                                    Key::PIN, Key::PDE, Key::WEA, Key::DOT, Key::VDE, Key::VDP, Key::VDS};
+    return keys;
+}
+
+} // namespace
+
+int CmdNew(Cli &cli, const QStringList &args)
+{
+    const QString usage = QStringLiteral("usage: zelvatcts-cli [--home DIR] new [--set KEY=VALUE]...");
+    ZelvatMsg &msg = cli.Store();
+    msg.Clear();
+    // An unanswered medical question is -1, as the form saves it.
+    msg.setCON(-1);
+    msg.setBRE(-1);
+
+    // Every argument is checked before a number is taken, so a typing mistake wastes none.
+    for (int i = 0; i < args.size(); ++i) {
+        if (args[i] != QLatin1String("--set") || i + 1 >= args.size()) {
+            Cli::Err(usage);
+            return Cli::Usage;
+        }
+        const QString assignment = args[++i];
+        const qsizetype eq = assignment.indexOf(QLatin1Char('='));
+        const QString keyName = eq < 0 ? assignment : assignment.left(eq);
+        const QString value = eq < 0 ? QString() : assignment.mid(eq + 1);
+        const auto found = std::find_if(settableKeys().begin(), settableKeys().end(),
+                                        [&](Key k) { return ZelvatMsg::KeyName(k) == keyName; });
+        if (eq < 0 || found == settableKeys().end()) {
+            Cli::Err(QStringLiteral("--set %1: the key must be one of TYP ISS AD1 AD2 CTY LAS DTL RPN RPA RPP AGE GDR CON "
+                                    "BRE PIN PDE WEA DOT VDE VDP VDS, followed by \"=\" and the value")
+                         .arg(assignment));
+            return Cli::Usage;
+        }
+        const Key key = *found;
+        if (!CodePage::canEncode(value)) {
+            Cli::Err(QStringLiteral("--set %1: the characters \"%2\" cannot be stored in a report file")
+                         .arg(keyName, CodePage::unencodable(value)));
+            return Cli::Usage;
+        }
+        if (ZelvatMsg::IsIntegerKey(key)) {
+            const auto answer = StringLib::ToInteger(value, -1, 1, keyName, nullptr);
+            if (!answer) {
+                Cli::Err(QStringLiteral("--set %1: %2 is 1 (yes), 0 (no) or -1 (not answered)").arg(assignment, keyName));
+                return Cli::Usage;
+            }
+            msg.SetNumber(key, qint16(*answer));
+            continue;
+        }
+        const bool multiLine = key == Key::DTL || key == Key::PDE;
+        if (!multiLine && (value.contains(QLatin1Char('\r')) || value.contains(QLatin1Char('\n')))) {
+            Cli::Err(QStringLiteral("--set %1: only DTL and PDE may hold line breaks").arg(keyName));
+            return Cli::Usage;
+        }
+        msg.SetText(key, multiLine ? EscapeBreaks(value) : value);
+    }
+
+    QString why;
+    const auto pair = EventNumbers::NewEventPair(cli.Station(), msg, &why);
+    if (!pair) {
+        Cli::Err(why);
+        return Cli::Failure;
+    }
+    msg.setEID(pair->eventNumber);
+    msg.setMID(pair->messageId);
+    msg.setAST(Zelvat::StateDraft);
+    ApplySaveStamps(msg, cli.Station(), DatetimeLib::Now());
+    if (!msg.Fadd())
+        return Cli::Failure;
+    Cli::Out(pair->eventNumber);
+    return Cli::Success;
+}
+
+int CmdDelete(Cli &cli, const QStringList &args)
+{
+    if (args.size() != 1) {
+        Cli::Err(QStringLiteral("usage: zelvatcts-cli [--home DIR] delete NAME"));
+        return Cli::Usage;
+    }
+    const QString name = args[0];
+    if (const int check = cli.CheckReport(name))
+        return check;
+    ZelvatMsg &msg = cli.Store();
+    if (!msg.Load(name))
+        return Cli::Usage;
+    const qint16 state = msg.AST();
+    if (msg.Fdelete(name, state) != QLatin1String("-1"))
+        return Cli::Failure;
+    Cli::Out(state == Zelvat::StateDeleted ? QStringLiteral("%1 removed").arg(StringLib::TrimBlanks(name))
+                                           : QStringLiteral("%1 marked Deleted").arg(StringLib::TrimBlanks(name)));
+    return Cli::Success;
+}

@@ -1,0 +1,79 @@
+// zelvatcts-cli: the report store and the message server link without a window, for scripts,
+// batch resending after an outage, and end-to-end tests.
+
+#include "Cli.h"
+
+#include "store/ProgramFolder.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFileInfo>
+
+namespace {
+
+struct Command {
+    const char *name;
+    int (*run)(Cli &, const QStringList &);
+};
+
+const Command kCommands[] = {
+    {"list", CmdList},
+    {"show", CmdShow},
+    {"next-event", CmdNextEvent},
+    {"new", CmdNew},
+    {"delete", CmdDelete},
+};
+
+int usage()
+{
+    Cli::Err(QStringLiteral(
+        "usage: zelvatcts-cli [--home DIR] COMMAND [ARGS]\n"
+        "  list [all|ready|draft|submitted|deleted]   the report list of a folder (default: ready)\n"
+        "  show NAME                                  the 29 fields of a report\n"
+        "  next-event                                 take the next event number: EID TAB MID\n"
+        "  new [--set KEY=VALUE]...                   create a Draft report; prints its event number\n"
+        "  delete NAME                                delete a report as the report list does"));
+    return Cli::Usage;
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    QCoreApplication app(argc, argv);
+    QStringList args = app.arguments().mid(1);
+
+    QString home;
+    const qsizetype at = args.indexOf(QStringLiteral("--home"));
+    if (at >= 0) {
+        if (at + 1 >= args.size())
+            return usage();
+        home = args[at + 1];
+        args.remove(at, 2);
+        if (!QFileInfo(home).isDir()) {
+            Cli::Err(QStringLiteral("--home %1: no such folder").arg(home));
+            return Cli::Usage;
+        }
+        home = QFileInfo(home).absoluteFilePath();
+    } else {
+        home = ProgramFolder::Resolve(QCoreApplication::applicationDirPath());
+    }
+    if (args.isEmpty())
+        return usage();
+
+    QString why;
+    if (!ProgramFolder::Prepare(home, &why)) {
+        Cli::Err(why);
+        return Cli::Failure;
+    }
+
+    const QString name = args.takeFirst();
+    for (const Command &command : kCommands) {
+        if (name == QLatin1String(command.name)) {
+            Cli cli(home);
+            return command.run(cli, args);
+        }
+    }
+    Cli::Err(QStringLiteral("unknown command: %1").arg(name));
+    return usage();
+}
