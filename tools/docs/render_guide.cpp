@@ -1,0 +1,43 @@
+// render_guide: turns the operator's quick-start guide from Markdown into the PDF the Help
+// menu opens, with Qt's own text layout. Run at build time:
+//   render_guide INPUT.md OUTPUT.pdf
+
+#include <QFile>
+#include <QFileInfo>
+#include <QGuiApplication>
+#include <QPageLayout>
+#include <QPageSize>
+#include <QPdfWriter>
+#include <QTextDocument>
+#include <QUrl>
+#include <cstdio>
+
+int main(int argc, char *argv[])
+{
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    QGuiApplication app(argc, argv);
+    if (argc != 3) {
+        std::fputs("usage: render_guide INPUT.md OUTPUT.pdf\n", stderr);
+        return 2;
+    }
+    QFile in(QString::fromLocal8Bit(argv[1]));
+    if (!in.open(QIODevice::ReadOnly)) {
+        std::fprintf(stderr, "render_guide: cannot read %s\n", argv[1]);
+        return 1;
+    }
+    QTextDocument doc;
+    // Images in the guide are named relative to the guide itself.
+    doc.setMetaInformation(QTextDocument::DocumentUrl, QUrl::fromLocalFile(QFileInfo(in).absoluteFilePath()).toString());
+    doc.setBaseUrl(QUrl::fromLocalFile(QFileInfo(in).absolutePath() + QLatin1Char('/')));
+    doc.setDefaultFont(QFont(QStringLiteral("Calibri"), 11));
+    doc.setMarkdown(QString::fromUtf8(in.readAll()));
+
+    QPdfWriter pdf(QString::fromLocal8Bit(argv[2]));
+    pdf.setTitle(QStringLiteral("Zelvat Call Taking System — Quick Start"));
+    pdf.setCreator(QStringLiteral("Zelvatcts"));
+    pdf.setPageSize(QPageSize(QPageSize::A4));
+    pdf.setPageMargins(QMarginsF(18, 18, 18, 18), QPageLayout::Millimeter);
+    pdf.setResolution(300);
+    doc.print(&pdf);
+    return 0;
+}
