@@ -1,6 +1,7 @@
 #include "store/ProgramFolder.h"
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QStandardPaths>
 
@@ -8,8 +9,11 @@ namespace ProgramFolder {
 
 QString Resolve(const QString &executableFolder)
 {
+    // An installed program shares its folder with every other program (and, run as the
+    // superuser, would find it writable): its data goes to the per-user data folder.
     const QFileInfo exe(executableFolder);
-    if (exe.isDir() && exe.isWritable())
+    const bool installed = QFileInfo(QStringLiteral(ZELVAT_INSTALLED_BINDIR)).canonicalFilePath() == exe.canonicalFilePath();
+    if (exe.isDir() && exe.isWritable() && !installed)
         return exe.absoluteFilePath();
     return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) + QStringLiteral("/Zelvatcts");
 }
@@ -23,6 +27,12 @@ bool Prepare(const QString &folder, QString *why)
             return false;
         }
     }
+    // An installed program's guide lies with the installed documentation; the Help menu looks
+    // for it in the program folder, so a copy goes there.
+    const QString guide = dir.filePath(QStringLiteral("docs/ZelvatUG-QuickStart.pdf"));
+    const QString installed = QStringLiteral(ZELVAT_INSTALLED_DOCDIR "/ZelvatUG-QuickStart.pdf");
+    if (!QFileInfo::exists(guide) && QFileInfo::exists(installed) && dir.mkpath(QStringLiteral("docs")))
+        QFile::copy(installed, guide);
     return true;
 }
 

@@ -6,8 +6,8 @@
 // "msg.d", the session logs "logs" and the guide "docs" live.
 namespace ProgramFolder {
 
-// The executable's folder when it is writable (a portable installation beside the suite);
-// otherwise the per-user data folder.
+// The executable's folder when it is writable and not the installed programs' folder (a
+// portable installation beside the suite); otherwise the per-user data folder.
 QString Resolve(const QString &executableFolder);
 
 // Creates the folder with its "msg.d" and "logs" sub-folders where missing. False, with the

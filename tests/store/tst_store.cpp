@@ -13,6 +13,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -41,6 +42,7 @@ private slots:
     void fileList();
     void fileListOfMissingFolderIsEmpty();
     void existsAndReadOnly();
+    void programFolderOfAnInstalledProgram();
 
     void eventPairFormat_data();
     void eventPairFormat();
@@ -395,6 +397,17 @@ void TestStore::existsAndReadOnly()
     QVERIFY(!m.Exists("ABC"));
     QVERIFY(!m.IsReadOnly("ABC1"));
     QVERIFY(!m.IsReadOnly("missing"));
+}
+
+void TestStore::programFolderOfAnInstalledProgram()
+{
+    // A portable program keeps its data beside it; an installed one in the per-user data folder.
+    QCOMPARE(ProgramFolder::Resolve(m_dir->path()), QFileInfo(m_dir->path()).absoluteFilePath());
+    QStandardPaths::setTestModeEnabled(true);
+    const QString data = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) + "/Zelvatcts";
+    QCOMPARE(ProgramFolder::Resolve(ZELVAT_TEST_INSTALLED_BINDIR), data);
+    QCOMPARE(ProgramFolder::Resolve(m_dir->path() + "/missing"), data);
+    QStandardPaths::setTestModeEnabled(false);
 }
 
 // --- event numbers -----------------------------------------------------------------------
