@@ -1,5 +1,8 @@
 #include "report_form/frmZelvatcts.h"
 
+#include "link/RequiredFields.h"
+#include "link/ServerSession.h"
+#include "link/Submission.h"
 #include "settings/ZelvatIni.h"
 #include "store/DatetimeLib.h"
 #include "store/EventNumbers.h"
@@ -144,6 +147,8 @@ frmZelvatcts::frmZelvatcts(const ReportFormContext &context, QWidget *parent)
     , m_layout(FormLayout::Design())
 {
     buildControls();
+    m_session = new ServerSession(context.station, this);
+    connect(m_session, &ServerSession::status, this, &frmZelvatcts::SetStatus);
 
     // 2. The contact request is hidden until LAW is chosen.
     chkReqContact->hide();
@@ -693,6 +698,14 @@ void frmZelvatcts::cmdLast_Click(int index)
 
 void frmZelvatcts::closeEvent(QCloseEvent *event)
 {
+    // Closing while a session waits: the session is cancelled (socket closed, the report stays
+    // Ready on disk) and the form closes once the submission has unwound.
+    if (m_session->Busy()) {
+        m_closeWhenIdle = true;
+        m_session->Cancel(QStringLiteral("the report form was closed"));
+        event->ignore();
+        return;
+    }
     m_closing = true;
     tmrClock->stop();
     QWidget::closeEvent(event);
@@ -961,9 +974,72 @@ void frmZelvatcts::onLeave(BoxArray array, int index)
 
 bool frmZelvatcts::CheckRequiredFields()
 {
-    return true; // wired to the shared required-field rules with the submission
+    RequiredFields::Input in;
+    for (int i = 0; i < 9; ++i)
+        in.header[i] = boxText(txtHeader[i]);
+    in.med = {boxText(txtMed[0]), boxText(txtMed[1])};
+    in.fire = boxText(txtFire[0]);
+    in.contactRequested = chkReqContact->isChecked();
+    in.medSelected = m_typeSelected[0];
+    in.fireSelected = m_typeSelected[1];
+    in.conscious = m_conscious;
+    in.breathing = m_breathing;
+    in.typeList = BuildTypeList();
+
+    const QColor missing = colour(Zelvat::MissingDataColour);
+    bool ok = true;
+    // Each failing box is painted and takes the focus, so the last one ends up focused.
+    for (const RequiredFields::Failure &f : RequiredFields::Check(in)) {
+        ok = false;
+        switch (f.target) {
+        case RequiredFields::Target::Header:
+            paint(txtHeader[f.index], missing);
+            txtHeader[f.index]->setFocus();
+            break;
+        case RequiredFields::Target::Med:
+            paint(txtMed[f.index], missing);
+            SSTab1->setCurrentIndex(0);
+            txtMed[f.index]->setFocus();
+            break;
+        case RequiredFields::Target::ConsciousLabel:
+            paint(Label6, missing);
+            break;
+        case RequiredFields::Target::BreathingLabel:
+            paint(Label23, missing);
+            break;
+        case RequiredFields::Target::Fire:
+            paint(txtFire[0], missing);
+            txtFire[0]->setFocus();
+            break;
+        case RequiredFields::Target::TypeButtons:
+            for (QPushButton *b : cmdRtype)
+                paint(b, missing);
+            notify(RequiredFields::NoEventTypeMessage(), Notice::Exclamation);
+            txtHeader[0]->setFocus();
+            break;
+        }
+    }
+    return ok;
 }
 
 void frmZelvatcts::cmdSubmit_Click()
 {
+    if (m_session->Busy())
+        return; // one session at a time
+    Submission::Hooks hooks;
+    hooks.checkRequiredFields = [this] { return CheckRequiredFields(); };
+    hooks.saveAs = [this](qint16 state) { return saveRecord(state); };
+    hooks.stateChanged = [this](qint16 state) {
+        m_state = state;
+        SetButtonsForState(state);
+        ShowStateCaption(state);
+    };
+    hooks.refreshList = [this] { refreshList(); };
+    const Submission::Outcome outcome = Submission::Submit(m_state, m_record, chkReqContact->isChecked(), m_update,
+                                                           *m_session, m_context.station ? m_context.station->Enc : QString(),
+                                                           hooks);
+    if (outcome == Submission::Outcome::Sent || m_closeWhenIdle) {
+        m_closeWhenIdle = false;
+        close();
+    }
 }

@@ -16,6 +16,7 @@ class QRadioButton;
 class QStatusBar;
 class QTabWidget;
 class QTimer;
+class ServerSession;
 class ZelvatIni;
 
 // What a report form needs from the program: the program folder, the station settings held by
@@ -50,6 +51,9 @@ public:
     };
     static LastUsed &LastUsedValues();
     static void ClearLastUsed();
+
+    // The form's own connection to the message server (also used for the link test).
+    ServerSession *Session() const { return m_session; }
 
     int ReportState() const { return m_state; }
     bool UpdateFlag() const { return m_update; }
@@ -127,6 +131,8 @@ private:
     qint16 m_breathing = -1;
     bool m_update = false;
     bool m_closing = false;
+    bool m_closeWhenIdle = false;
+    ServerSession *m_session = nullptr;
     FormLayout m_layout;
 
 public:
