@@ -3,6 +3,8 @@
 // enabled states and by the report files left on disk.
 
 #include "common/Capture.h"
+#include "common/LoopbackServer.h"
+#include "link/ServerSession.h"
 #include "report_form/FormLayout.h"
 #include "report_form/frmZelvatcts.h"
 #include "settings/ZelvatIni.h"
@@ -53,6 +55,15 @@ private slots:
     void leaveRules();
     void typingClearsHighlights();
     void unencodableCharactersAreRefused();
+
+    void submitAWholeMedicalReport();
+    void submitAWholeLawReportWithContact();
+    void requiredFieldsBlockSubmission_data();
+    void requiredFieldsBlockSubmission();
+    void noEventTypeMessage();
+    void failedSendLeavesItReady();
+    void closingDuringAWaitKeepsItReady();
+    void submittedUpdateCarriesTheMark();
 
     void layoutFollowsTheWidth();
     void layoutBelowTheMinimumDoesNothing();
@@ -487,6 +498,205 @@ void TestReportForm::unencodableCharactersAreRefused()
         QApplication::sendEvent(f->txtHeader[7], &press);
     }
     QCOMPARE(text(f->txtHeader[7]), QString::fromUtf8("ód é"));
+}
+
+// --- submission -----------------------------------------------------------------------------
+
+void TestReportForm::submitAWholeMedicalReport()
+{
+    LoopbackServer server(LoopbackServer::Ok);
+    m_ini->Prt = QString::number(server.port);
+    frmZelvatcts *f = open("NEW");
+    QPointer<frmZelvatcts> guard(f);
+    QTest::keyClicks(f->txtHeader[0], "person down");
+    QTest::keyClicks(f->txtHeader[1], "12 oak st");
+    QTest::keyClicks(f->txtHeader[8], "springfield");
+    QTest::keyClicks(f->txtHeader[3], "jordan smith");
+    QTest::keyClicks(f->txtHeader[5], "555-0100");
+    QTest::keyClicks(f->txtHeader[6], "-10");
+    QTest::keyClicks(f->txtHeader[7], "Collapsed");
+    for (int i : {0, 1, 8, 3, 6}) { // leaving the boxes tidies them
+        QFocusEvent leave(QEvent::FocusOut, Qt::TabFocusReason);
+        QApplication::sendEvent(f->txtHeader[i], &leave);
+    }
+    QTest::mouseClick(f->cmdRtype[0], Qt::LeftButton);
+    QTest::keyClicks(f->txtMed[0], "70");
+    QTest::keyClicks(f->txtMed[1], "Male");
+    QTest::mouseClick(f->optCons[1], Qt::LeftButton);
+    QTest::mouseClick(f->optBrea[0], Qt::LeftButton);
+    QStringList statuses;
+    connect(f->Session(), &ServerSession::status, [&](const QString &t) { statuses << t; });
+    QTest::mouseClick(f->cmdSubmit, Qt::LeftButton);
+    QTest::qWait(0);
+    QVERIFY(!guard || !guard->isVisible());
+    QCOMPARE(statuses.last(), QString("Message transferred"));
+    const QByteArray expected =
+        "<AOAON>ZELVAT</AOAON><AOSUB>SPF-100 / MED / Springfield</AOSUB><AOMSG>TYPE=MED\r\nLOC1=12 Oak St, Springfield\r\n"
+        "RPNA=Jordan Smith\r\nRPPH=555-0100\r\nDETL=Person Down -- Collapsed -- AGE: 70, Male, C+ B-\\nLast Seen:13:55 -- "
+        "Cal=\r\nl Loc:EOC\r\nDEVD=KN1ABC\r\nDATM=261116 1405\r\nEVNT=SPF26320.100</AOMSG><AOURG>TRUE</AOURG>"
+        "<AOTYP>PVT</AOTYP><ENCOD>BASE64</ENCOD>!/ADDON!\r\nQUIT\r\n";
+    QTRY_COMPARE(server.received, expected);
+    const QByteArray file = readFile(msgPath("SPF26320.100"));
+    QVERIFY(file.contains("\r\nAST=9\r\n"));
+    QCOMPARE(m_refreshes, 2); // after Ready and after Submitted
+}
+
+void TestReportForm::submitAWholeLawReportWithContact()
+{
+    LoopbackServer server(LoopbackServer::Ok);
+    m_ini->Prt = QString::number(server.port);
+    m_ini->Enc = "NONE";
+    frmZelvatcts *f = open("NEW");
+    QTest::mouseClick(f->cmdRtype[2], Qt::LeftButton);
+    QTest::mouseClick(f->cmdRtype[1], Qt::LeftButton);
+    QTest::keyClicks(f->txtHeader[0], "Car Fire");
+    QTest::keyClicks(f->txtHeader[1], "Main St");
+    QTest::keyClicks(f->txtHeader[8], "Riverside");
+    QTest::keyClicks(f->txtHeader[3], "Lee");
+    QTest::keyClicks(f->txtHeader[4], "1 Elm");
+    QTest::keyClicks(f->txtHeader[6], "14:00");
+    QTest::keyClicks(f->txtHeader[7], "Sedan burning");
+    QTest::keyClicks(f->txtFire[0], "No");
+    f->SSTab1->setCurrentIndex(2);
+    QTest::keyClicks(f->txtLaw[3], "Blue sedan");
+    QTest::keyClicks(f->txtLaw[4], "7abc");
+    f->chkReqContact->setChecked(true);
+    QTest::mouseClick(f->cmdSubmit, Qt::LeftButton);
+    QTRY_VERIFY(server.received.endsWith("QUIT\r\n"));
+    QVERIFY(server.received.contains("<AOSUB>SPF-100 / FIRE+LAW / Riverside</AOSUB>"));
+    // The DETL line is longer than 78 characters: folded after 77 with a soft break.
+    QVERIFY(server.received.contains("\r\nRPAD=1 Elm\r\nCNT=\\#252\r\nDETL=Car Fire -- Sedan burning -- People Trapped: No -- "
+                                     "Veh Desc: Blue sedan =\r\n-- Lic: 7ABC -- St: \\nLast Seen:14:00 -- Call Loc:EOC\r\n"));
+    QVERIFY(server.received.contains("<ENCOD>NONE</ENCOD>"));
+}
+
+void TestReportForm::requiredFieldsBlockSubmission_data()
+{
+    QTest::addColumn<QStringList>("fill");      // boxes given text
+    QTest::addColumn<bool>("contact");
+    QTest::addColumn<QStringList>("yellow");    // boxes and labels painted 0x80FFFF
+    QTest::addColumn<QString>("focused");
+
+    const QStringList all = {"txtHeader_0", "txtHeader_1", "txtHeader_3", "txtHeader_6", "txtHeader_7", "txtHeader_8",
+                             "txtMed_0", "txtMed_1"};
+    QTest::newRow("empty medical report")
+        << QStringList{} << false
+        << QStringList{"txtHeader_0", "txtHeader_1", "txtHeader_3", "txtHeader_6", "txtHeader_7", "txtHeader_8", "txtMed_0",
+                       "txtMed_1", "Label6", "Label23"}
+        << "txtMed_1";
+    QTest::newRow("only the conscious question") << all << false << QStringList{"Label6", "Label23"} << "";
+    QTest::newRow("contact without address or phone")
+        << all << true << QStringList{"txtHeader_4", "txtHeader_5", "Label6", "Label23"} << "txtHeader_5";
+}
+
+void TestReportForm::requiredFieldsBlockSubmission()
+{
+    QFETCH(QStringList, fill);
+    QFETCH(bool, contact);
+    QFETCH(QStringList, yellow);
+    QFETCH(QString, focused);
+    frmZelvatcts *f = open("NEW");
+    f->show();
+    f->activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(f));
+    QTest::mouseClick(f->cmdRtype[0], Qt::LeftButton);
+    if (contact) {
+        QTest::mouseClick(f->cmdRtype[2], Qt::LeftButton);
+        f->chkReqContact->setChecked(true);
+        f->SSTab1->setCurrentIndex(0);
+    }
+    for (const QString &name : fill)
+        QTest::keyClicks(f->findChild<QWidget *>(name), "x");
+    QTest::mouseClick(f->cmdSubmit, Qt::LeftButton);
+    QCOMPARE(f->StatusText(), QString("Missing data in a required field"));
+    QVERIFY(QDir(m_dir->path() + "/msg.d").isEmpty()); // nothing saved
+    for (const QString &name : yellow) {
+        QWidget *w = f->findChild<QWidget *>(name);
+        const QColor c = qobject_cast<QLabel *>(w) ? w->palette().color(QPalette::Window) : base(w);
+        QVERIFY2(c == kMissing, qPrintable(name));
+    }
+    if (!focused.isEmpty())
+        QCOMPARE(QApplication::focusWidget(), f->findChild<QWidget *>(focused));
+    if (fill.contains("txtMed_0"))
+        QCOMPARE(base(f->txtMed[0]), QApplication::palette().color(QPalette::Base));
+}
+
+void TestReportForm::noEventTypeMessage()
+{
+    Capture capture;
+    frmZelvatcts *f = open("NEW");
+    QTest::mouseClick(f->cmdSubmit, Qt::LeftButton);
+    QCOMPARE(capture.notices.size(), 1);
+    QCOMPARE(capture.notices[0].text, QString("No Event type selected.  Select either\r\nMedical, Fire, Law, or Local Gov,\r\n"
+                                              "and then fill in the respective details."));
+    QCOMPARE(capture.notices[0].icon, Notice::Exclamation);
+    for (QPushButton *b : f->cmdRtype)
+        QCOMPARE(b->palette().color(QPalette::Button), kMissing);
+    QTest::mouseClick(f->cmdRtype[3], Qt::LeftButton); // choosing a type clears the hint from all four
+    QCOMPARE(f->cmdRtype[0]->palette().color(QPalette::Button), QApplication::palette().color(QPalette::Button));
+}
+
+static void fillLgovReport(frmZelvatcts *f)
+{
+    QTest::mouseClick(f->cmdRtype[3], Qt::LeftButton);
+    for (int i : {0, 1, 3, 6, 7, 8})
+        QTest::keyClicks(f->txtHeader[i], "x");
+}
+
+void TestReportForm::failedSendLeavesItReady()
+{
+    Capture capture;
+    LoopbackServer server(LoopbackServer::Refuse);
+    m_ini->Prt = QString::number(server.port);
+    frmZelvatcts *f = open("NEW");
+    fillLgovReport(f);
+    QTest::mouseClick(f->cmdSubmit, Qt::LeftButton);
+    QVERIFY(f->isVisible());
+    QCOMPARE(f->ReportState(), 2);
+    QCOMPARE(f->Label22->text(), QString("Ready, not Submitted"));
+    QVERIFY(!f->cmdSave->isEnabled());
+    QCOMPARE(f->StatusText(), QString("Message transfer problem"));
+    QCOMPARE(capture.noticeTexts(), QStringList{"CmdSubmit: SendToClient Failed"});
+    QVERIFY(readFile(msgPath("SPF26320.100")).contains("\r\nAST=2\r\n"));
+    // The operator tries again once the server is back.
+    LoopbackServer back(LoopbackServer::Ok);
+    m_ini->Prt = QString::number(back.port);
+    QPointer<frmZelvatcts> guard(f);
+    QTest::mouseClick(f->cmdSubmit, Qt::LeftButton);
+    QTest::qWait(0);
+    QVERIFY(!guard || !guard->isVisible());
+    QVERIFY(readFile(msgPath("SPF26320.100")).contains("\r\nAST=9\r\n"));
+}
+
+void TestReportForm::closingDuringAWaitKeepsItReady()
+{
+    LoopbackServer server(LoopbackServer::Silent);
+    m_ini->Prt = QString::number(server.port);
+    frmZelvatcts *f = open("NEW");
+    QPointer<frmZelvatcts> guard(f);
+    fillLgovReport(f);
+    bool waited = false;
+    QTimer::singleShot(600, [&] {
+        waited = guard && guard->Session()->Busy();
+        guard->close(); // the operator closes the window while the session waits for "OK>"
+    });
+    QTest::mouseClick(f->cmdSubmit, Qt::LeftButton);
+    QTRY_VERIFY(!guard);
+    QVERIFY(waited);
+    QVERIFY(readFile(msgPath("SPF26320.100")).contains("\r\nAST=2\r\n"));
+    QTRY_VERIFY(server.received.endsWith("!/ADDON!\r\n"));
+}
+
+void TestReportForm::submittedUpdateCarriesTheMark()
+{
+    LoopbackServer server(LoopbackServer::Ok);
+    m_ini->Prt = QString::number(server.port);
+    writeReport("R9", "CON=1\r\nBRE=1\r\n", 9);
+    frmZelvatcts *f = open("R9");
+    QTest::mouseClick(f->cmdSave, Qt::LeftButton); // Update
+    QTest::mouseClick(f->cmdSubmit, Qt::LeftButton);
+    QTRY_VERIFY(server.received.contains("<AOSUB>SPF-001 / MED / Springfield -- UPDATE</AOSUB>"));
+    QVERIFY(server.received.contains("DETL=Fall -- UPDATE for R9/261115, 0930\\nfirst\\nsecond -- AGE"));
 }
 
 // --- layout ---------------------------------------------------------------------------------
