@@ -25,6 +25,15 @@ private slots:
     void parallelClientsNeverShareANumber();
     void counterOverflowIsRefused();
 
+    void messageTextCommands();
+    void submitAgainstTheLoopbackServer();
+    void submitNamesEveryMissingField();
+    void submitFailuresLeaveItReady_data();
+    void submitFailuresLeaveItReady();
+    void interruptedSubmitLeavesItReady();
+    void resendSendsEveryReadyReport();
+    void linkTest();
+
 private:
     struct Result {
         int code;
@@ -34,8 +43,41 @@ private:
     Result run(const QStringList &args);
     QString today() const { return QDate::currentDate().toString("yy") + QString::number(QDate::currentDate().dayOfYear()).rightJustified(3, '0'); }
 
+    // A tndirect-sim on a free port; returns the port.
+    quint16 startServer(QProcess &sim, const QString &mode, const QString &outbox = {});
+    void useServer(quint16 port);
+    QByteArray newReport(const QStringList &extra = {});
+
     std::unique_ptr<QTemporaryDir> m_dir;
 };
+
+quint16 TestCli::startServer(QProcess &sim, const QString &mode, const QString &outbox)
+{
+    QStringList args{"--port", "0", "--mode", mode};
+    if (!outbox.isEmpty())
+        args << "--outbox" << outbox;
+    sim.start(TNDIRECT_SIM, args);
+    if (!sim.waitForReadyRead(10000))
+        qFatal("tndirect-sim did not start");
+    const QByteArray line = sim.readLine().trimmed(); // "listening on 127.0.0.1:PORT"
+    return quint16(line.mid(line.lastIndexOf(':') + 1).toUInt());
+}
+
+void TestCli::useServer(quint16 port)
+{
+    writeFile(m_dir->path() + "/Zelvatcts.ini",
+              "[GENERAL OPTIONS]\r\nUid=KN1ABC\r\nLoc=EOC\r\nLid=SPF\r\nPrt=" + QByteArray::number(port) + "\r\n");
+}
+
+QByteArray TestCli::newReport(const QStringList &extra)
+{
+    QStringList args{"new", "--set", "TYP=MED", "--set", "ISS=Fall", "--set", "AD1=12 Oak St", "--set", "CTY=Springfield",
+                     "--set", "RPN=Jo", "--set", "LAS=14:00", "--set", "DTL=Slipped", "--set", "AGE=70", "--set", "GDR=M",
+                     "--set", "CON=1", "--set", "BRE=1"};
+    for (const QString &e : extra)
+        args << "--set" << e;
+    return run(args).out.trimmed();
+}
 
 void TestCli::init()
 {
@@ -191,6 +233,142 @@ void TestCli::counterOverflowIsRefused()
     QVERIFY(r.err.contains("40000"));
     QVERIFY(QDir(m_dir->path() + "/msg.d").isEmpty());
     QVERIFY(readFile(m_dir->path() + "/Zelvatcts.ini").contains("Eno=40000"));
+}
+
+void TestCli::messageTextCommands()
+{
+    useServer(9334);
+    const QByteArray eid = newReport({"RPP=555-0100", "VDE=Van"});
+    QCOMPARE(run({"subject", eid, "--update"}).out, "SPF-100 / MED / Springfield -- UPDATE");
+    const QByteArray body = run({"body", eid, "--contact"}).out;
+    QVERIFY(body.startsWith("TYPE=MED\r\nLOC1=12 Oak St, Springfield\r\nRPNA=Jo\r\nRPPH=555-0100\r\nCNT=\\#252\r\n"
+                            "DETL=Fall -- Slipped -- AGE: 70, M, C+ B+\\nLast Seen:14:00 -- Call Loc:EOC\r\nDEVD=KN1ABC\r\nDATM="));
+    QVERIFY(body.endsWith("\r\nEVNT=" + eid)); // no line break after the last line
+    const QByteArray envelope = run({"envelope", eid}).out;
+    QVERIFY(envelope.startsWith("<AOAON>ZELVAT</AOAON><AOSUB>SPF-100 / MED / Springfield</AOSUB><AOMSG>TYPE=MED\r\n"));
+    QVERIFY(envelope.endsWith("</AOMSG><AOURG>TRUE</AOURG><AOTYP>PVT</AOTYP><ENCOD>BASE64</ENCOD>!/ADDON!"));
+    QCOMPARE(run({"subject", eid, "--contact"}).code, 2);
+}
+
+void TestCli::submitAgainstTheLoopbackServer()
+{
+    QProcess sim;
+    const QString outbox = m_dir->path() + "/outbox";
+    useServer(startServer(sim, "split", outbox));
+    const QByteArray eid = newReport();
+    const QByteArray envelope = run({"envelope", eid}).out;
+    const Result r = run({"submit", eid});
+    QCOMPARE(r.code, 0);
+    QVERIFY(r.out.endsWith("Sending message... sent\nDisconnecting... \nZelvat Call Taking Ready\nMessage transferred\n"));
+    QTRY_VERIFY(QFile::exists(outbox + "/msg00001.txt"));
+    // The envelope went out as built (the save stamps of Ready and Submitted fall in the same minute).
+    QCOMPARE(readFile(outbox + "/msg00001.txt"), envelope);
+    QVERIFY(run({"show", eid}).out.contains("\nAST=9\n"));
+    QVERIFY(readFile(m_dir->path() + "/logs/Zelvat_" + QDate::currentDate().toString("yyMMdd").toLatin1() + ".log")
+                .contains("SendMessage: Sent message titled: SPF-100 / MED / Springfield"));
+    sim.kill();
+    sim.waitForFinished();
+}
+
+void TestCli::submitNamesEveryMissingField()
+{
+    useServer(9);
+    const QByteArray eid = run({"new", "--set", "TYP=MED", "--set", "ISS=Fall"}).out.trimmed();
+    const QByteArray before = readFile(m_dir->path() + "/msg.d/" + eid + ".911");
+    const Result r = run({"submit", eid, "--contact"});
+    QCOMPARE(r.code, 1);
+    for (const char *missing : {"Location, Address: (AD1)", "Name: (RPN)", "Last seen: (LAS)", "Details: (DTL)",
+                                "City: (CTY)", "Address: (RPA)", "Phone: (RPP)", "Age: (AGE)", "Gender: (GDR)",
+                                "Conscious? (CON)", "Breathing? (BRE)"})
+        QVERIFY2(r.err.contains(missing), missing);
+    QVERIFY(!r.err.contains("(ISS)"));
+    QCOMPARE(readFile(m_dir->path() + "/msg.d/" + eid + ".911"), before); // nothing saved
+    const QByteArray typeless = run({"new", "--set", "ISS=x"}).out.trimmed();
+    QVERIFY(run({"submit", typeless}).err.contains("Event type"));
+}
+
+void TestCli::submitFailuresLeaveItReady_data()
+{
+    QTest::addColumn<QString>("mode");
+    QTest::addColumn<QStringList>("extra");
+    QTest::newRow("refused") << "" << QStringList{};
+    QTest::newRow("silent, bounded by --wait") << "silent" << QStringList{"--wait", "1"};
+    QTest::newRow("drop, bounded by --wait") << "drop" << QStringList{"--wait", "1"};
+    QTest::newRow("garbage, bounded by --wait") << "garbage" << QStringList{"--wait", "1"};
+    QTest::newRow("flood, bounded by --wait") << "flood" << QStringList{"--wait", "2"};
+}
+
+void TestCli::submitFailuresLeaveItReady()
+{
+    QFETCH(QString, mode);
+    QFETCH(QStringList, extra);
+    QProcess sim;
+    useServer(mode.isEmpty() ? 9 : startServer(sim, mode)); // port 9: nothing listens
+    const QByteArray eid = newReport();
+    const Result r = run(QStringList{"submit", eid} + extra);
+    QCOMPARE(r.code, 1);
+    QVERIFY(r.out.contains("Message transfer problem"));
+    const QByteArray shown = run({"show", eid}).out;
+    QVERIFY(shown.contains("\nAST=2\n"));
+    QVERIFY(shown.contains("\nDTL=Slipped\n")); // whole, not half-saved
+    sim.kill();
+    sim.waitForFinished();
+}
+
+void TestCli::interruptedSubmitLeavesItReady()
+{
+    QProcess sim;
+    useServer(startServer(sim, "silent"));
+    const QByteArray eid = newReport();
+    QProcess client;
+    client.start(ZELVATCTS_CLI, {"--home", m_dir->path(), "submit", eid});
+    QTRY_VERIFY(client.readAllStandardOutput().contains("Sending message...") || client.state() != QProcess::Running);
+    QTest::qWait(200);
+    client.terminate(); // SIGTERM
+    QVERIFY(client.waitForFinished(10000));
+    QCOMPARE(client.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(client.exitCode(), 1);
+    QVERIFY(run({"show", eid}).out.contains("\nAST=2\n"));
+    QVERIFY(readFile(m_dir->path() + "/logs/Zelvat_" + QDate::currentDate().toString("yyMMdd").toLatin1() + ".log")
+                .contains("Session aborted: the headless client was interrupted"));
+    sim.kill();
+    sim.waitForFinished();
+}
+
+void TestCli::resendSendsEveryReadyReport()
+{
+    QProcess sim;
+    const QString outbox = m_dir->path() + "/outbox";
+    useServer(9);
+    QList<QByteArray> eids;
+    for (int i = 0; i < 3; ++i) {
+        eids << newReport();
+        QCOMPARE(run({"submit", eids.last()}).code, 1); // the server is down: they stay Ready
+    }
+    useServer(startServer(sim, "normal", outbox));
+    const Result r = run({"resend"});
+    QCOMPARE(r.code, 0);
+    QVERIFY(r.out.endsWith("resent 3 of 3 Ready reports; 0 still Ready\n"));
+    QCOMPARE(QDir(outbox).entryList(QDir::Files).size(), 3);
+    QCOMPARE(run({"list", "submitted"}).out.split('\n').last(2).first(), QByteArray("Items: 3"));
+    sim.kill();
+    sim.waitForFinished();
+}
+
+void TestCli::linkTest()
+{
+    QProcess sim;
+    const QString outbox = m_dir->path() + "/outbox";
+    useServer(startServer(sim, "silent", outbox));
+    const Result ok = run({"link-test"});
+    QCOMPARE(ok.code, 0);
+    QVERIFY(ok.out.contains("Passing message... sent"));
+    sim.kill();
+    sim.waitForFinished();
+    useServer(9);
+    const Result failed = run({"link-test"});
+    QCOMPARE(failed.code, 1);
+    QVERIFY(failed.err.contains("Link Test to Tndirect failed."));
 }
 
 QTEST_GUILESS_MAIN(TestCli)

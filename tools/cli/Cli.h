@@ -42,3 +42,11 @@ int CmdShow(Cli &cli, const QStringList &args);
 int CmdNextEvent(Cli &cli, const QStringList &args);
 int CmdNew(Cli &cli, const QStringList &args);
 int CmdDelete(Cli &cli, const QStringList &args);
+
+// The commands over the message server link.
+int CmdSubject(Cli &cli, const QStringList &args);
+int CmdBody(Cli &cli, const QStringList &args);
+int CmdEnvelope(Cli &cli, const QStringList &args);
+int CmdSubmit(Cli &cli, const QStringList &args);
+int CmdResend(Cli &cli, const QStringList &args);
+int CmdLinkTest(Cli &cli, const QStringList &args);

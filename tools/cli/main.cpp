@@ -22,6 +22,12 @@ const Command kCommands[] = {
     {"next-event", CmdNextEvent},
     {"new", CmdNew},
     {"delete", CmdDelete},
+    {"subject", CmdSubject},
+    {"body", CmdBody},
+    {"envelope", CmdEnvelope},
+    {"submit", CmdSubmit},
+    {"resend", CmdResend},
+    {"link-test", CmdLinkTest},
 };
 
 int usage()
@@ -32,7 +38,15 @@ int usage()
         "  show NAME                                  the 29 fields of a report\n"
         "  next-event                                 take the next event number: EID TAB MID\n"
         "  new [--set KEY=VALUE]...                   create a Draft report; prints its event number\n"
-        "  delete NAME                                delete a report as the report list does"));
+        "  delete NAME                                delete a report as the report list does\n"
+        "  subject NAME [--update]                    the message subject\n"
+        "  body NAME [--contact]                      the folded message body, bytes as sent\n"
+        "  envelope NAME [--contact] [--update]       the add-on envelope, bytes as sent\n"
+        "  submit NAME [--contact] [--update] [--wait SECONDS]\n"
+        "                                             submit as the report form does; exit 1 if not sent\n"
+        "  resend [--wait SECONDS]                    submit every Ready report in turn (without the\n"
+        "                                             contact line: the form's check box is not stored)\n"
+        "  link-test                                  the preferences dialog's link test"));
     return Cli::Usage;
 }
 

@@ -1,0 +1,82 @@
+#pragma once
+
+#include <QObject>
+#include <QPointer>
+#include <QString>
+#include <QTimer>
+#include <QList>
+
+class QEventLoop;
+class QTcpSocket;
+class ZelvatIni;
+
+// One TCP client to the message server, and the session that sends one add-on envelope over it:
+// connect, send the envelope as one line, wait for "OK>", send "QUIT", close. Every wait is
+// cooperative: a nested event loop keeps the window live until a flag, a state or a timer ends
+// it. Status texts go out through the `status` signal (the report form's "Status" panel, the
+// headless client's output); log lines go to the session log.
+class ServerSession : public QObject {
+    Q_OBJECT
+
+public:
+    // Host, port and time-out are read from the station settings at every connect.
+    explicit ServerSession(const ZelvatIni *station, QObject *parent = nullptr);
+    ~ServerSession() override;
+
+    // Prompt states of the data-arrival handler.
+    enum Prompt { PromptNone = 0, PromptOk = 2, PromptListEnd = 4, PromptQuit = 5 };
+
+    bool SeqTndirect(const QString &message, const QString &subject);
+    bool ConnectToServer();
+    bool SendToServer(const QString &message, const QString &subject);
+    void DisconnectFromServer();
+    void AbortSession(const QString &reason);
+    void WinSend(const QString &text);
+    void CheckReply(const QString &chunk);
+    bool TndirectTest(const QString &text);
+
+    // Waits `ms` milliseconds while events run.
+    void Pause(int ms);
+    // Arms the one-shot general-purpose timer, capped at 65535 ms; callers poll GpTimerRunning.
+    void StartGpTimer(int ms);
+    bool GpTimerRunning() const { return m_gpTimer.isActive(); }
+
+    // Ends every wait at once and closes the socket: the owner is going away, the client was
+    // interrupted or its time ran out. Logs `why`; the running session then fails.
+    void Cancel(const QString &why);
+    bool Cancelled() const { return m_cancelled; }
+
+    bool Busy() const { return m_busy; }
+    bool ReplyFlag() const { return m_reply; }
+    int PromptState() const { return m_prompt; }
+    void SetPromptState(int state) { m_prompt = state; }
+    QString ReceiveBuffer() const { return m_buffer; }
+    int Step() const { return m_step; }
+
+    // Sends a status text to whoever shows them.
+    void Status(const QString &text) { emit status(text); }
+
+signals:
+    void status(const QString &text);
+
+private:
+    void WNS_DataArrival();
+    void waitUntil(const std::function<bool()> &done);
+    void wake();
+    bool startConnect(int limitMs);
+    bool portNumber(quint16 *port) const;
+
+    const ZelvatIni *m_station;
+    QTcpSocket *m_socket;
+    QTimer m_pauseTimer;
+    QTimer m_gpTimer;
+    QString m_buffer;
+    qsizetype m_searchedUpTo = 0;
+    bool m_reply = false;
+    int m_prompt = PromptNone;
+    bool m_busy = false;
+    bool m_cancelled = false;
+    bool m_socketError = false;
+    int m_step = 0;
+    QList<QEventLoop *> m_loops;
+};

@@ -1,0 +1,1045 @@
+#include "report_form/frmZelvatcts.h"
+
+#include "link/RequiredFields.h"
+#include "link/ServerSession.h"
+#include "link/Submission.h"
+#include "settings/ZelvatIni.h"
+#include "store/DatetimeLib.h"
+#include "store/EventNumbers.h"
+#include "store/FormRules.h"
+#include "store/SaveStamps.h"
+#include "support/CodePage.h"
+#include "support/CommonConst.h"
+#include "support/FilterKey.h"
+#include "support/Platform.h"
+#include "support/StringLib.h"
+
+#include <QApplication>
+#include <QCheckBox>
+#include <QCloseEvent>
+#include <QGroupBox>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QStatusBar>
+#include <QTabWidget>
+#include <QTimer>
+
+namespace {
+
+using Key = ZelvatMsg::Key;
+
+QPointer<frmZelvatcts> g_current;
+
+// Colours are given as red-green-blue values with red in the low byte.
+QColor colour(quint32 rgbLowRed)
+{
+    return QColor(int(rgbLowRed & 0xFF), int((rgbLowRed >> 8) & 0xFF), int((rgbLowRed >> 16) & 0xFF));
+}
+
+QColor windowColour()
+{
+    return QApplication::palette().color(QPalette::Base);
+}
+
+QColor buttonFaceColour()
+{
+    return QApplication::palette().color(QPalette::Button);
+}
+
+QString boxText(const QWidget *box)
+{
+    if (const auto *line = qobject_cast<const QLineEdit *>(box))
+        return line->text();
+    return static_cast<const QPlainTextEdit *>(box)->toPlainText();
+}
+
+void setBoxText(QWidget *box, const QString &text)
+{
+    if (boxText(box) == text)
+        return;
+    if (auto *line = qobject_cast<QLineEdit *>(box))
+        line->setText(text);
+    else
+        static_cast<QPlainTextEdit *>(box)->setPlainText(text);
+}
+
+// The background of a box, a button or a label.
+void paint(QWidget *w, const QColor &c)
+{
+    QPalette p = w->palette();
+    if (qobject_cast<QLineEdit *>(w) || qobject_cast<QPlainTextEdit *>(w)) {
+        p.setColor(QPalette::Base, c);
+    } else if (qobject_cast<QPushButton *>(w)) {
+        p.setColor(QPalette::Button, c);
+    } else {
+        w->setAutoFillBackground(true);
+        p.setColor(QPalette::Window, c);
+    }
+    w->setPalette(p);
+}
+
+QColor paintOf(const QWidget *w)
+{
+    if (qobject_cast<const QLineEdit *>(w) || qobject_cast<const QPlainTextEdit *>(w))
+        return w->palette().color(QPalette::Base);
+    if (qobject_cast<const QPushButton *>(w))
+        return w->palette().color(QPalette::Button);
+    return w->palette().color(QPalette::Window);
+}
+
+// The multi-line boxes keep line breaks as "\n" in the record (the file and message form).
+QString fromBoxBreaks(const QString &text)
+{
+    return EscapeBreaks(text);
+}
+
+QString toBoxBreaks(const QString &text)
+{
+    QString t = text;
+    return t.replace(QStringLiteral("\\n"), QStringLiteral("\n"));
+}
+
+} // namespace
+
+// --- opening --------------------------------------------------------------------------------
+
+frmZelvatcts::LastUsed &frmZelvatcts::LastUsedValues()
+{
+    static LastUsed values;
+    return values;
+}
+
+void frmZelvatcts::ClearLastUsed()
+{
+    LastUsedValues() = LastUsed{};
+}
+
+frmZelvatcts *frmZelvatcts::Current()
+{
+    return g_current;
+}
+
+frmZelvatcts *frmZelvatcts::Open(const ReportFormContext &context, const QString &eventRecord)
+{
+    if (g_current && g_current->isVisible()) {
+        g_current->raise();
+        g_current->activateWindow();
+        notify(QStringLiteral("The report %1 is still open. Save or close it before opening another report.")
+                   .arg(g_current->EventNumber()),
+               Notice::Exclamation);
+        return g_current;
+    }
+    auto *form = new frmZelvatcts(context);
+    form->setAttribute(Qt::WA_DeleteOnClose);
+    g_current = form;
+    form->StartForm(eventRecord);
+    return form;
+}
+
+frmZelvatcts::frmZelvatcts(const ReportFormContext &context, QWidget *parent)
+    : QWidget(parent, Qt::Window)
+    , m_context(context)
+    , m_record(context.programFolder) // 1. the report record
+    , m_layout(FormLayout::Design())
+{
+    buildControls();
+    m_session = new ServerSession(context.station, this);
+    connect(m_session, &ServerSession::status, this, &frmZelvatcts::SetStatus);
+
+    // 2. The contact request is hidden until LAW is chosen.
+    chkReqContact->hide();
+    // 3. No type is selected: every tab and every control inside the tab frames is disabled.
+    for (int tab = 0; tab < FormRules::TypeCount; ++tab) {
+        m_typeSelected[tab] = false;
+        SSTab1->setTabEnabled(tab, false);
+        EnableTabControls(tab, false);
+    }
+    // 4. The medical questions are unanswered and cannot be answered yet.
+    m_conscious = -1;
+    m_breathing = -1;
+    for (QRadioButton *b : optCons)
+        b->setEnabled(false);
+    for (QRadioButton *b : optBrea)
+        b->setEnabled(false);
+    // 5. Tab 0 is current, handled as if it had just been chosen.
+    SSTab1->setCurrentIndex(0);
+    onTabChanged(0);
+    connect(SSTab1, &QTabWidget::currentChanged, this, &frmZelvatcts::onTabChanged);
+    // 6. The clock runs; Submit waits for StartForm to set the buttons by state.
+    tmrClock->start();
+    cmdSubmit->setEnabled(false);
+    // 7. Empty required boxes are marked.
+    HighlightRequiredFields();
+}
+
+frmZelvatcts::~frmZelvatcts() = default;
+
+void frmZelvatcts::StartForm(const QString &eventRecord)
+{
+    show();
+    if (eventRecord != QLatin1String("NEW")) {
+        setWindowTitle(QStringLiteral("Zelvat - Report form"));
+        m_record.Clear();
+        if (m_record.Load(eventRecord)) {
+            m_state = m_record.AST();
+            LoadRecordToForm();
+        } else {
+            notify(QStringLiteral("Could not load message file \r\n") + eventRecord, Notice::Exclamation, QStringLiteral(" "));
+            close();
+            return;
+        }
+    } else {
+        m_state = Zelvat::StateNew;
+        setWindowTitle(QStringLiteral("Zelvat - New report"));
+        QString why;
+        const auto pair = m_context.station ? EventNumbers::NewEventPair(*m_context.station, m_record, &why) : std::nullopt;
+        if (!pair) {
+            // No number could be taken (the counter is used up, the location ID cannot name a
+            // file, the settings are locked): a report without an event number cannot be saved.
+            notify(why.isEmpty() ? QStringLiteral("No event number could be taken.") : why, Notice::Exclamation);
+            close();
+            return;
+        }
+        m_eventNumber = pair->eventNumber;
+        m_messageId = pair->messageId;
+        Label20->setText(m_eventNumber);
+    }
+    SetButtonsForState(m_state);
+    ShowStateCaption(m_state);
+}
+
+// --- the controls ---------------------------------------------------------------------------
+
+int frmZelvatcts::px(double twips) const
+{
+    return qRound(twips * logicalDpiX() / 1440.0);
+}
+
+double frmZelvatcts::twips(int pixels) const
+{
+    return pixels * 1440.0 / logicalDpiX();
+}
+
+void frmZelvatcts::place(QWidget *w, const TwipsRect &r) const
+{
+    w->setGeometry(px(r.left), px(r.top), std::max(0, px(r.width)), std::max(0, px(r.height)));
+}
+
+QLabel *frmZelvatcts::makeLabel(const QString &text, QWidget *parent, double left, double top, double width,
+                                QWidget *buddy, const QString &toolTip)
+{
+    auto *label = new QLabel(text, parent);
+    place(label, {left, top, width, 260});
+    if (buddy) {
+        label->setBuddy(buddy);
+        buddy->setProperty("caption", text);
+    }
+    if (!toolTip.isEmpty())
+        label->setToolTip(toolTip);
+    return label;
+}
+
+QWidget *frmZelvatcts::makeBox(BoxArray array, int index, QWidget *parent, bool multiLine, const QString &objectName,
+                               const QString &toolTip)
+{
+    QWidget *box = nullptr;
+    if (multiLine) {
+        auto *edit = new QPlainTextEdit(parent);
+        edit->setTabChangesFocus(true);
+        connect(edit, &QPlainTextEdit::textChanged, this, [this, array, index] { onChange(array, index); });
+        box = edit;
+    } else {
+        auto *edit = new QLineEdit(parent);
+        connect(edit, &QLineEdit::textChanged, this, [this, array, index] { onChange(array, index); });
+        box = edit;
+    }
+    box->setObjectName(objectName);
+    box->setToolTip(toolTip);
+    box->setProperty("zelvatArray", int(array));
+    box->setProperty("zelvatIndex", index);
+    box->installEventFilter(this);
+    return box;
+}
+
+void frmZelvatcts::buildControls()
+{
+    setObjectName(QStringLiteral("frmZelvatcts"));
+    setFont(QFont(QStringLiteral("Calibri"), 10));
+    installEventFilter(this);
+
+    Label22 = new QLabel(this);
+    Label22->setObjectName(QStringLiteral("Label22"));
+    Label22->setFont(QFont(QStringLiteral("Calibri"), 14, QFont::Bold));
+
+    // "Incident Summary"
+    Frame1 = new QGroupBox(QStringLiteral("Incident Summary"), this);
+    Frame1->setObjectName(QStringLiteral("Frame1"));
+    txtHeader[0] = makeBox(BoxArray::Header, 0, Frame1, false, QStringLiteral("txtHeader_0"),
+                           QStringLiteral("Enter a short 2 to 4 word description"));
+    makeLabel(QStringLiteral("What are you reporting?*"), Frame1, 120, 260, 4000, txtHeader[0]);
+    txtHeader[1] = makeBox(BoxArray::Header, 1, Frame1, false, QStringLiteral("txtHeader_1"),
+                           QStringLiteral("Location of the problem"));
+    makeLabel(QStringLiteral("Location, Address:*"), Frame1, 120, 900, 4000, txtHeader[1],
+              QStringLiteral("Includes: Floor #, Apt #, Suite #"));
+    cmdLast[0] = new QPushButton(QStringLiteral("L/U"), Frame1);
+    cmdLast[0]->setObjectName(QStringLiteral("cmdLast_0"));
+    cmdLast[0]->setToolTip(QStringLiteral("Load 'Last Used' address for this request"));
+    cmdLast[0]->setAccessibleName(QStringLiteral("Last used address"));
+    place(cmdLast[0], {5700, 860, 530, 290});
+    txtHeader[2] = makeBox(BoxArray::Header, 2, Frame1, false, QStringLiteral("txtHeader_2"),
+                           QStringLiteral("Cross street, east/west bound, etc."));
+    makeLabel(QStringLiteral("Other Location Details"), Frame1, 120, 1540, 4000, txtHeader[2],
+              QStringLiteral("Cross-Street, Floor #, Apt #, Suite #"));
+    txtHeader[8] = makeBox(BoxArray::Header, 8, Frame1, false, QStringLiteral("txtHeader_8"),
+                           QStringLiteral("In what city is the problem"));
+    makeLabel(QStringLiteral("City:*"), Frame1, 120, 2180, 4000, txtHeader[8]);
+    static const char *typeTips[4] = {
+        "Medical emergency; requires Paramedics, Hospital transport",
+        "Requires Fire Department assistance",
+        "Requires Police or Sheriff assistance",
+        "Requres City DPW, EOC, or City Staff assistance",
+    };
+    for (int i = 0; i < FormRules::TypeCount; ++i) {
+        cmdRtype[i] = new QPushButton(FormRules::TypeCode(i), Frame1);
+        cmdRtype[i]->setObjectName(QStringLiteral("cmdRtype_%1").arg(i));
+        cmdRtype[i]->setToolTip(QString::fromLatin1(typeTips[i]));
+        cmdRtype[i]->setAutoFillBackground(true);
+        place(cmdRtype[i], {120.0 + i * 1100, 2920, 1000, 420});
+        connect(cmdRtype[i], &QPushButton::clicked, this, [this, i] { cmdRtype_Click(i); });
+    }
+
+    // "Reporting Person Details"
+    Frame2 = new QGroupBox(QStringLiteral("Reporting Person Details"), this);
+    Frame2->setObjectName(QStringLiteral("Frame2"));
+    txtHeader[3] = makeBox(BoxArray::Header, 3, Frame2, false, QStringLiteral("txtHeader_3"),
+                           QStringLiteral("Reporting person's name"));
+    makeLabel(QStringLiteral("Name:*"), Frame2, 120, 260, 3000, txtHeader[3], QStringLiteral("Reporting Person's Name"));
+    cmdLast[1] = new QPushButton(QStringLiteral("L/U"), Frame2);
+    cmdLast[1]->setObjectName(QStringLiteral("cmdLast_1"));
+    cmdLast[1]->setToolTip(QStringLiteral("Load 'Last Used' Reporting Person for this request"));
+    cmdLast[1]->setAccessibleName(QStringLiteral("Last used reporting person"));
+    place(cmdLast[1], {4490, 220, 530, 290});
+    txtHeader[4] = makeBox(BoxArray::Header, 4, Frame2, false, QStringLiteral("txtHeader_4"),
+                           QStringLiteral("Reporting person's address"));
+    makeLabel(QStringLiteral("Address:"), Frame2, 120, 900, 3000, txtHeader[4], QStringLiteral("Reporting Person's Address"));
+    txtHeader[5] = makeBox(BoxArray::Header, 5, Frame2, false, QStringLiteral("txtHeader_5"),
+                           QStringLiteral("Reporting person's phone number"));
+    Label18 = makeLabel(QStringLiteral("Phone:"), Frame2, 120, 1540, 3000, txtHeader[5]);
+    Label18->setObjectName(QStringLiteral("Label18"));
+    chkReqContact = new QCheckBox(QStringLiteral("Request Sheriff to contact me"), Frame2);
+    chkReqContact->setObjectName(QStringLiteral("chkReqContact"));
+    chkReqContact->setToolTip(QStringLiteral("If checked, make sure Phone number is filled in"));
+    place(chkReqContact, {120, 2260, 4800, 330});
+    connect(chkReqContact, &QCheckBox::toggled, this, &frmZelvatcts::chkReqContact_Click);
+
+    Label19 = new QLabel(QStringLiteral("Event ID:"), this);
+    Label19->setObjectName(QStringLiteral("Label19"));
+    Label20 = new QLabel(QStringLiteral("<eventID>"), this);
+    Label20->setObjectName(QStringLiteral("Label20"));
+    Label20->setFont(QFont(QStringLiteral("Calibri"), 12, QFont::Bold));
+    Label20->setTextInteractionFlags(Qt::TextSelectableByMouse);
+
+    // Last seen and details.
+    Frame3 = new QGroupBox(this);
+    Frame3->setObjectName(QStringLiteral("Frame3"));
+    txtHeader[6] = makeBox(BoxArray::Header, 6, Frame3, false, QStringLiteral("txtHeader_6"),
+                           QStringLiteral("HH:MM or -<min> when the problem was last observed"));
+    makeLabel(QStringLiteral("Last seen:*"), Frame3, 120, 290, 1500, txtHeader[6]);
+    txtHeader[7] = makeBox(BoxArray::Header, 7, Frame3, true, QStringLiteral("txtHeader_7"),
+                           QStringLiteral("All other supporting details"));
+    makeLabel(QStringLiteral("Details:*"), Frame3, 120, 730, 1500, txtHeader[7]);
+
+    // The event type tabs, one frame each.
+    SSTab1 = new QTabWidget(this);
+    SSTab1->setObjectName(QStringLiteral("SSTab1"));
+    static const char *tabCaptions[4] = {"  MEDICAL  ", "  FIRE  ", "  LAW  ", "LOCAL GOV"};
+    static const char *frameCaptions[4] = {"Medical", "Fire", "Law", "Utilities"};
+    for (int i = 0; i < 4; ++i) {
+        auto *page = new QWidget;
+        nframe[i] = new QGroupBox(QString::fromLatin1(frameCaptions[i]), page);
+        nframe[i]->setObjectName(QStringLiteral("nframe_%1").arg(i));
+        SSTab1->addTab(page, QString::fromLatin1(tabCaptions[i]));
+    }
+    // Medical
+    txtMed[0] = makeBox(BoxArray::Med, 0, nframe[0], false, QStringLiteral("txtMed_0"),
+                        QStringLiteral("Age of the person with the problem"));
+    makeLabel(QStringLiteral("Age:*"), nframe[0], 120, 300, 1400, txtMed[0]);
+    txtMed[1] = makeBox(BoxArray::Med, 1, nframe[0], false, QStringLiteral("txtMed_1"),
+                        QStringLiteral("Gender (male / female) of the person with the problem"));
+    makeLabel(QStringLiteral("Gender:*"), nframe[0], 120, 750, 1400, txtMed[1]);
+    Label6 = makeLabel(QStringLiteral("Conscious?"), nframe[0], 120, 1230, 1400);
+    Label6->setObjectName(QStringLiteral("Label6"));
+    Frame4 = new QGroupBox(nframe[0]);
+    Frame4->setObjectName(QStringLiteral("Frame4"));
+    place(Frame4, {1600, 1130, 2600, 480});
+    Label23 = makeLabel(QStringLiteral("Breathing?"), nframe[0], 120, 1780, 1400);
+    Label23->setObjectName(QStringLiteral("Label23"));
+    Frame5 = new QGroupBox(nframe[0]);
+    Frame5->setObjectName(QStringLiteral("Frame5"));
+    place(Frame5, {1600, 1680, 2600, 480});
+    for (int i = 0; i < 2; ++i) {
+        const QString caption = i == 0 ? QStringLiteral("No") : QStringLiteral("Yes");
+        optCons[i] = new QRadioButton(caption, Frame4);
+        optCons[i]->setObjectName(QStringLiteral("optCons_%1").arg(i));
+        optCons[i]->setAccessibleName(QStringLiteral("Conscious? ") + caption);
+        place(optCons[i], {150.0 + i * 1150, 110, 1000, 280});
+        connect(optCons[i], &QRadioButton::toggled, this, [this, i](bool on) {
+            if (on)
+                optCons_Click(i);
+        });
+        optBrea[i] = new QRadioButton(caption, Frame5);
+        optBrea[i]->setObjectName(QStringLiteral("optBrea_%1").arg(i));
+        optBrea[i]->setAccessibleName(QStringLiteral("Breathing? ") + caption);
+        place(optBrea[i], {150.0 + i * 1150, 110, 1000, 280});
+        connect(optBrea[i], &QRadioButton::toggled, this, [this, i](bool on) {
+            if (on)
+                optBrea_Click(i);
+        });
+    }
+    // Fire
+    txtFire[0] = makeBox(BoxArray::Fire, 0, nframe[1], false, QStringLiteral("txtFire_0"),
+                         QStringLiteral("Yes, No, unknown"));
+    makeLabel(QStringLiteral("If a Fire: people inside?*"), nframe[1], 120, 300, 2600, txtFire[0]);
+    // Law
+    static const char *lawLabels[6] = {"Description of person (age, height, weight):", "Weapon involved?",
+                                       "Direction of Travel:", "Vehicle Description:", "License Plate:", "State"};
+    static const char *lawTips[6] = {"Include clothes, other distinguishing marks",
+                                     "Yes / No / Unknown; shots fired, other details", "if known",
+                                     "Make, Model if known", "Partials OK, use '*' if missing characters",
+                                     "CA, AZ, etc."};
+    static const double lawLabelPlace[6][2] = {{120, 300}, {120, 1000}, {120, 1450}, {120, 1900}, {120, 2350}, {5200, 2350}};
+    for (int i = 0; i < 6; ++i) {
+        txtLaw[i] = makeBox(BoxArray::Law, i, nframe[2], i == 0, QStringLiteral("txtLaw_%1").arg(i),
+                            QString::fromLatin1(lawTips[i]));
+        makeLabel(QString::fromLatin1(lawLabels[i]), nframe[2], lawLabelPlace[i][0], lawLabelPlace[i][1],
+                  i == 5 ? 600 : 3000, txtLaw[i]);
+    }
+    // Local government
+    makeLabel(QStringLiteral("No details of its own: describe the request in the summary and the details."), nframe[3],
+              120, 300, 8000);
+
+    // The commands, last in the tab order.
+    cmdSubmit = new QPushButton(QStringLiteral("Submit"), this);
+    cmdSave = new QPushButton(QStringLiteral("Save"), this);
+    cmdDelete = new QPushButton(QStringLiteral("Delete"), this);
+    cmdClose = new QPushButton(QStringLiteral("Close"), this);
+    cmdSubmit->setObjectName(QStringLiteral("cmdSubmit"));
+    cmdSave->setObjectName(QStringLiteral("cmdSave"));
+    cmdDelete->setObjectName(QStringLiteral("cmdDelete"));
+    cmdDelete->setToolTip(QStringLiteral("Cancel and close this report"));
+    cmdClose->setObjectName(QStringLiteral("cmdClose"));
+    for (QPushButton *b : {cmdSubmit, cmdSave, cmdDelete, cmdClose})
+        b->setAutoDefault(false);
+    connect(cmdSubmit, &QPushButton::clicked, this, &frmZelvatcts::cmdSubmit_Click);
+    connect(cmdSave, &QPushButton::clicked, this, &frmZelvatcts::cmdSave_Click);
+    connect(cmdDelete, &QPushButton::clicked, this, &frmZelvatcts::cmdDelete_Click);
+    connect(cmdClose, &QPushButton::clicked, this, &frmZelvatcts::cmdClose_Click);
+    for (int i = 0; i < 2; ++i)
+        connect(cmdLast[i], &QPushButton::clicked, this, [this, i] { cmdLast_Click(i); });
+
+    sbrStatus = new QStatusBar(this);
+    sbrStatus->setObjectName(QStringLiteral("sbrStatus"));
+    sbrStatus->setSizeGripEnabled(false);
+    sbrStatusPanel = new QLabel(sbrStatus);
+    sbrStatusPanel->setObjectName(QStringLiteral("sbrStatus_Status"));
+    sbrCurrentTimePanel = new QLabel(sbrStatus);
+    sbrCurrentTimePanel->setObjectName(QStringLiteral("sbrStatus_CurrentTime"));
+    sbrStatus->addWidget(sbrStatusPanel, 1);
+    sbrStatus->addPermanentWidget(sbrCurrentTimePanel);
+
+    tmrClock = new QTimer(this);
+    tmrClock->setInterval(1000);
+    connect(tmrClock, &QTimer::timeout, this, &frmZelvatcts::tmrClock_Timer);
+
+    resize(px(FormLayout::DesignWidth), px(FormLayout::DesignHeight));
+    applyLayout();
+}
+
+void frmZelvatcts::applyLayout()
+{
+    const FormLayout &f = m_layout;
+    place(Label22, f.Label22);
+    place(cmdSubmit, f.cmdSubmit);
+    place(cmdSave, f.cmdSave);
+    place(cmdDelete, f.cmdDelete);
+    place(cmdClose, f.cmdClose);
+    place(Label19, f.Label19);
+    place(Label20, f.Label20);
+    place(Frame1, f.Frame1);
+    place(Frame2, f.Frame2);
+    place(Frame3, f.Frame3);
+    place(SSTab1, f.SSTab1);
+    for (int i = 0; i < 9; ++i)
+        place(txtHeader[i], f.txtHeader[i]);
+    for (int i = 0; i < 4; ++i)
+        place(nframe[i], f.nframe[i]);
+    for (int i = 0; i < 2; ++i)
+        place(txtMed[i], f.txtMed[i]);
+    place(txtFire[0], f.txtFire);
+    for (int i = 0; i < 6; ++i)
+        place(txtLaw[i], f.txtLaw[i]);
+    const int bar = sbrStatus->sizeHint().height();
+    sbrStatus->setGeometry(0, height() - bar, width(), bar);
+}
+
+void frmZelvatcts::Form_Resize()
+{
+    if (!sbrStatus)
+        return;
+    const int bar = sbrStatus->sizeHint().height();
+    if (m_layout.Resize(twips(width()), twips(height()), twips(bar)))
+        applyLayout();
+    else
+        sbrStatus->setGeometry(0, height() - bar, width(), bar);
+}
+
+void frmZelvatcts::resizeEvent(QResizeEvent *event)
+{
+    QWidget::resizeEvent(event);
+    Form_Resize();
+}
+
+// --- states and buttons ---------------------------------------------------------------------
+
+void frmZelvatcts::SetButtonsForState(int state)
+{
+    const auto view = FormRules::ViewOfState(state);
+    if (!view) {
+        cmdSave->setText(QStringLiteral("Save"));
+        return;
+    }
+    cmdDelete->setEnabled(view->deleteEnabled);
+    cmdSave->setEnabled(view->saveEnabled);
+    cmdSave->setText(view->saveCaption);
+    cmdSubmit->setEnabled(view->submitEnabled);
+    cmdClose->setEnabled(view->closeEnabled);
+}
+
+void frmZelvatcts::ShowStateCaption(int state)
+{
+    if (const auto view = FormRules::ViewOfState(state))
+        Label22->setText(view->caption);
+}
+
+QString frmZelvatcts::StatusText() const
+{
+    return sbrStatusPanel->text();
+}
+
+void frmZelvatcts::SetStatus(const QString &text)
+{
+    sbrStatusPanel->setText(text);
+}
+
+void frmZelvatcts::tmrClock_Timer()
+{
+    sbrCurrentTimePanel->setText(DatetimeLib::Clock(DatetimeLib::Now()));
+}
+
+// --- record and controls --------------------------------------------------------------------
+
+void frmZelvatcts::LoadRecordToForm()
+{
+    SelectTypesFromList(m_record.TYP());
+    m_eventNumber = m_record.EID();
+    m_messageId = m_record.MID();
+    Label20->setText(m_eventNumber);
+    setBoxText(txtHeader[0], m_record.ISS());
+    setBoxText(txtHeader[1], m_record.AD1());
+    setBoxText(txtHeader[8], m_record.CTY());
+    setBoxText(txtHeader[2], m_record.AD2());
+    setBoxText(txtHeader[3], m_record.RPN());
+    setBoxText(txtHeader[4], m_record.RPA());
+    setBoxText(txtHeader[5], m_record.RPP());
+    setBoxText(txtHeader[6], m_record.LAS());
+    setBoxText(txtHeader[7], toBoxBreaks(m_record.DTL()));
+    setBoxText(txtMed[0], m_record.AGE());
+    setBoxText(txtMed[1], m_record.GDR());
+    // A stored answer other than 0 or 1 (-1 for unanswered) has no button: none is checked.
+    if (m_record.CON() == 0 || m_record.CON() == 1)
+        optCons[m_record.CON()]->setChecked(true);
+    if (m_record.BRE() == 0 || m_record.BRE() == 1)
+        optBrea[m_record.BRE()]->setChecked(true);
+    setBoxText(txtFire[0], m_record.PIN());
+    setBoxText(txtLaw[0], toBoxBreaks(m_record.PDE()));
+    setBoxText(txtLaw[1], m_record.WEA());
+    setBoxText(txtLaw[2], m_record.DOT());
+    setBoxText(txtLaw[3], m_record.VDE());
+    setBoxText(txtLaw[4], m_record.VDP());
+    setBoxText(txtLaw[5], m_record.VDS());
+    HighlightRequiredFields();
+}
+
+void frmZelvatcts::SaveFormToRecord()
+{
+    saveRecord(m_record.AST());
+}
+
+// Copies every control into the record (cleared by the caller, its state given), stamps it and
+// writes it. Characters the file's code page cannot hold are named to the operator, who keeps
+// the form open to correct them; the report is saved either way so nothing typed is lost.
+bool frmZelvatcts::saveRecord(qint16 state)
+{
+    m_record.setAST(state);
+    m_record.setTYP(BuildTypeList());
+    m_record.setEID(m_eventNumber);
+    m_record.setMID(m_messageId);
+    m_record.setISS(boxText(txtHeader[0]));
+    m_record.setAD1(boxText(txtHeader[1]));
+    m_record.setCTY(boxText(txtHeader[8]));
+    m_record.setAD2(boxText(txtHeader[2]));
+    m_record.setRPN(boxText(txtHeader[3]));
+    m_record.setRPA(boxText(txtHeader[4]));
+    m_record.setRPP(boxText(txtHeader[5]));
+    m_record.setLAS(boxText(txtHeader[6]));
+    m_record.setDTL(fromBoxBreaks(boxText(txtHeader[7])));
+    m_record.setAGE(boxText(txtMed[0]));
+    m_record.setGDR(boxText(txtMed[1]));
+    m_record.setCON(m_conscious);
+    m_record.setBRE(m_breathing);
+    m_record.setPIN(boxText(txtFire[0]));
+    m_record.setPDE(fromBoxBreaks(boxText(txtLaw[0])));
+    m_record.setWEA(boxText(txtLaw[1]));
+    m_record.setDOT(boxText(txtLaw[2]));
+    m_record.setVDE(boxText(txtLaw[3]));
+    m_record.setVDP(boxText(txtLaw[4]));
+    m_record.setVDS(boxText(txtLaw[5]));
+    if (m_context.station)
+        ApplySaveStamps(m_record, *m_context.station, DatetimeLib::Now());
+
+    QStringList unencodable;
+    for (QWidget *box : findChildren<QWidget *>()) {
+        if (!box->property("zelvatArray").isValid())
+            continue;
+        const QString odd = CodePage::unencodable(boxText(box));
+        if (!odd.isEmpty())
+            unencodable << QStringLiteral("%1 \"%2\"").arg(box->property("caption").toString(), odd);
+    }
+    if (!unencodable.isEmpty())
+        notify(QStringLiteral("These characters cannot be stored in a report file and were saved as \"?\":\r\n")
+                   + unencodable.join(QStringLiteral("\r\n")),
+               Notice::Exclamation);
+
+    const bool saved = m_record.Fadd();
+    LastUsed &last = LastUsedValues();
+    last.address = boxText(txtHeader[1]);
+    last.otherLocation = boxText(txtHeader[2]);
+    last.city = boxText(txtHeader[8]);
+    last.name = boxText(txtHeader[3]);
+    last.personAddress = boxText(txtHeader[4]);
+    last.phone = boxText(txtHeader[5]);
+    if (saved)
+        emit reportSaved(m_eventNumber, state);
+    return saved;
+}
+
+void frmZelvatcts::refreshList()
+{
+    if (m_context.buildNewMsgList)
+        m_context.buildNewMsgList();
+}
+
+void frmZelvatcts::cmdSave_Click()
+{
+    if (cmdSave->text() == QLatin1String("Update")) {
+        // A submitted report is being amended: mark the details, reopen it as new.
+        m_update = true;
+        const QString line = FormRules::UpdateLine(m_record.EID(), m_record.ADT(), m_record.ATM());
+        setBoxText(txtHeader[7], line + QLatin1Char('\n') + boxText(txtHeader[7]));
+        m_record.Clear();
+        m_state = Zelvat::StateNew;
+        saveRecord(Zelvat::StateNew);
+        refreshList();
+        SetButtonsForState(Zelvat::StateNew);
+        ShowStateCaption(Zelvat::StateNew);
+        return;
+    }
+    m_update = false;
+    m_record.Clear();
+    // A save that failed has told the operator why; the form stays open so nothing typed is lost.
+    if (!saveRecord(Zelvat::StateDraft))
+        return;
+    refreshList();
+    ShowStateCaption(Zelvat::StateDraft);
+    close();
+}
+
+void frmZelvatcts::cmdDelete_Click()
+{
+    m_record.Clear();
+    if (!saveRecord(Zelvat::StateDeleted))
+        return;
+    refreshList();
+    close();
+}
+
+void frmZelvatcts::cmdClose_Click()
+{
+    close();
+}
+
+void frmZelvatcts::cmdLast_Click(int index)
+{
+    const LastUsed &last = LastUsedValues();
+    if (index == 0) {
+        setBoxText(txtHeader[1], last.address);
+        setBoxText(txtHeader[2], last.otherLocation);
+        setBoxText(txtHeader[8], last.city);
+    } else if (index == 1) {
+        setBoxText(txtHeader[3], last.name);
+        setBoxText(txtHeader[4], last.personAddress);
+        setBoxText(txtHeader[5], last.phone);
+    }
+}
+
+void frmZelvatcts::closeEvent(QCloseEvent *event)
+{
+    // Closing while a session waits: the session is cancelled (socket closed, the report stays
+    // Ready on disk) and the form closes once the submission has unwound.
+    if (m_session->Busy()) {
+        m_closeWhenIdle = true;
+        m_session->Cancel(QStringLiteral("the report form was closed"));
+        event->ignore();
+        return;
+    }
+    m_closing = true;
+    tmrClock->stop();
+    QWidget::closeEvent(event);
+}
+
+void frmZelvatcts::LockFields(const QString &mode)
+{
+    const bool lock = mode == QLatin1String("LOCK");
+    for (QWidget *box : findChildren<QWidget *>()) {
+        if (!box->property("zelvatArray").isValid())
+            continue;
+        if (auto *line = qobject_cast<QLineEdit *>(box))
+            line->setReadOnly(lock);
+        else if (auto *text = qobject_cast<QPlainTextEdit *>(box))
+            text->setReadOnly(lock);
+    }
+    chkReqContact->setEnabled(lock); // the same flag, not its inverse
+}
+
+void frmZelvatcts::ClearFields()
+{
+    for (QWidget *box : findChildren<QWidget *>()) {
+        if (box->property("zelvatArray").isValid())
+            setBoxText(box, QString());
+    }
+}
+
+// --- event types ----------------------------------------------------------------------------
+
+QString frmZelvatcts::BuildTypeList() const
+{
+    return FormRules::BuildTypeList(m_typeSelected);
+}
+
+void frmZelvatcts::SelectTypesFromList(const QString &text)
+{
+    const auto found = FormRules::TypesInList(text);
+    for (int i = 0; i < FormRules::TypeCount; ++i) {
+        if (found[i])
+            cmdRtype_Click(i);
+    }
+}
+
+void frmZelvatcts::cmdRtype_Click(int index)
+{
+    SSTab1->setVisible(true);
+    SSTab1->setCurrentIndex(index);
+    for (QPushButton *b : cmdRtype) {
+        if (paintOf(b) == colour(Zelvat::MissingDataColour))
+            paint(b, buttonFaceColour());
+    }
+    QPushButton *button = cmdRtype[index];
+    QFont font = button->font();
+    if (!m_typeSelected[index]) {
+        m_typeSelected[index] = true;
+        font.setBold(true);
+        button->setFont(font);
+        paint(button, colour(Zelvat::SelectedTypeColour));
+        SSTab1->setTabEnabled(index, true);
+        button->setText(button->text() + QStringLiteral(">>"));
+        EnableTabControls(index, true);
+        if (index == 2)
+            chkReqContact->show();
+        if (index == 0) {
+            for (QRadioButton *b : optCons)
+                b->setEnabled(true);
+            for (QRadioButton *b : optBrea)
+                b->setEnabled(true);
+        }
+    } else {
+        m_typeSelected[index] = false;
+        font.setBold(false);
+        button->setFont(font);
+        paint(button, buttonFaceColour());
+        button->setText(button->text().remove(QStringLiteral(">>")));
+        SSTab1->setTabEnabled(index, false);
+        EnableTabControls(index, false);
+        ShowFirstEnabledTab();
+        if (index == 2)
+            chkReqContact->hide();
+        if (index == 0) {
+            for (QRadioButton *b : optCons)
+                b->setEnabled(false);
+            for (QRadioButton *b : optBrea)
+                b->setEnabled(false);
+        }
+    }
+    txtHeader[1]->setFocus();
+}
+
+void frmZelvatcts::ShowFirstEnabledTab()
+{
+    for (int i = 0; i < SSTab1->count(); ++i) {
+        if (SSTab1->isTabEnabled(i)) {
+            SSTab1->setCurrentIndex(i);
+            return;
+        }
+    }
+}
+
+void frmZelvatcts::EnableTabControls(int tab, bool enabled)
+{
+    for (QWidget *w : nframe[tab]->findChildren<QWidget *>(Qt::FindDirectChildrenOnly))
+        w->setEnabled(enabled);
+}
+
+void frmZelvatcts::onTabChanged(int tab)
+{
+    for (int i = 0; i < 4; ++i)
+        nframe[i]->setEnabled(i == tab);
+    FocusFirstInTab(tab);
+    Form_Resize();
+}
+
+void frmZelvatcts::FocusFirstInTab(int tab)
+{
+    if (tab < 0 || tab >= 4)
+        return;
+    // The first control of the tab's frame in tab order; nothing when it cannot take the focus.
+    for (QWidget *w : nframe[tab]->findChildren<QWidget *>(Qt::FindDirectChildrenOnly)) {
+        if (w->focusPolicy() == Qt::NoFocus)
+            continue;
+        if (w->isEnabled() && w->isVisibleTo(this))
+            w->setFocus();
+        return;
+    }
+}
+
+void frmZelvatcts::optCons_Click(int index)
+{
+    m_conscious = qint16(index);
+    paint(Label6, buttonFaceColour());
+}
+
+void frmZelvatcts::optBrea_Click(int index)
+{
+    m_breathing = qint16(index);
+    paint(Label23, buttonFaceColour());
+}
+
+void frmZelvatcts::chkReqContact_Click()
+{
+    if (chkReqContact->isChecked()) {
+        paint(txtHeader[5], colour(Zelvat::RequiredFieldColour));
+        Label18->setText(QStringLiteral("Phone:*"));
+    } else {
+        paint(txtHeader[5], windowColour());
+        Label18->setText(QStringLiteral("Phone:"));
+    }
+}
+
+// --- required fields ------------------------------------------------------------------------
+
+void frmZelvatcts::HighlightRequiredFields()
+{
+    const auto mark = [](QWidget *box) {
+        paint(box, StringLib::TrimBlanks(boxText(box)).isEmpty() ? colour(Zelvat::RequiredFieldColour) : windowColour());
+    };
+    for (int i : {0, 1, 8, 3, 6, 7})
+        mark(txtHeader[i]);
+    mark(txtMed[0]);
+    mark(txtMed[1]);
+    mark(txtFire[0]);
+}
+
+// --- typing ---------------------------------------------------------------------------------
+
+bool frmZelvatcts::eventFilter(QObject *watched, QEvent *event)
+{
+    auto *w = qobject_cast<QWidget *>(watched);
+    if (event->type() == QEvent::KeyPress) {
+        auto *key = static_cast<QKeyEvent *>(event);
+        // Escape closes the form from any box, without saving.
+        if (key->key() == Qt::Key_Escape) {
+            cmdClose_Click();
+            return true;
+        }
+        if (w && w->property("zelvatArray").isValid()) {
+            bool swallow = false;
+            onKeyPress(BoxArray(w->property("zelvatArray").toInt()), w->property("zelvatIndex").toInt(), w, key, &swallow);
+            return swallow;
+        }
+    } else if (event->type() == QEvent::FocusOut && w && w->property("zelvatArray").isValid()) {
+        onLeave(BoxArray(w->property("zelvatArray").toInt()), w->property("zelvatIndex").toInt());
+    }
+    return QWidget::eventFilter(watched, event);
+}
+
+void frmZelvatcts::onKeyPress(BoxArray array, int index, QWidget *box, QKeyEvent *event, bool *swallow)
+{
+    // Only typed characters reach the key rules; Tab moves the focus as always.
+    const QString text = event->text();
+    if (!box->isEnabled() || text.size() != 1 || event->key() == Qt::Key_Tab || event->key() == Qt::Key_Backtab)
+        return;
+    const quint16 typed = text[0].unicode();
+    quint16 k = typed;
+
+    FormRules::BoxRule rule;
+    if (array == BoxArray::Header)
+        rule = FormRules::HeaderRule(index);
+    else if (array == BoxArray::Law)
+        rule = FormRules::LawRule(index);
+
+    if (array == BoxArray::Header || array == BoxArray::Med || array == BoxArray::Fire)
+        paint(box, windowColour());
+    if (rule.upperCase)
+        k = QChar(k).toUpper().unicode();
+    if (rule.allowed)
+        k = FilterKey(k, QString::fromLatin1(rule.allowed), true);
+    // A character the report file cannot hold is refused like any other.
+    if (k != 0 && k >= 32 && !CodePage::canEncode(QString(QChar(k))))
+        k = 0;
+    if (array == BoxArray::Header || array == BoxArray::Law) {
+        paint(box, windowColour());
+        SetStatus(QString());
+    }
+
+    if (k == 0) {
+        QApplication::beep();
+        *swallow = true;
+    } else if (k != typed) {
+        if (auto *line = qobject_cast<QLineEdit *>(box))
+            line->insert(QString(QChar(k)));
+        else
+            static_cast<QPlainTextEdit *>(box)->insertPlainText(QString(QChar(k)));
+        *swallow = true;
+    }
+}
+
+void frmZelvatcts::onChange(BoxArray array, int index)
+{
+    QWidget *box = array == BoxArray::Header ? txtHeader[index]
+        : array == BoxArray::Med             ? txtMed[index]
+        : array == BoxArray::Fire            ? txtFire[index]
+                                             : txtLaw[index];
+    if (!box)
+        return; // still being built
+    paint(box, windowColour());
+    // The address and the phone of the reporting person stand in for each other.
+    if (array == BoxArray::Header && index == 4 && txtHeader[5])
+        paint(txtHeader[5], windowColour());
+    if (array == BoxArray::Header && index == 5 && txtHeader[4])
+        paint(txtHeader[4], windowColour());
+}
+
+void frmZelvatcts::onLeave(BoxArray array, int index)
+{
+    FormRules::BoxRule rule;
+    QWidget *box = nullptr;
+    if (array == BoxArray::Header) {
+        rule = FormRules::HeaderRule(index);
+        box = txtHeader[index];
+    } else if (array == BoxArray::Law) {
+        rule = FormRules::LawRule(index);
+        box = txtLaw[index];
+    }
+    if (!box || m_closing)
+        return;
+    if (rule.leave == FormRules::Leave::ProperCase)
+        setBoxText(box, StringLib::ProperCase(boxText(box)));
+    else if (rule.leave == FormRules::Leave::LastSeen)
+        setBoxText(box, FormRules::ResolveLastSeen(boxText(box), DatetimeLib::Now()));
+}
+
+// --- submission -----------------------------------------------------------------------------
+
+bool frmZelvatcts::CheckRequiredFields()
+{
+    RequiredFields::Input in;
+    for (int i = 0; i < 9; ++i)
+        in.header[i] = boxText(txtHeader[i]);
+    in.med = {boxText(txtMed[0]), boxText(txtMed[1])};
+    in.fire = boxText(txtFire[0]);
+    in.contactRequested = chkReqContact->isChecked();
+    in.medSelected = m_typeSelected[0];
+    in.fireSelected = m_typeSelected[1];
+    in.conscious = m_conscious;
+    in.breathing = m_breathing;
+    in.typeList = BuildTypeList();
+
+    const QColor missing = colour(Zelvat::MissingDataColour);
+    bool ok = true;
+    // Each failing box is painted and takes the focus, so the last one ends up focused.
+    for (const RequiredFields::Failure &f : RequiredFields::Check(in)) {
+        ok = false;
+        switch (f.target) {
+        case RequiredFields::Target::Header:
+            paint(txtHeader[f.index], missing);
+            txtHeader[f.index]->setFocus();
+            break;
+        case RequiredFields::Target::Med:
+            paint(txtMed[f.index], missing);
+            SSTab1->setCurrentIndex(0);
+            txtMed[f.index]->setFocus();
+            break;
+        case RequiredFields::Target::ConsciousLabel:
+            paint(Label6, missing);
+            break;
+        case RequiredFields::Target::BreathingLabel:
+            paint(Label23, missing);
+            break;
+        case RequiredFields::Target::Fire:
+            paint(txtFire[0], missing);
+            txtFire[0]->setFocus();
+            break;
+        case RequiredFields::Target::TypeButtons:
+            for (QPushButton *b : cmdRtype)
+                paint(b, missing);
+            notify(RequiredFields::NoEventTypeMessage(), Notice::Exclamation);
+            txtHeader[0]->setFocus();
+            break;
+        }
+    }
+    return ok;
+}
+
+void frmZelvatcts::cmdSubmit_Click()
+{
+    if (m_session->Busy())
+        return; // one session at a time
+    Submission::Hooks hooks;
+    hooks.checkRequiredFields = [this] { return CheckRequiredFields(); };
+    hooks.saveAs = [this](qint16 state) { return saveRecord(state); };
+    hooks.stateChanged = [this](qint16 state) {
+        m_state = state;
+        SetButtonsForState(state);
+        ShowStateCaption(state);
+    };
+    hooks.refreshList = [this] { refreshList(); };
+    const Submission::Outcome outcome = Submission::Submit(m_state, m_record, chkReqContact->isChecked(), m_update,
+                                                           *m_session, m_context.station ? m_context.station->Enc : QString(),
+                                                           hooks);
+    if (outcome == Submission::Outcome::Sent || m_closeWhenIdle) {
+        m_closeWhenIdle = false;
+        close();
+    }
+}

@@ -1,0 +1,170 @@
+#pragma once
+
+#include "report_form/FormLayout.h"
+#include "store/ZelvatMsg.h"
+
+#include <QPointer>
+#include <QWidget>
+#include <array>
+#include <functional>
+
+class QCheckBox;
+class QGroupBox;
+class QLabel;
+class QPushButton;
+class QRadioButton;
+class QStatusBar;
+class QTabWidget;
+class QTimer;
+class ServerSession;
+class ZelvatIni;
+
+// What a report form needs from the program: the program folder, the station settings held by
+// the main window, and the main window's list refresh (BuildNewMsgList).
+struct ReportFormContext {
+    QString programFolder;
+    ZelvatIni *station = nullptr;
+    std::function<void()> buildNewMsgList;
+};
+
+// The report form: the window in which the operator writes one incident report, or opens a
+// saved one to read, save again, update, delete or submit it.
+class frmZelvatcts : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit frmZelvatcts(const ReportFormContext &context, QWidget *parent = nullptr);
+    ~frmZelvatcts() override;
+
+    // Opens the form for one report: "NEW" exactly for a new report, otherwise a report name.
+    void StartForm(const QString &eventRecord);
+
+    // The one report form of the program: opens it for `eventRecord`, or, when a form is
+    // already open, brings that one to the front and says so, so that unsaved input in it is
+    // never lost. Returns the form shown.
+    static frmZelvatcts *Open(const ReportFormContext &context, const QString &eventRecord);
+    static frmZelvatcts *Current();
+
+    // The six last-used header texts, shared by every report form while the program runs.
+    struct LastUsed {
+        QString address, otherLocation, city, name, personAddress, phone;
+    };
+    static LastUsed &LastUsedValues();
+    static void ClearLastUsed();
+
+    // The form's own connection to the message server (also used for the link test).
+    ServerSession *Session() const { return m_session; }
+
+    int ReportState() const { return m_state; }
+    bool UpdateFlag() const { return m_update; }
+    QString EventNumber() const { return m_eventNumber; }
+    const ZelvatMsg &Record() const { return m_record; }
+    QString StatusText() const;
+    void SetStatus(const QString &text);
+
+    // The event type selection and the medical answers (-1 unanswered, 0 No, 1 Yes).
+    bool TypeSelected(int index) const { return m_typeSelected[index]; }
+    QString BuildTypeList() const;
+    qint16 ConsciousAnswer() const { return m_conscious; }
+    qint16 BreathingAnswer() const { return m_breathing; }
+
+    // Handlers and routines under their design names, public for the window's own wiring and
+    // for tests that drive the form as an operator would.
+    void cmdRtype_Click(int index);
+    void cmdSave_Click();
+    void cmdDelete_Click();
+    void cmdClose_Click();
+    void cmdSubmit_Click();
+    void cmdLast_Click(int index);
+    void SaveFormToRecord();
+    void LoadRecordToForm();
+    void SetButtonsForState(int state);
+    void ShowStateCaption(int state);
+    void HighlightRequiredFields();
+    bool CheckRequiredFields();
+    void LockFields(const QString &mode);
+    void ClearFields();
+    void ShowFirstEnabledTab();
+    void EnableTabControls(int tab, bool enabled);
+    void FocusFirstInTab(int tab);
+    void Form_Resize();
+    void SelectTypesFromList(const QString &text);
+
+signals:
+    // The record was written to disk (after Save, Update, Delete, and both saves of a submission).
+    void reportSaved(const QString &eventNumber, int state);
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
+    void closeEvent(QCloseEvent *event) override;
+
+private:
+    enum class BoxArray { Header, Med, Fire, Law };
+    void buildControls();
+    QWidget *makeBox(BoxArray array, int index, QWidget *parent, bool multiLine, const QString &objectName,
+                     const QString &toolTip);
+    QLabel *makeLabel(const QString &text, QWidget *parent, double left, double top, double width,
+                      QWidget *buddy = nullptr, const QString &toolTip = {});
+    int px(double twips) const;
+    double twips(int pixels) const;
+    void place(QWidget *w, const TwipsRect &r) const;
+    void applyLayout();
+    void onTabChanged(int tab);
+    void onKeyPress(BoxArray array, int index, QWidget *box, QKeyEvent *event, bool *swallow);
+    void onChange(BoxArray array, int index);
+    void onLeave(BoxArray array, int index);
+    void optCons_Click(int index);
+    void optBrea_Click(int index);
+    void chkReqContact_Click();
+    void tmrClock_Timer();
+    bool saveRecord(qint16 state);
+    void refreshList();
+
+    ReportFormContext m_context;
+    ZelvatMsg m_record;
+    qint16 m_state = 0;
+    QString m_eventNumber;
+    QString m_messageId;
+    std::array<bool, 4> m_typeSelected {};
+    qint16 m_conscious = -1;
+    qint16 m_breathing = -1;
+    bool m_update = false;
+    bool m_closing = false;
+    bool m_closeWhenIdle = false;
+    ServerSession *m_session = nullptr;
+    FormLayout m_layout;
+
+public:
+    // The controls, under their design names (control arrays by index).
+    std::array<QWidget *, 9> txtHeader {};
+    std::array<QWidget *, 2> txtMed {};
+    std::array<QWidget *, 1> txtFire {};
+    std::array<QWidget *, 6> txtLaw {};
+    std::array<QPushButton *, 4> cmdRtype {};
+    std::array<QRadioButton *, 2> optCons {};
+    std::array<QRadioButton *, 2> optBrea {};
+    std::array<QPushButton *, 2> cmdLast {};
+    std::array<QGroupBox *, 4> nframe {};
+    QGroupBox *Frame1 = nullptr;
+    QGroupBox *Frame2 = nullptr;
+    QGroupBox *Frame3 = nullptr;
+    QGroupBox *Frame4 = nullptr;
+    QGroupBox *Frame5 = nullptr;
+    QCheckBox *chkReqContact = nullptr;
+    QTabWidget *SSTab1 = nullptr;
+    QLabel *Label6 = nullptr;   // "Conscious?"
+    QLabel *Label18 = nullptr;  // "Phone:" / "Phone:*"
+    QLabel *Label19 = nullptr;  // "Event ID:"
+    QLabel *Label20 = nullptr;  // the event number
+    QLabel *Label22 = nullptr;  // the state caption
+    QLabel *Label23 = nullptr;  // "Breathing?"
+    QPushButton *cmdSubmit = nullptr;
+    QPushButton *cmdSave = nullptr;
+    QPushButton *cmdDelete = nullptr;
+    QPushButton *cmdClose = nullptr;
+    QStatusBar *sbrStatus = nullptr;
+    QLabel *sbrStatusPanel = nullptr;      // panel "Status"
+    QLabel *sbrCurrentTimePanel = nullptr; // panel "CurrentTime"
+    QTimer *tmrClock = nullptr;
+};
