@@ -1,0 +1,33 @@
+#pragma once
+
+#include <QWidget>
+#include <cmath>
+
+// Measures of the windows are given in twips, 1440 to the logical inch; widgets are placed in
+// pixels. One conversion each way, at the widget's logical resolution.
+namespace Twips {
+
+inline int ToPixels(const QWidget *w, double twips)
+{
+    return int(std::lround(twips * w->logicalDpiX() / 1440.0));
+}
+
+inline double FromPixels(const QWidget *w, int pixels)
+{
+    return pixels * 1440.0 / w->logicalDpiX();
+}
+
+inline void Place(QWidget *w, double left, double top, double width, double height)
+{
+    const QWidget *ref = w->parentWidget() ? w->parentWidget() : w;
+    w->setGeometry(ToPixels(ref, left), ToPixels(ref, top), std::max(0, ToPixels(ref, width)),
+                   std::max(0, ToPixels(ref, height)));
+}
+
+// Colours given as red-green-blue values with red in the low byte.
+inline QColor Colour(quint32 rgbLowRed)
+{
+    return QColor(int(rgbLowRed & 0xFF), int((rgbLowRed >> 8) & 0xFF), int((rgbLowRed >> 16) & 0xFF));
+}
+
+} // namespace Twips

@@ -1,0 +1,597 @@
+#include "app/frmZelvatmain.h"
+
+#include "app/ReportListModel.h"
+#include "app/Twips.h"
+#include "dialogs/frmAbout.h"
+#include "dialogs/frmStationID.h"
+#include "link/ServerSession.h"
+#include "link/frmZelvatPref.h"
+#include "report_form/frmZelvatcts.h"
+#include "store/DatetimeLib.h"
+#include "store/ProgramFolder.h"
+#include "store/ReportList.h"
+#include "support/CommonConst.h"
+#include "support/Platform.h"
+#include "support/StringLib.h"
+#include "support/ZelvatLogLib.h"
+
+#include <QApplication>
+#include <QCloseEvent>
+#include <QDesktopServices>
+#include <QEventLoop>
+#include <QFileInfo>
+#include <QHeaderView>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenuBar>
+#include <QPushButton>
+#include <QSettings>
+#include <QStatusBar>
+#include <QTimer>
+#include <QTreeView>
+#include <QUrl>
+
+#include <cmath>
+
+namespace {
+
+constexpr std::array<qint32, 8> kDefaultWidths = {1, 1000, 1000, 1000, 2000, 4000, 2000, 2000};
+
+// The per-user settings store: application "Zelvat Call Taking System", section "Settings".
+std::unique_ptr<QSettings> settingsStore()
+{
+    auto s = std::make_unique<QSettings>(QSettings::NativeFormat, QSettings::UserScope, QString::fromLatin1(Zelvat::Title));
+    s->beginGroup(QStringLiteral("Settings"));
+    return s;
+}
+
+// A stored value as a number; text that is no number (edited from outside) gives the default.
+double storedNumber(const QSettings &s, const QString &key, double fallback)
+{
+    return StringLib::ParseNumber(s.value(key, QString::number(fallback)).toString()).value_or(fallback);
+}
+
+QFont makeFont(const char *family, double points, bool bold = false)
+{
+    QFont f(QString::fromLatin1(family));
+    f.setPointSizeF(points);
+    f.setBold(bold);
+    return f;
+}
+
+} // namespace
+
+frmZelvatmain::frmZelvatmain(const QString &programFolder, QWidget *parent)
+    : QMainWindow(parent)
+    , m_folder(programFolder)
+    , m_station(ProgramFolder::StationFile(programFolder))
+{
+    setObjectName(QStringLiteral("frmZelvatmain"));
+    buildControls();
+    buildMenus();
+    m_linkSession = new ServerSession(&m_station, this);
+    showStationDialog = [this] {
+        frmStationID dialog(m_station, this);
+        dialog.exec();
+    };
+    startReportForm = [this](const QString &eventRecord) {
+        frmZelvatcts::Open(ReportFormContext{m_folder, &m_station, [this] { BuildNewMsgList(); }}, eventRecord);
+    };
+}
+
+frmZelvatmain::~frmZelvatmain() = default;
+
+void frmZelvatmain::buildControls()
+{
+    auto *central = new QWidget(this);
+    setCentralWidget(central);
+    const auto button = [central](QPushButton *&b, const char *name, const QString &caption, const QFont &f) {
+        b = new QPushButton(caption, central);
+        b->setObjectName(QString::fromLatin1(name));
+        b->setFont(f);
+        b->setAutoDefault(false);
+    };
+    button(cmdMorvel, "cmdMorvel", QStringLiteral("New Report"), makeFont("Calibri", 14.25));
+    button(cmdDelete, "cmdDelete", QStringLiteral("Delete"), makeFont("Calibri", 12));
+    button(cmdSmaller, "cmdSmaller", QStringLiteral("A"), makeFont("Arial", 8.25));
+    button(cmdBigger, "cmdBigger", QStringLiteral("A"), makeFont("Arial", 13.5));
+    cmdSmaller->setToolTip(QStringLiteral("Decrease font size"));
+    cmdBigger->setToolTip(QStringLiteral("Increase font size"));
+    cmdSmaller->setAccessibleName(QStringLiteral("Decrease font size"));
+    cmdBigger->setAccessibleName(QStringLiteral("Increase font size"));
+
+    lblFolderSpace = new QLabel(QStringLiteral("View List"), central);
+    lblFolderSpace->setObjectName(QStringLiteral("lblFolderSpace"));
+    lblFolderSpace->setFont(makeFont("Arial", 8.25, true));
+    lblFolderSpace->setAlignment(Qt::AlignHCenter | Qt::AlignTop);
+    lblFolderSpace->setFrameShape(QFrame::StyledPanel);
+    const std::pair<int, const char *> folders[] = {{2, "Ready"}, {9, "Submitted"}, {6, "Draft"}, {8, "Deleted"}, {0, "All"}};
+    for (const auto &[code, caption] : folders) {
+        QPushButton *&b = cmdFolder[code];
+        button(b, "cmdFolder", QString::fromLatin1(caption), makeFont("Arial", 12));
+        b->setObjectName(QStringLiteral("cmdFolder_%1").arg(code));
+        connect(b, &QPushButton::clicked, this, [this, code = code] { cmdFolder_Click(code); });
+    }
+    lblCurrentFolder = new QLabel(central);
+    lblCurrentFolder->setObjectName(QStringLiteral("lblCurrentFolder"));
+    lblCurrentFolder->setFont(makeFont("Arial", 14.25));
+
+    m_model = new ReportListModel(this);
+    LV = new QTreeView(central);
+    LV->setObjectName(QStringLiteral("LV"));
+    LV->setAccessibleName(QStringLiteral("Reports"));
+    LV->setModel(m_model);
+    LV->setRootIsDecorated(false);
+    LV->setUniformRowHeights(true);
+    LV->setSelectionMode(QAbstractItemView::ExtendedSelection);
+    LV->setSelectionBehavior(QAbstractItemView::SelectRows);
+    LV->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    LV->setAllColumnsShowFocus(true);
+    LV->header()->setSectionsClickable(true);
+    LV->header()->setStretchLastSection(false);
+    LV->header()->setMinimumSectionSize(0);
+    LV->header()->setSortIndicatorShown(true);
+    LV->installEventFilter(this);
+    connect(LV->header(), &QHeaderView::sectionClicked, this, &frmZelvatmain::LV_ColumnClick);
+    connect(LV, &QTreeView::doubleClicked, this, &frmZelvatmain::LV_DblClick);
+
+    txtArea = new QLineEdit(central);
+    txtArea->setObjectName(QStringLiteral("txtArea"));
+    txtArea->setAccessibleName(QStringLiteral("Notes"));
+    Line1 = new QFrame(central);
+    Line2 = new QFrame(central);
+    for (QFrame *line : {Line1, Line2}) {
+        line->setFrameShape(QFrame::HLine);
+        line->setFrameShadow(QFrame::Sunken);
+    }
+    Line1->setObjectName(QStringLiteral("Line1"));
+    Line2->setObjectName(QStringLiteral("Line2"));
+
+    Twips::Place(cmdMorvel, 120, 120, 2170, 370);
+    Twips::Place(cmdDelete, 2760, 120, 1215, 375);
+    Twips::Place(cmdSmaller, 8520, 120, 375, 375);
+    Twips::Place(cmdBigger, 8880, 120, 375, 375);
+    Twips::Place(lblFolderSpace, 120, 600, 1575, 4450);
+    Twips::Place(cmdFolder[2], 240, 1080, 1335, 375);
+    Twips::Place(cmdFolder[9], 240, 1560, 1335, 375);
+    Twips::Place(cmdFolder[6], 240, 2040, 1335, 375);
+    Twips::Place(cmdFolder[8], 240, 2520, 1335, 375);
+    Twips::Place(cmdFolder[0], 240, 3000, 1335, 375);
+    Twips::Place(lblCurrentFolder, 1800, 600, 7450, 375);
+    Twips::Place(LV, 1800, 1080, 7450, 2890);
+    Twips::Place(txtArea, 1800, 4200, 3490, 850);
+    Twips::Place(Line1, 0, 540, 11000, 30);
+    Twips::Place(Line2, 0, 0, 11000, 30);
+    lblFolderSpace->lower();
+
+    connect(cmdMorvel, &QPushButton::clicked, this, &frmZelvatmain::cmdMorvel_Click);
+    connect(cmdDelete, &QPushButton::clicked, this, &frmZelvatmain::cmdDelete_Click);
+    connect(cmdSmaller, &QPushButton::clicked, this, &frmZelvatmain::cmdSmaller_Click);
+    connect(cmdBigger, &QPushButton::clicked, this, &frmZelvatmain::cmdBigger_Click);
+
+    sbrStatus = new QLabel(this);
+    sbrConfig = new QLabel(this);
+    sbrCurrentTime = new QLabel(this);
+    sbrStatus->setObjectName(QStringLiteral("sbrStatus_Status"));
+    sbrConfig->setObjectName(QStringLiteral("sbrStatus_Config"));
+    sbrCurrentTime->setObjectName(QStringLiteral("sbrStatus_CurrentTime"));
+    statusBar()->setObjectName(QStringLiteral("sbrStatus"));
+    statusBar()->setFont(makeFont("Calibri", 10));
+    statusBar()->addWidget(sbrStatus, 1);
+    statusBar()->addWidget(sbrConfig, 3);
+    statusBar()->addPermanentWidget(sbrCurrentTime);
+
+    tmrClock = new QTimer(this);
+    tmrClock->setInterval(1000);
+    connect(tmrClock, &QTimer::timeout, this, [this] { sbrCurrentTime->setText(DatetimeLib::Clock(DatetimeLib::Now())); });
+    tmrClock->start();
+}
+
+void frmZelvatmain::buildMenus()
+{
+    const auto item = [this](QMenu *menu, const char *name, const QString &caption, bool enabled,
+                             void (frmZelvatmain::*slot)() = nullptr) {
+        QAction *a = menu->addAction(caption);
+        a->setObjectName(QString::fromLatin1(name));
+        a->setEnabled(enabled);
+        if (slot)
+            connect(a, &QAction::triggered, this, slot);
+        return a;
+    };
+    QMenu *file = menuBar()->addMenu(QStringLiteral("&File"));
+    item(file, "mnuExport", QStringLiteral("Export"), false);
+    item(file, "mnuImport", QStringLiteral("Import"), false);
+    file->addSeparator();
+    item(file, "mnuPrintSetup", QStringLiteral("Print Setup..."), false);
+    file->addSeparator();
+    item(file, "mnuExit", QStringLiteral("Exit"), true, &frmZelvatmain::mnuExit_Click);
+    QMenu *edit = menuBar()->addMenu(QStringLiteral("&Edit"));
+    item(edit, "mnuCut", QStringLiteral("Cut"), false);
+    item(edit, "mnuCopy", QStringLiteral("Copy"), false);
+    item(edit, "mnuPaste", QStringLiteral("Paste"), false);
+    item(edit, "mnuDelete", QStringLiteral("Delete"), true, &frmZelvatmain::cmdDelete_Click);
+    QMenu *setup = menuBar()->addMenu(QStringLiteral("&Setup"));
+    item(setup, "mnuStationID", QStringLiteral("Location ID"), true, &frmZelvatmain::mnuStationID_Click);
+    item(setup, "mnuPreferences", QStringLiteral("Preferences"), true, &frmZelvatmain::mnuPreferences_Click);
+    setup->addSeparator();
+    item(setup, "mnuResetFont", QStringLiteral("Reset Font"), true, &frmZelvatmain::mnuResetFont_Click);
+    item(setup, "mnuPackColumns", QStringLiteral("Pack Columns"), true, &frmZelvatmain::mnuPackColumns_Click);
+    item(setup, "mnuResetColumns", QStringLiteral("Reset Columns"), true, &frmZelvatmain::mnuResetColumns_Click);
+    QMenu *help = menuBar()->addMenu(QStringLiteral("&Help"));
+    mnuZelvatQuickStart = item(help, "mnuZelvatQuickStart", QStringLiteral("Zelvat Quick Start"), true,
+                               &frmZelvatmain::mnuZelvatQuickStart_Click);
+    help->addSeparator();
+    item(help, "mnuAbout", QStringLiteral("About"), true, &frmZelvatmain::mnuAbout_Click);
+}
+
+// --- start-up and shutdown ------------------------------------------------------------------
+
+void frmZelvatmain::Form_Load()
+{
+    // 1-3. Placement and column widths from the per-user settings store, in twips.
+    setWindowState(Qt::WindowNoState);
+    {
+        const auto store = settingsStore();
+        const QSettings &s = *store;
+        const double left = storedNumber(s, QStringLiteral("MainLeft"), 105);
+        const double top = storedNumber(s, QStringLiteral("MainTop"), 105);
+        const double width = storedNumber(s, QStringLiteral("MainWidth"), 11235);
+        const double height = storedNumber(s, QStringLiteral("MainHeight"), 7200);
+        move(Twips::ToPixels(this, left), Twips::ToPixels(this, top));
+        resize(Twips::ToPixels(this, width), Twips::ToPixels(this, height));
+        for (int i = 0; i < 8; ++i) {
+            // Widths may carry a fraction; they are read back rounded half to even.
+            const double w = storedNumber(s, QStringLiteral("lvCW%1").arg(i + 1), kDefaultWidths[i]);
+            m_columnWidths[i] = qint32(std::clamp(std::nearbyint(w), 0.0, 2147483647.0));
+        }
+    }
+    // 4-5. Visible at its place, captioned with the version.
+    show();
+    setWindowTitle(QString::fromLatin1(Zelvat::Title) + QStringLiteral(" v") + Zelvat::VersionText());
+    // 6-9. Station settings, session log, the report reader.
+    m_station.Load();
+    ZelvatLogLib::SetupLog(m_folder, true);
+    m_reader = std::make_unique<ZelvatMsg>(m_folder);
+    // 10-12. The Ready folder in the list font of the station settings.
+    m_currentFolder = Zelvat::StateReady;
+    m_listFontSize = m_station.Lvf;
+    applyListFont();
+    SetColumnHeaders();
+    BuildNewMsgList();
+    UpdateFolderCaption();
+    // 13-15. Who is taking calls, asked at every start; then shown in the status bar.
+    if (showStationDialog)
+        showStationDialog();
+    sbrConfig->setText(ConfigText());
+    frmZelvatcts::ClearLastUsed();
+}
+
+void frmZelvatmain::Form_Unload()
+{
+    if (m_unloaded)
+        return;
+    m_unloaded = true;
+    const auto store = settingsStore();
+    QSettings &s = *store;
+    // A minimised or maximised window keeps the last normal placement in the store.
+    if (!(windowState() & (Qt::WindowMinimized | Qt::WindowMaximized | Qt::WindowFullScreen))) {
+        s.setValue(QStringLiteral("MainLeft"), QString::number(Twips::FromPixels(this, x())));
+        s.setValue(QStringLiteral("MainTop"), QString::number(Twips::FromPixels(this, y())));
+        s.setValue(QStringLiteral("MainWidth"), QString::number(Twips::FromPixels(this, width())));
+        s.setValue(QStringLiteral("MainHeight"), QString::number(Twips::FromPixels(this, height())));
+    }
+    const auto widths = columnTwips();
+    for (int i = 0; i < 8; ++i)
+        s.setValue(QStringLiteral("lvCW%1").arg(i + 1), QString::number(widths[i], 'g', 10));
+    s.sync();
+    m_station.Lvf = float(m_listFontSize);
+    m_station.Save();
+    m_reader.reset();
+}
+
+void frmZelvatmain::closeEvent(QCloseEvent *event)
+{
+    Form_Unload();
+    QMainWindow::closeEvent(event);
+}
+
+QString frmZelvatmain::ConfigText() const
+{
+    return QStringLiteral("Name: ") + StringLib::ProperCase(m_station.Nam) + QStringLiteral(" -- ") + QStringLiteral("UID: ")
+        + m_station.Uid + QStringLiteral(" -- ") + QStringLiteral("LOC: ") + m_station.Loc;
+}
+
+QString frmZelvatmain::StatusText() const
+{
+    return sbrStatus->text();
+}
+
+// --- the report list ------------------------------------------------------------------------
+
+void frmZelvatmain::SetColumnHeaders()
+{
+    LV->header()->setSectionResizeMode(QHeaderView::Interactive);
+    for (int i = 0; i < 8; ++i)
+        LV->header()->resizeSection(i, Twips::ToPixels(this, m_columnWidths[i]));
+}
+
+std::array<double, 8> frmZelvatmain::columnTwips() const
+{
+    // A column the operator has not resized keeps its width in twips exactly; one that was
+    // resized is measured from its pixels (and may carry a fraction).
+    std::array<double, 8> widths {};
+    for (int i = 0; i < 8; ++i) {
+        const int pixels = LV->header()->sectionSize(i);
+        widths[i] = Twips::ToPixels(this, m_columnWidths[i]) == pixels ? double(m_columnWidths[i])
+                                                                       : Twips::FromPixels(this, pixels);
+    }
+    return widths;
+}
+
+std::array<qint32, 8> frmZelvatmain::ColumnWidths() const
+{
+    std::array<qint32, 8> widths {};
+    const auto twips = columnTwips();
+    for (int i = 0; i < 8; ++i)
+        widths[i] = qint32(std::nearbyint(twips[i]));
+    return widths;
+}
+
+void frmZelvatmain::UpdateFolderCaption()
+{
+    lblCurrentFolder->setText(QStringLiteral("  ") + Zelvat::FolderCaption(m_currentFolder));
+}
+
+void frmZelvatmain::BuildNewMsgList()
+{
+    if (!m_reader)
+        return;
+    // The loader's messages for unreadable files are collected and said once, below.
+    struct Collect : Notifier {
+        QList<Notice> notices;
+        void show(const Notice &n) override { notices.append(n); }
+    } collect;
+    QList<ReportList::Row> rows;
+    QStringList unreadable;
+    {
+        ScopedNotifier quiet(&collect);
+        rows = ReportList::Build(*m_reader, m_currentFolder);
+    }
+    for (const Notice &n : std::as_const(collect.notices)) {
+        const qsizetype at = n.text.indexOf(QStringLiteral("Problems loading "));
+        if (at >= 0)
+            unreadable << n.text.mid(at + 17).section(QStringLiteral(", please try again"), 0, 0);
+    }
+    ReportList::SortDefault(rows);
+    m_sortKey = ReportList::City;
+    m_sortOrder = Qt::AscendingOrder;
+    const int count = int(rows.size());
+    m_model->SetRows(std::move(rows));
+    LV->header()->setSortIndicator(m_sortKey, m_sortOrder);
+    // An empty list takes no part in keyboard input.
+    LV->setFocusPolicy(count > 0 ? Qt::StrongFocus : Qt::NoFocus);
+    sbrStatus->setText(ReportList::ItemsText(count));
+
+    // One message per set of unreadable files, not one per file and refill: the operator hears
+    // again only when a file newly fails to load.
+    QStringList fresh;
+    for (const QString &path : std::as_const(unreadable)) {
+        if (!m_unreadableShown.contains(path))
+            fresh << path;
+    }
+    if (!fresh.isEmpty()) {
+        for (const QString &path : std::as_const(fresh))
+            m_unreadableShown.insert(path);
+        QString text = fresh.size() == 1 ? collect.notices.first().text
+                                         : QStringLiteral("%1 report files could not be read:").arg(fresh.size());
+        if (fresh.size() > 1) {
+            for (const QString &path : fresh.mid(0, 10))
+                text += QStringLiteral("\r\n") + path;
+            if (fresh.size() > 10)
+                text += QStringLiteral("\r\n... and %1 more").arg(fresh.size() - 10);
+            text += QStringLiteral("\r\nThe first said:\r\n") + collect.notices.first().text;
+        }
+        notify(text, Notice::Exclamation);
+    }
+}
+
+void frmZelvatmain::cmdFolder_Click(int folder)
+{
+    QApplication::setOverrideCursor(Qt::WaitCursor);
+    m_currentFolder = folder;
+    UpdateFolderCaption();
+    BuildNewMsgList();
+    QApplication::restoreOverrideCursor();
+}
+
+void frmZelvatmain::LV_ColumnClick(int column)
+{
+    if (column == ReportList::DateTime) {
+        // Chronological: the Date/Time text read as month/day/year, the order flipped each time.
+        m_sortOrder = m_sortOrder == Qt::AscendingOrder ? Qt::DescendingOrder : Qt::AscendingOrder;
+        m_sortKey = ReportList::ColumnCount; // the temporary column the sort stands on
+        m_model->Reorder([this](QList<ReportList::Row> &rows) { ReportList::SortChronological(rows, m_sortOrder); });
+    } else {
+        if (m_sortKey == column)
+            m_sortOrder = m_sortOrder == Qt::AscendingOrder ? Qt::DescendingOrder : Qt::AscendingOrder;
+        m_sortKey = column;
+        m_model->Reorder([this, column](QList<ReportList::Row> &rows) { ReportList::Sort(rows, column, m_sortOrder); });
+    }
+    LV->header()->setSortIndicator(column, m_sortOrder);
+}
+
+void frmZelvatmain::LV_DblClick()
+{
+    const QModelIndex current = LV->currentIndex();
+    if (!current.isValid())
+        return;
+    if (startReportForm)
+        startReportForm(m_model->Rows()[current.row()].cells[ReportList::Idx]);
+}
+
+void frmZelvatmain::cmdDelete_Click()
+{
+    if (!m_reader)
+        return;
+    QList<int> selected;
+    for (const QModelIndex &i : LV->selectionModel()->selectedRows())
+        selected << i.row();
+    std::sort(selected.begin(), selected.end());
+    // From the last selected row to the first, so the rows still to go keep their places.
+    for (auto it = selected.rbegin(); it != selected.rend(); ++it) {
+        const QString name = m_model->Rows()[*it].cells[ReportList::Idx];
+        m_reader->Load(name);
+        m_reader->Fdelete(name, qint16(m_currentFolder));
+        m_model->RemoveRow(*it);
+    }
+}
+
+void frmZelvatmain::cmdMorvel_Click()
+{
+    if (startReportForm)
+        startReportForm(QStringLiteral("NEW"));
+}
+
+bool frmZelvatmain::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched == LV && event->type() == QEvent::KeyPress && static_cast<QKeyEvent *>(event)->key() == Qt::Key_Delete) {
+        cmdDelete_Click();
+        return true;
+    }
+    return QMainWindow::eventFilter(watched, event);
+}
+
+// --- commands -------------------------------------------------------------------------------
+
+void frmZelvatmain::applyListFont()
+{
+    // Sizes the list cannot show (zero or less) are kept but not applied.
+    if (m_listFontSize > 0) {
+        QFont f = LV->font();
+        f.setPointSizeF(m_listFontSize);
+        LV->setFont(f);
+        m_model->SetFont(f);
+    }
+}
+
+void frmZelvatmain::setListFontSize(double size)
+{
+    m_listFontSize = std::round(size * 10000) / 10000; // four decimals, as a currency amount
+    applyListFont();
+    BuildNewMsgList();
+}
+
+void frmZelvatmain::cmdBigger_Click()
+{
+    setListFontSize(m_listFontSize + 1);
+}
+
+void frmZelvatmain::cmdSmaller_Click()
+{
+    setListFontSize(m_listFontSize - 1);
+}
+
+void frmZelvatmain::mnuResetFont_Click()
+{
+    setListFontSize(10);
+}
+
+void frmZelvatmain::mnuPackColumns_Click()
+{
+    // Every column but the first (the hidden file name) fits its contents and its header.
+    for (int i = 1; i < ReportList::ColumnCount; ++i) {
+        LV->resizeColumnToContents(i);
+        LV->header()->resizeSection(i, std::max(LV->header()->sectionSize(i), LV->header()->sectionSizeHint(i)));
+    }
+}
+
+void frmZelvatmain::mnuResetColumns_Click()
+{
+    m_columnWidths = kDefaultWidths;
+    SetColumnHeaders();
+}
+
+void frmZelvatmain::mnuStationID_Click()
+{
+    if (showStationDialog)
+        showStationDialog();
+    sbrConfig->setText(ConfigText());
+    frmZelvatcts::ClearLastUsed();
+}
+
+void frmZelvatmain::mnuPreferences_Click()
+{
+    frmZelvatPref dialog(m_station, m_linkSession, this);
+    dialog.exec();
+    m_station.Save();
+}
+
+void frmZelvatmain::mnuAbout_Click()
+{
+    frmAbout dialog(this);
+    dialog.exec();
+}
+
+void frmZelvatmain::mnuZelvatQuickStart_Click()
+{
+    const QString path = m_folder + QStringLiteral("/docs/ZelvatUG-QuickStart.pdf");
+    if (QFileInfo::exists(path)) {
+        QDesktopServices::openUrl(QUrl::fromLocalFile(path));
+        return;
+    }
+    mnuZelvatQuickStart->setEnabled(false);
+    notify(QStringLiteral("Hmmm, can't find '") + path + QStringLiteral("'\r\nMake sure Zelvat was installed correctly"),
+           Notice::NoIcon, QString::fromLatin1(Zelvat::Title));
+}
+
+void frmZelvatmain::mnuExit_Click()
+{
+    close();
+}
+
+void frmZelvatmain::Pause(int milliSeconds)
+{
+    QEventLoop loop;
+    QTimer::singleShot(std::max(0, milliSeconds), &loop, &QEventLoop::quit);
+    loop.exec();
+}
+
+// --- layout ---------------------------------------------------------------------------------
+
+void frmZelvatmain::resizeEvent(QResizeEvent *event)
+{
+    QMainWindow::resizeEvent(event);
+    Form_Resize();
+}
+
+void frmZelvatmain::Form_Resize()
+{
+    if (!centralWidget() || !statusBar())
+        return;
+    // Horizontal measures use the outer width, vertical ones the inner height (below the menu).
+    const double W = Twips::FromPixels(this, frameGeometry().width());
+    const double bar = Twips::FromPixels(this, statusBar()->height());
+    const double H = Twips::FromPixels(this, centralWidget()->height()) + bar;
+    const auto at = [this](QWidget *w) {
+        return std::array<double, 4>{Twips::FromPixels(this, w->x()), Twips::FromPixels(this, w->y()),
+                                     Twips::FromPixels(this, w->width()), Twips::FromPixels(this, w->height())};
+    };
+    for (QFrame *line : {Line1, Line2}) {
+        const auto g = at(line);
+        Twips::Place(line, g[0], g[1], W - 200 - g[0], g[3]);
+    }
+    for (QWidget *w : {static_cast<QWidget *>(lblCurrentFolder), static_cast<QWidget *>(txtArea), static_cast<QWidget *>(LV)}) {
+        const auto g = at(w);
+        Twips::Place(w, g[0], g[1], W - g[0] - 350, g[3]);
+    }
+    auto area = at(txtArea);
+    Twips::Place(txtArea, area[0], H - area[3] - 400, area[2], area[3]);
+    const auto list = at(LV);
+    Twips::Place(LV, list[0], list[1], list[2], H - list[1] - area[3] - 500);
+    const auto space = at(lblFolderSpace);
+    Twips::Place(lblFolderSpace, space[0], space[1], space[2], H - space[1] - bar);
+    const auto bigger = at(cmdBigger);
+    Twips::Place(cmdBigger, W - 800, bigger[1], bigger[2], bigger[3]);
+    Twips::Place(cmdSmaller, W - 800 - 375, bigger[1], at(cmdSmaller)[2], at(cmdSmaller)[3]);
+}

@@ -1,0 +1,119 @@
+#pragma once
+
+#include "settings/ZelvatIni.h"
+#include "store/ZelvatMsg.h"
+
+#include <QMainWindow>
+#include <QSet>
+#include <array>
+#include <functional>
+#include <memory>
+
+class QAction;
+class QFrame;
+class QLabel;
+class QLineEdit;
+class QPushButton;
+class QTimer;
+class QTreeView;
+class ReportListModel;
+class ServerSession;
+
+// The main window and the program's start-up object: the report list with its folders, the
+// commands, the station settings, and the per-user placement of the window.
+class frmZelvatmain : public QMainWindow {
+    Q_OBJECT
+
+public:
+    // The program folder holds the station file, the reports (msg.d), the logs and the guide.
+    explicit frmZelvatmain(const QString &programFolder, QWidget *parent = nullptr);
+    ~frmZelvatmain() override;
+
+    // Start-up, once, after construction; and shutdown, once, when the window closes.
+    void Form_Load();
+    void Form_Unload();
+
+    // Opens the report form for "NEW" or a report name (set by the program; the report form's
+    // StartForm).
+    std::function<void(const QString &eventRecord)> startReportForm;
+    // Shows the station identification dialog modally (replaced in tests that drive it).
+    std::function<void()> showStationDialog;
+
+    // Refills the list for the current folder. Public: the report form calls it.
+    void BuildNewMsgList();
+    void SetColumnHeaders();
+    void UpdateFolderCaption();
+
+    ZelvatIni &Station() { return m_station; }
+    QString ProgramFolder() const { return m_folder; }
+    int CurrentFolder() const { return m_currentFolder; }
+    ReportListModel *ListModel() const { return m_model; }
+    double ListFontSize() const { return m_listFontSize; }
+    int SortKey() const { return m_sortKey; }
+    Qt::SortOrder SortOrder() const { return m_sortOrder; }
+    std::array<qint32, 8> ColumnWidths() const; // in twips, as the list shows them now
+    QString ConfigText() const;
+    QString StatusText() const;
+
+    void cmdFolder_Click(int folder);
+    void cmdDelete_Click();
+    void cmdMorvel_Click();
+    void cmdBigger_Click();
+    void cmdSmaller_Click();
+    void mnuResetFont_Click();
+    void mnuPackColumns_Click();
+    void mnuResetColumns_Click();
+    void mnuStationID_Click();
+    void mnuPreferences_Click();
+    void mnuAbout_Click();
+    void mnuZelvatQuickStart_Click();
+    void mnuExit_Click();
+    void LV_ColumnClick(int column);
+    void LV_DblClick();
+    void Form_Resize();
+    void Pause(int milliSeconds);
+
+    // The controls, under their design names.
+    QPushButton *cmdMorvel = nullptr;
+    QPushButton *cmdDelete = nullptr;
+    QPushButton *cmdSmaller = nullptr;
+    QPushButton *cmdBigger = nullptr;
+    QLabel *lblFolderSpace = nullptr;
+    QLabel *lblCurrentFolder = nullptr;
+    std::array<QPushButton *, 10> cmdFolder {}; // by folder code: 0, 2, 6, 8, 9
+    QTreeView *LV = nullptr;
+    QLineEdit *txtArea = nullptr;
+    QFrame *Line1 = nullptr;
+    QFrame *Line2 = nullptr;
+    QLabel *sbrStatus = nullptr;      // panel "Status"
+    QLabel *sbrConfig = nullptr;      // panel "Config"
+    QLabel *sbrCurrentTime = nullptr; // panel "CurrentTime"
+    QAction *mnuZelvatQuickStart = nullptr;
+    QTimer *tmrClock = nullptr;
+
+protected:
+    void closeEvent(QCloseEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
+private:
+    void buildControls();
+    std::array<double, 8> columnTwips() const;
+    void buildMenus();
+    void applyListFont();
+    void setListFontSize(double size);
+    int hiddenRows() const;
+
+    QString m_folder;
+    ZelvatIni m_station;
+    std::unique_ptr<ZelvatMsg> m_reader;
+    ReportListModel *m_model = nullptr;
+    ServerSession *m_linkSession = nullptr;
+    std::array<qint32, 8> m_columnWidths {};
+    int m_currentFolder = 2;
+    int m_sortKey = 6;
+    Qt::SortOrder m_sortOrder = Qt::AscendingOrder;
+    double m_listFontSize = 10;
+    bool m_unloaded = false;
+    QSet<QString> m_unreadableShown; // report files already reported as unreadable this session
+};

@@ -1,0 +1,184 @@
+#include "link/frmZelvatPref.h"
+
+#include "app/Twips.h"
+#include "link/ServerSession.h"
+#include "settings/ZelvatIni.h"
+#include "support/CommonConst.h"
+#include "support/Platform.h"
+#include "support/StringLib.h"
+
+#include <QApplication>
+#include <QComboBox>
+#include <QGroupBox>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QTabWidget>
+
+frmZelvatPref::frmZelvatPref(ZelvatIni &station, ServerSession *session, QWidget *parent)
+    : QDialog(parent)
+    , m_station(station)
+    , m_session(session)
+{
+    setObjectName(QStringLiteral("frmZelvatPref"));
+    setWindowTitle(QStringLiteral("Preferences"));
+    setFont(QFont(QStringLiteral("Calibri"), 11));
+
+    SSTab1 = new QTabWidget(this);
+    SSTab1->setObjectName(QStringLiteral("SSTab1"));
+    Twips::Place(SSTab1, 120, 120, 6600, 3000);
+    static const char *tabCaptions[2] = {"Encoding", "Message Server"};
+    static const char *frameCaptions[2] = {"Set Message Encoding", "Message Server (Tndirect)"};
+    for (int i = 0; i < 2; ++i) {
+        auto *page = new QWidget;
+        nframe[i] = new QGroupBox(QString::fromLatin1(frameCaptions[i]), page);
+        nframe[i]->setObjectName(QStringLiteral("nframe_%1").arg(i));
+        Twips::Place(nframe[i], 120, 120, 6200, 2300);
+        SSTab1->addTab(page, QString::fromLatin1(tabCaptions[i]));
+    }
+    // Encoding tab.
+    auto *label1 = new QLabel(QStringLiteral("Encode Method:"), nframe[0]);
+    cboEncType = new QComboBox(nframe[0]);
+    cboEncType->setObjectName(QStringLiteral("cboEncType"));
+    label1->setBuddy(cboEncType);
+    Twips::Place(label1, 240, 420, 1800, 330);
+    Twips::Place(cboEncType, 2100, 390, 1800, 360);
+    // Server tab.
+    static const char *labels[3] = {"Remote Host:", "Remote Port:", "Network Timeout:                      msec"};
+    for (int i = 0; i < 3; ++i) {
+        auto *label = new QLabel(QString::fromLatin1(labels[i]), nframe[1]);
+        txtServer[i] = new QLineEdit(nframe[1]);
+        txtServer[i]->setObjectName(QStringLiteral("txtServer_%1").arg(i));
+        txtServer[i]->installEventFilter(this);
+        label->setBuddy(txtServer[i]);
+        Twips::Place(label, 240, 420.0 + i * 480, 4600, 330);
+        Twips::Place(txtServer[i], i == 2 ? 1900 : 1900, 390.0 + i * 480, i == 0 ? 4000 : 1100, 340);
+    }
+    txtServer[2]->raise();
+    cmdTest = new QPushButton(QStringLiteral("Tndirect Link Test"), nframe[1]);
+    cmdTest->setObjectName(QStringLiteral("cmdTest"));
+    Twips::Place(cmdTest, 1900, 1860, 2400, 380);
+
+    cmdOK = new QPushButton(QStringLiteral("OK"), this);
+    cmdCancel = new QPushButton(QStringLiteral("Cancel"), this);
+    cmdOK->setObjectName(QStringLiteral("cmdOK"));
+    cmdCancel->setObjectName(QStringLiteral("cmdCancel"));
+    cmdOK->setAutoDefault(false);
+    cmdCancel->setAutoDefault(false);
+    Twips::Place(cmdOK, 4200, 3240, 1200, 400);
+    Twips::Place(cmdCancel, 5520, 3240, 1200, 400);
+    setFixedSize(Twips::ToPixels(this, 6840), Twips::ToPixels(this, 3780));
+    connect(cmdOK, &QPushButton::clicked, this, &frmZelvatPref::cmdOK_Click);
+    connect(cmdCancel, &QPushButton::clicked, this, &frmZelvatPref::cmdCancel_Click);
+    connect(cmdTest, &QPushButton::clicked, this, &frmZelvatPref::cmdTest_Click);
+
+    // Form_Load
+    txtServer[0]->setText(station.Hst);
+    txtServer[1]->setText(station.Prt);
+    txtServer[2]->setText(QString::number(station.Nto));
+    cboEncType->addItems({QStringLiteral("NONE"), QStringLiteral("BASE64")});
+    cboEncType->setCurrentIndex(int(cboEncType->findText(station.Enc, Qt::MatchExactly | Qt::MatchCaseSensitive)));
+    SSTab1->setCurrentIndex(0);
+    onTabChanged(0);
+    connect(SSTab1, &QTabWidget::currentChanged, this, &frmZelvatPref::onTabChanged);
+}
+
+void frmZelvatPref::onTabChanged(int tab)
+{
+    for (int i = 0; i < 2; ++i)
+        nframe[i]->setEnabled(i == tab);
+    FocusFirstOnTab();
+}
+
+void frmZelvatPref::FocusFirstOnTab()
+{
+    const int tab = SSTab1->currentIndex();
+    for (QWidget *w : nframe[tab]->findChildren<QWidget *>(Qt::FindDirectChildrenOnly)) {
+        if (w->focusPolicy() != Qt::NoFocus && w->isEnabled()) {
+            w->setFocus();
+            return;
+        }
+    }
+}
+
+bool frmZelvatPref::eventFilter(QObject *watched, QEvent *event)
+{
+    // A key typed into a server box takes back its normal colour.
+    if (event->type() == QEvent::KeyPress) {
+        for (QLineEdit *box : txtServer) {
+            if (watched == box)
+                box->setPalette(QApplication::palette(box));
+        }
+    }
+    return QDialog::eventFilter(watched, event);
+}
+
+bool frmZelvatPref::CheckServerFields()
+{
+    bool ok = true;
+    for (QLineEdit *box : txtServer) {
+        if (box->text().isEmpty()) {
+            QPalette p = box->palette();
+            p.setColor(QPalette::Base, Twips::Colour(Zelvat::MissingDataColour));
+            box->setPalette(p);
+            SSTab1->setCurrentIndex(1);
+            ok = false;
+        }
+    }
+    return ok;
+}
+
+void frmZelvatPref::cmdOK_Click()
+{
+    if (!CheckServerFields())
+        return;
+    // Port and time-out must be numbers; otherwise nothing is changed.
+    const auto port = StringLib::ToInteger(txtServer[1]->text(), 1, 65535, QString(), nullptr);
+    const auto timeout = StringLib::ToInteger(txtServer[2]->text(), 0, 32767, QString(), nullptr);
+    if (!port || !timeout) {
+        SSTab1->setCurrentIndex(1);
+        QLineEdit *bad = !port ? txtServer[1] : txtServer[2];
+        notify(!port ? QStringLiteral("The Remote Port \"%1\" is not a port number (1 to 65535). Nothing was changed.")
+                           .arg(txtServer[1]->text())
+                     : QStringLiteral("The Network Timeout \"%1\" is not a number of milliseconds (0 to 32767). "
+                                      "Nothing was changed.")
+                           .arg(txtServer[2]->text()),
+               Notice::Exclamation);
+        bad->setFocus();
+        return;
+    }
+    m_station.Hst = txtServer[0]->text();
+    m_station.Prt = txtServer[1]->text();
+    m_station.Nto = qint16(*timeout);
+    m_station.Enc = cboEncType->currentText();
+    accept();
+}
+
+void frmZelvatPref::cmdCancel_Click()
+{
+    reject();
+}
+
+void frmZelvatPref::cmdTest_Click()
+{
+    if (!m_session || m_session->Busy())
+        return;
+    const QString keptHost = m_station.Hst;
+    const QString keptPort = m_station.Prt;
+    m_station.Hst = txtServer[0]->text();
+    m_station.Prt = txtServer[1]->text();
+    cmdTest->setEnabled(false);
+    const bool ok = m_session->TndirectTest(QStringLiteral("<test>This is an Zelvat test msg</test>"));
+    cmdTest->setEnabled(true);
+    if (ok)
+        notify(QStringLiteral("Tndirect link test passed!"));
+    else
+        notify(QStringLiteral("Link Test to Tndirect failed.  Check the following:\r\n1. Confirm that Tndirect is running\r\n"
+                              "2. Confirm the Host Name and Port Number match Tndirect"),
+               Notice::Exclamation);
+    // The kept values come back; a numeric port as plain decimal text.
+    m_station.Hst = keptHost;
+    const auto port = StringLib::ToInteger(keptPort, -32768, 32767, QString(), nullptr);
+    m_station.Prt = port ? QString::number(*port) : keptPort;
+}
