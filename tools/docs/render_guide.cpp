@@ -8,6 +8,9 @@
 #include <QPageLayout>
 #include <QPageSize>
 #include <QPdfWriter>
+#include <QImage>
+#include <QTextBlock>
+#include <QTextCursor>
 #include <QTextDocument>
 #include <QUrl>
 #include <cstdio>
@@ -31,6 +34,26 @@ int main(int argc, char *argv[])
     doc.setBaseUrl(QUrl::fromLocalFile(QFileInfo(in).absolutePath() + QLatin1Char('/')));
     doc.setDefaultFont(QFont(QStringLiteral("Calibri"), 11));
     doc.setMarkdown(QString::fromUtf8(in.readAll()));
+
+    // Screenshots are as wide as the windows they show; on the page they fit the text width.
+    constexpr double maxWidth = 560; // document units, a little under the A4 text width
+    for (QTextBlock block = doc.begin(); block.isValid(); block = block.next()) {
+        for (auto it = block.begin(); !it.atEnd(); ++it) {
+            const QTextFragment fragment = it.fragment();
+            if (!fragment.charFormat().isImageFormat())
+                continue;
+            QTextImageFormat image = fragment.charFormat().toImageFormat();
+            const QImage picture = doc.resource(QTextDocument::ImageResource, QUrl(image.name())).value<QImage>();
+            if (picture.isNull() || picture.width() <= maxWidth)
+                continue;
+            image.setWidth(maxWidth);
+            image.setHeight(maxWidth * picture.height() / picture.width());
+            QTextCursor cursor(&doc);
+            cursor.setPosition(fragment.position());
+            cursor.setPosition(fragment.position() + fragment.length(), QTextCursor::KeepAnchor);
+            cursor.setCharFormat(image);
+        }
+    }
 
     QPdfWriter pdf(QString::fromLocal8Bit(argv[2]));
     pdf.setTitle(QStringLiteral("Zelvat Call Taking System — Quick Start"));

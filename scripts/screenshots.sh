@@ -1,0 +1,66 @@
+#!/usr/bin/env bash
+# Takes the README's screenshots of the real windows under a virtual X display (Xvfb): the
+# station identification, the main window, a medical and a law report on the report form, the
+# preferences and the about box. Writes docs/screenshots/*.png.
+set -euo pipefail
+[ -n "${TRACE:-}" ] && set -x
+cd "$(dirname "$0")/.."
+./scripts/deps.sh xvfb xdotool imagemagick
+./scripts/build.sh
+build=${BUILD_DIR:-build}
+out=docs/screenshots
+mkdir -p "$out"
+
+home=$(mktemp -d)
+trap 'kill $app_pid $xvfb_pid 2>/dev/null; rm -rf "$home"' EXIT
+cp "$build/src/Zelvatcts" "$build/tools/cli/zelvatcts-cli" "$home/"
+printf '[GENERAL OPTIONS]\r\nNam=Pat Smith\r\nUid=KN1ABC\r\nLoc=EOC Main\r\nCty=Springfield\r\nLid=SPF\r\n' > "$home/Zelvatcts.ini"
+cli="$home/zelvatcts-cli"
+"$cli" new --set TYP=MED --set "ISS=Person Down" --set "AD1=12 Oak St" --set CTY=Springfield --set "RPN=Jordan Smith" \
+  --set RPP=555-0100 --set LAS=14:05 --set 'DTL=Collapsed on the sidewalk\nBystanders with him' --set AGE=70 \
+  --set GDR=Male --set CON=1 --set BRE=1 >/dev/null
+"$cli" new --set TYP=LAW --set "ISS=Hit And Run" --set "AD1=Main St And 5th" --set CTY=Riverside --set "RPN=Lee Chan" \
+  --set RPP=555-0199 --set LAS=13:50 --set 'DTL=Cyclist struck, driver left north' --set 'PDE=Male, 30s\ngrey hoodie' \
+  --set WEA=No --set DOT=North --set "VDE=Blue Sedan" --set VDP=7ABC123 --set VDS=CA >/dev/null
+for name in $("$cli" list draft | cut -f1 | grep -v '^Items'); do "$cli" delete "$name" >/dev/null; done
+"$cli" new --set TYP=FIRE --set "ISS=Smoke In Building" --set "AD1=400 Elm Rd" --set CTY=Fairview >/dev/null
+# Put the first two back where the list shows them: Ready.
+for f in "$home"/msg.d/*.911; do grep -q 'AST=8' "$f" && sed -i 's/^AST=8\r$/AST=2\r/' "$f"; done
+
+Xvfb :77 -screen 0 1024x768x24 >/dev/null 2>&1 &
+xvfb_pid=$!
+export DISPLAY=:77
+sleep 1
+"$home/Zelvatcts" >/dev/null 2>&1 &
+app_pid=$!
+
+window() { xdotool search --sync --onlyvisible --name "$1" | tail -1; }
+press() { xdotool windowfocus --sync "$(window "$1")"; shift; xdotool key "$@"; }
+shot() { sleep 0.7; import -window "$(window "$1")" "$out/$2.png"; echo "$out/$2.png"; }
+
+shot "Zelvat Station ID" station-id
+press "Zelvat Station ID" Return
+main=$(window "Zelvat Call Taking System v")
+shot "Zelvat Call Taking System v" main-window
+
+# The law report and the medical report: the rows of the Ready list, ordered by City (Riverside, Springfield).
+xdotool mousemove --window "$main" 300 119 click --repeat 2 --delay 80 1
+shot "Zelvat - Report form" report-form-law
+press "Zelvat - Report form" Escape
+sleep 0.5
+xdotool mousemove --window "$main" 300 135 click --repeat 2 --delay 80 1
+shot "Zelvat - Report form" report-form-medical
+press "Zelvat - Report form" Escape
+sleep 0.5
+
+press "Zelvat Call Taking System v" alt+s
+sleep 0.3
+xdotool key Down Return
+shot "Preferences" preferences
+press "Preferences" Escape
+sleep 0.3
+press "Zelvat Call Taking System v" alt+h
+sleep 0.3
+xdotool key Up Return
+shot "About Zelvat" about
+press "About Zelvat" Return
