@@ -16,8 +16,11 @@ ServerSession::ServerSession(const ZelvatIni *station, QObject *parent)
     , m_station(station)
     , m_socket(new QTcpSocket(this))
 {
+    // The designed waits are exact: a coarse timer may end them a little early.
     m_pauseTimer.setSingleShot(true);
+    m_pauseTimer.setTimerType(Qt::PreciseTimer);
     m_gpTimer.setSingleShot(true);
+    m_gpTimer.setTimerType(Qt::PreciseTimer);
     connect(&m_pauseTimer, &QTimer::timeout, this, &ServerSession::wake);
     connect(&m_gpTimer, &QTimer::timeout, this, &ServerSession::wake);
     connect(m_socket, &QTcpSocket::readyRead, this, &ServerSession::WNS_DataArrival);

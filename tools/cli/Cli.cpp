@@ -32,7 +32,9 @@ void Cli::OutBytes(const QByteArray &bytes)
 
 void Cli::Out(const QString &line)
 {
+    // Each line goes out as it happens: a script reading a long resend sees every report when done.
     OutBytes(CodePage::encode(line) + '\n');
+    std::fflush(stdout);
 }
 
 void Cli::Err(const QString &line)
