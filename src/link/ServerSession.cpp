@@ -231,6 +231,13 @@ void ServerSession::CheckReply(const QString &chunk)
         break;
     }
     m_searchedUpTo = m_buffer.size();
+    // A server that never stops talking must not use up the memory: only the end of what it
+    // said is kept, enough for a prompt split across the cut.
+    constexpr qsizetype keep = 1024 * 1024;
+    if (m_buffer.size() > 2 * keep) {
+        m_buffer.remove(0, m_buffer.size() - keep);
+        m_searchedUpTo = m_buffer.size();
+    }
     wake();
 }
 

@@ -50,6 +50,7 @@ public:
     bool ReplyFlag() const { return m_reply; }
     int PromptState() const { return m_prompt; }
     void SetPromptState(int state) { m_prompt = state; }
+    // What was received since the last send (its last megabyte, for a server that floods).
     QString ReceiveBuffer() const { return m_buffer; }
     int Step() const { return m_step; }
 
