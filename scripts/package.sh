@@ -22,9 +22,12 @@ dpkg-deb -x "$deb" "$root"
 home=$(mktemp -d -p "$root")
 "$root/usr/bin/zelvatcts-cli" --home "$home" new --set TYP=MED --set ISS=Check >/dev/null
 "$root/usr/bin/zelvatcts-cli" --home "$home" list draft | tail -1
-if [ -x "$root/usr/bin/Zelvatcts" ]; then
-  echo "window: $(dpkg-deb -c "$deb" | grep -c 'usr/bin/Zelvatcts$') executable in the package"
-fi
+# The window starts (it waits at the station identification until the time limit ends it).
+set +e
+HOME="$home" QT_QPA_PLATFORM=offscreen timeout 5 "$root/usr/bin/Zelvatcts" >/dev/null 2>&1
+rc=$?
+set -e
+if [ "$rc" -eq 124 ]; then echo "window: started and ran until stopped"; else echo "window: exited with $rc"; exit 1; fi
 if [ "${1:-}" = "--install" ]; then
   apt-get install -y "./$deb"
 fi

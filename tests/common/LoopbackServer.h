@@ -7,7 +7,7 @@
 // A message server on a free loopback port that records what it receives and answers as told.
 class LoopbackServer : public QObject {
 public:
-    enum Mode { Ok, Silent, Split, DropAfterEnvelope, Refuse };
+    enum Mode { Ok, Silent, Split, DropAfterEnvelope, Refuse, Garbage, Flood };
     explicit LoopbackServer(Mode mode)
         : m_mode(mode)
     {
@@ -42,6 +42,13 @@ private:
             QTimer::singleShot(30, s, [s] { s->write("K>\r\n"); });
             break;
         case DropAfterEnvelope: s->disconnectFromHost(); break;
+        case Garbage: s->write("K> O K > ok> OK >\r\n"); break;
+        case Flood: {
+            const QByteArray line(1023, 'x');
+            for (int i = 0; i < 10 * 1024; ++i) // 10 MB without a prompt
+                s->write(line + '\n');
+            break;
+        }
         default: break;
         }
     }

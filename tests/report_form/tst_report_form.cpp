@@ -64,6 +64,8 @@ private slots:
     void failedSendLeavesItReady();
     void closingDuringAWaitKeepsItReady();
     void submittedUpdateCarriesTheMark();
+    void misbehavingServerNeverFreezesTheWindow_data();
+    void misbehavingServerNeverFreezesTheWindow();
 
     void layoutFollowsTheWidth();
     void layoutBelowTheMinimumDoesNothing();
@@ -697,6 +699,41 @@ void TestReportForm::submittedUpdateCarriesTheMark()
     QTest::mouseClick(f->cmdSubmit, Qt::LeftButton);
     QTRY_VERIFY(server.received.contains("<AOSUB>SPF-001 / MED / Springfield -- UPDATE</AOSUB>"));
     QVERIFY(server.received.contains("DETL=Fall -- UPDATE for R9/261115, 0930\\nfirst\\nsecond -- AGE"));
+}
+
+void TestReportForm::misbehavingServerNeverFreezesTheWindow_data()
+{
+    QTest::addColumn<int>("mode");
+    QTest::newRow("silent") << int(LoopbackServer::Silent);
+    QTest::newRow("drops after the envelope") << int(LoopbackServer::DropAfterEnvelope);
+    QTest::newRow("answers garbage") << int(LoopbackServer::Garbage);
+    QTest::newRow("floods 10 MB") << int(LoopbackServer::Flood);
+}
+
+void TestReportForm::misbehavingServerNeverFreezesTheWindow()
+{
+    // While the session waits for a prompt that never comes, the window keeps handling events
+    // (the clock ticks, the operator can close it); closing it leaves the report Ready.
+    QFETCH(int, mode);
+    LoopbackServer server{LoopbackServer::Mode(mode)};
+    m_ini->Prt = QString::number(server.port);
+    frmZelvatcts *f = open("NEW");
+    QPointer<frmZelvatcts> guard(f);
+    fillLgovReport(f);
+    int ticks = 0;
+    QTimer ui;
+    connect(&ui, &QTimer::timeout, [&] { ++ticks; });
+    ui.start(50);
+    QTimer::singleShot(1500, [&] {
+        if (guard)
+            guard->close();
+    });
+    QTest::mouseClick(f->cmdSubmit, Qt::LeftButton);
+    QTRY_VERIFY(!guard);
+    QVERIFY2(ticks >= 20, qPrintable(QString::number(ticks))); // about 30 in 1.5 s when nothing blocks
+    const QByteArray file = readFile(msgPath("SPF26320.100"));
+    QVERIFY(file.contains("\r\nAST=2\r\n"));
+    QVERIFY(file.contains("\r\n[END]\r\n"));
 }
 
 // --- layout ---------------------------------------------------------------------------------
