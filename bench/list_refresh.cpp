@@ -4,7 +4,7 @@
 // the time from start to the station dialog shown, and, last, refresh_ratio for 10,000.
 
 #include "app/frmZelvatmain.h"
-#include "store/ZelvatMsg.h"
+#include "SampleReport.h"
 
 #include <QApplication>
 #include <QDir>
@@ -36,21 +36,8 @@ Figures measure(int count, int repeats)
     QDir(dir.path()).mkpath(QStringLiteral("msg.d"));
     QDir(dir.path()).mkpath(QStringLiteral("logs"));
     QStringList paths;
-    static const char *cities[] = {"Springfield", "Riverside", "Fairview", "Madison", "Georgetown"};
     for (int i = 0; i < count; ++i) {
-        ZelvatMsg m(dir.path());
-        m.setTYP(QStringLiteral("MED"));
-        m.setEID(QStringLiteral("ABC26320.%1").arg(i, 6, 10, QLatin1Char('0')));
-        m.setMID(QStringLiteral("ABC-%1").arg(i));
-        m.setISS(QStringLiteral("Person down near the library"));
-        m.setAD1(QStringLiteral("%1 Oak Street").arg(100 + i % 900));
-        m.setCTY(QString::fromLatin1(cities[i % 5]));
-        m.setDTL(QStringLiteral("Caller reports a man collapsed on the sidewalk, bystanders are with him"));
-        m.setRPN(QStringLiteral("Jordan Smith"));
-        m.setAGE(QStringLiteral("70"));
-        m.setAST(2);
-        m.setADT(QStringLiteral("261116"));
-        m.setATM(QStringLiteral("1432"));
+        const ZelvatMsg m = SampleReport(dir.path(), i, 2);
         const QString path = m.PathFor(m.EID());
         QFile f(path);
         f.open(QIODevice::WriteOnly);

@@ -2,8 +2,7 @@
 // against a plain read of the same files (open, read all, close each) in the same run.
 // Prints the medians for 10,000 and 100,000 report files and, last, load_ratio for 10,000.
 
-#include "store/DatetimeLib.h"
-#include "store/ZelvatMsg.h"
+#include "SampleReport.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -15,37 +14,6 @@
 #include <vector>
 
 namespace {
-
-// A report of about 500 bytes, as an operator writes one.
-QByteArray sampleReport(const QString &programFolder, int i)
-{
-    static const char *cities[] = {"Springfield", "Riverside", "Fairview", "Madison", "Georgetown"};
-    static const char *types[] = {"MED", "FIRE", "LAW", "MED+LAW", "LGOV"};
-    ZelvatMsg m(programFolder);
-    m.setTYP(types[i % 5]);
-    m.setEID(QStringLiteral("ABC26320.%1").arg(i, 6, 10, QLatin1Char('0')));
-    m.setMID(QStringLiteral("ABC-%1").arg(i));
-    m.setISS(QStringLiteral("Person down near the library"));
-    m.setAD1(QStringLiteral("%1 Oak Street").arg(100 + i % 900));
-    m.setCTY(cities[i % 5]);
-    m.setAD2(QStringLiteral("Corner of Oak and 5th, north side"));
-    m.setLAS(QStringLiteral("14:05"));
-    m.setDTL(QStringLiteral("Caller reports a man collapsed on the sidewalk, bystanders are with him\\nNo traffic hazard"));
-    m.setRPN(QStringLiteral("Jordan Smith"));
-    m.setRPA(QStringLiteral("12 Elm Road"));
-    m.setRPP(QStringLiteral("555-0100"));
-    m.setAGE(QStringLiteral("70"));
-    m.setGDR(QStringLiteral("Male"));
-    m.setCON(1);
-    m.setBRE(1);
-    m.setPDE(QStringLiteral("Tall, red jacket"));
-    m.setUID(QStringLiteral("KN1ABC"));
-    m.setULO(QStringLiteral("EOC Main"));
-    m.setAST(qint16(i % 3 == 0 ? 2 : 6));
-    m.setADT(QStringLiteral("261116"));
-    m.setATM(QStringLiteral("1432"));
-    return m.FileContent(QStringLiteral("1.0.0/26320:143207"));
-}
 
 double median(std::vector<double> v)
 {
@@ -66,7 +34,8 @@ Figures measure(int count, int repeats)
     QStringList paths;
     qint64 bytes = 0;
     for (int i = 0; i < count; ++i) {
-        const QByteArray content = sampleReport(dir.path(), i);
+        const QByteArray content =
+            SampleReport(dir.path(), i, qint16(i % 3 == 0 ? 2 : 6)).FileContent(QStringLiteral("1.0.0/26320:143207"));
         const QString path = dir.path() + QStringLiteral("/msg.d/ABC26320.%1.911").arg(i, 6, 10, QLatin1Char('0'));
         QFile f(path);
         if (!f.open(QIODevice::WriteOnly))

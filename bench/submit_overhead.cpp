@@ -4,7 +4,7 @@
 // taken from when its line appears, minus those 400 ms is the overhead. Prints the median time per
 // report and, last, overhead_ms.
 
-#include "store/ZelvatMsg.h"
+#include "SampleReport.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -40,21 +40,8 @@ int main(int argc, char *argv[])
     ini.close();
     constexpr int reports = 100;
     for (int i = 0; i < reports; ++i) {
-        ZelvatMsg m(dir.path());
+        ZelvatMsg m = SampleReport(dir.path(), i, 2);
         m.setTYP(QStringLiteral("MED"));
-        m.setEID(QStringLiteral("SPF26320.%1").arg(i, 3, 10, QLatin1Char('0')));
-        m.setMID(QStringLiteral("SPF-%1").arg(i, 3, 10, QLatin1Char('0')));
-        m.setISS(QStringLiteral("Person Down"));
-        m.setAD1(QStringLiteral("12 Oak St"));
-        m.setCTY(QStringLiteral("Springfield"));
-        m.setRPN(QStringLiteral("Jordan Smith"));
-        m.setLAS(QStringLiteral("14:05"));
-        m.setDTL(QStringLiteral("Collapsed on the sidewalk"));
-        m.setAGE(QStringLiteral("70"));
-        m.setGDR(QStringLiteral("Male"));
-        m.setCON(1);
-        m.setBRE(1);
-        m.setAST(2);
         m.Fadd();
     }
 

@@ -1,5 +1,7 @@
 #include "report_form/frmZelvatcts.h"
 
+#include "app/Twips.h"
+
 #include "link/RequiredFields.h"
 #include "link/ServerSession.h"
 #include "link/Submission.h"
@@ -33,12 +35,6 @@ namespace {
 using Key = ZelvatMsg::Key;
 
 QPointer<frmZelvatcts> g_current;
-
-// Colours are given as red-green-blue values with red in the low byte.
-QColor colour(quint32 rgbLowRed)
-{
-    return QColor(int(rgbLowRed & 0xFF), int((rgbLowRed >> 8) & 0xFF), int((rgbLowRed >> 16) & 0xFF));
-}
 
 QColor windowColour()
 {
@@ -216,12 +212,12 @@ void frmZelvatcts::StartForm(const QString &eventRecord)
 
 int frmZelvatcts::px(double twips) const
 {
-    return qRound(twips * logicalDpiX() / 1440.0);
+    return Twips::ToPixels(this, twips);
 }
 
 double frmZelvatcts::twips(int pixels) const
 {
-    return pixels * 1440.0 / logicalDpiX();
+    return Twips::FromPixels(this, pixels);
 }
 
 void frmZelvatcts::place(QWidget *w, const TwipsRect &r) const
@@ -754,7 +750,7 @@ void frmZelvatcts::cmdRtype_Click(int index)
     SSTab1->setVisible(true);
     SSTab1->setCurrentIndex(index);
     for (QPushButton *b : cmdRtype) {
-        if (paintOf(b) == colour(Zelvat::MissingDataColour))
+        if (paintOf(b) == Twips::Colour(Zelvat::MissingDataColour))
             paint(b, buttonFaceColour());
     }
     QPushButton *button = cmdRtype[index];
@@ -763,7 +759,7 @@ void frmZelvatcts::cmdRtype_Click(int index)
         m_typeSelected[index] = true;
         font.setBold(true);
         button->setFont(font);
-        paint(button, colour(Zelvat::SelectedTypeColour));
+        paint(button, Twips::Colour(Zelvat::SelectedTypeColour));
         SSTab1->setTabEnabled(index, true);
         button->setText(button->text() + QStringLiteral(">>"));
         EnableTabControls(index, true);
@@ -849,7 +845,7 @@ void frmZelvatcts::optBrea_Click(int index)
 void frmZelvatcts::chkReqContact_Click()
 {
     if (chkReqContact->isChecked()) {
-        paint(txtHeader[5], colour(Zelvat::RequiredFieldColour));
+        paint(txtHeader[5], Twips::Colour(Zelvat::RequiredFieldColour));
         Label18->setText(QStringLiteral("Phone:*"));
     } else {
         paint(txtHeader[5], windowColour());
@@ -862,7 +858,7 @@ void frmZelvatcts::chkReqContact_Click()
 void frmZelvatcts::HighlightRequiredFields()
 {
     const auto mark = [](QWidget *box) {
-        paint(box, StringLib::TrimBlanks(boxText(box)).isEmpty() ? colour(Zelvat::RequiredFieldColour) : windowColour());
+        paint(box, StringLib::TrimBlanks(boxText(box)).isEmpty() ? Twips::Colour(Zelvat::RequiredFieldColour) : windowColour());
     };
     for (int i : {0, 1, 8, 3, 6, 7})
         mark(txtHeader[i]);
@@ -986,7 +982,7 @@ bool frmZelvatcts::CheckRequiredFields()
     in.breathing = m_breathing;
     in.typeList = BuildTypeList();
 
-    const QColor missing = colour(Zelvat::MissingDataColour);
+    const QColor missing = Twips::Colour(Zelvat::MissingDataColour);
     bool ok = true;
     // Each failing box is painted and takes the focus, so the last one ends up focused.
     for (const RequiredFields::Failure &f : RequiredFields::Check(in)) {
