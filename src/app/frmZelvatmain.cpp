@@ -292,6 +292,10 @@ void frmZelvatmain::Form_Unload()
 
 void frmZelvatmain::closeEvent(QCloseEvent *event)
 {
+    // Closing the main window ends the program: an open report form goes with it (a session it
+    // is waiting in is cancelled first, the report staying Ready on disk).
+    if (frmZelvatcts *form = frmZelvatcts::Current())
+        form->close();
     Form_Unload();
     QMainWindow::closeEvent(event);
 }
