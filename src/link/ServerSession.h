@@ -40,6 +40,7 @@ public:
     // Arms the one-shot general-purpose timer, capped at 65535 ms; callers poll GpTimerRunning.
     void StartGpTimer(int ms);
     bool GpTimerRunning() const { return m_gpTimer.isActive(); }
+    int GpTimerInterval() const { return m_gpTimer.interval(); }
 
     // Ends every wait at once and closes the socket: the owner is going away, the client was
     // interrupted or its time ran out. Logs `why`; the running session then fails.

@@ -531,6 +531,16 @@ void frmZelvatcts::SetStatus(const QString &text)
     sbrStatusPanel->setText(text);
 }
 
+void frmZelvatcts::Pause(int milliSeconds)
+{
+    m_session->Pause(milliSeconds);
+}
+
+void frmZelvatcts::StartGpTimer(int milliSeconds)
+{
+    m_session->StartGpTimer(milliSeconds);
+}
+
 void frmZelvatcts::tmrClock_Timer()
 {
     sbrCurrentTimePanel->setText(DatetimeLib::Clock(DatetimeLib::Now()));

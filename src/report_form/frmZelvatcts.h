@@ -89,6 +89,10 @@ public:
     void FocusFirstInTab(int tab);
     void Form_Resize();
     void SelectTypesFromList(const QString &text);
+    // The form's waits are its session's: a cooperative pause, and the one-shot timer of the
+    // connection time-outs (capped at 65535 ms).
+    void Pause(int milliSeconds);
+    void StartGpTimer(int milliSeconds);
 
 signals:
     // The record was written to disk (after Save, Update, Delete, and both saves of a submission).

@@ -34,6 +34,8 @@ private slots:
     void checkReplyPrompts_data();
     void checkReplyPrompts();
     void promptAfterAFloodIsFound();
+    void gpTimerIsCapped_data();
+    void gpTimerIsCapped();
 
     void normalSession();
     void okSplitOverTwoPackets();
@@ -273,6 +275,26 @@ void TestLink::promptAfterAFloodIsFound()
     session.CheckReply("O");
     session.CheckReply("K>");
     QVERIFY(session.ReplyFlag());
+}
+
+void TestLink::gpTimerIsCapped_data()
+{
+    QTest::addColumn<int>("asked");
+    QTest::addColumn<int>("armed");
+    QTest::newRow("within") << 5000 << 5000;
+    QTest::newRow("the cap") << 65535 << 65535;
+    QTest::newRow("above the cap") << 70000 << 65535;
+    QTest::newRow("negative") << -5 << 0;
+}
+
+void TestLink::gpTimerIsCapped()
+{
+    QFETCH(int, asked);
+    QFETCH(int, armed);
+    ServerSession session(m_ini.get());
+    session.StartGpTimer(asked);
+    QVERIFY(session.GpTimerRunning());
+    QCOMPARE(session.GpTimerInterval(), armed);
 }
 
 // --- sessions -------------------------------------------------------------------------------
