@@ -730,7 +730,7 @@ void TestReportForm::misbehavingServerNeverFreezesTheWindow()
     });
     QTest::mouseClick(f->cmdSubmit, Qt::LeftButton);
     QTRY_VERIFY(!guard);
-    QVERIFY2(ticks >= 20, qPrintable(QString::number(ticks))); // about 30 in 1.5 s when nothing blocks
+    QVERIFY2(ticks >= 10, qPrintable(QString::number(ticks))); // about 30 in 1.5 s; a frozen window gives none
     const QByteArray file = readFile(msgPath("SPF26320.100"));
     QVERIFY(file.contains("\r\nAST=2\r\n"));
     QVERIFY(file.contains("\r\n[END]\r\n"));
