@@ -46,10 +46,19 @@ std::unique_ptr<QSettings> settingsStore()
     return s;
 }
 
-// A stored value as a number; text that is no number (edited from outside) gives the default.
-double storedNumber(const QSettings &s, const QString &key, double fallback)
+// A stored placement or width in twips. A value that is no number, or none a 32-bit measure can
+// hold (edited from outside), gives the default and is listed in `bad` as key="value".
+double storedTwips(const QSettings &s, const QString &key, double fallback, QStringList *bad)
 {
-    return StringLib::ParseNumber(s.value(key, QString::number(fallback)).toString()).value_or(fallback);
+    const QVariant stored = s.value(key);
+    if (!stored.isValid())
+        return fallback;
+    const QString text = stored.toString();
+    const auto v = StringLib::ParseNumber(text);
+    if (v && std::abs(*v) <= 2147483647.0)
+        return *v;
+    bad->append(key + QStringLiteral("=\"") + text + QLatin1Char('"'));
+    return fallback;
 }
 
 QFont makeFont(const char *family, double points, bool bold = false)
@@ -231,24 +240,32 @@ void frmZelvatmain::Form_Load()
 {
     // 1-3. Placement and column widths from the per-user settings store, in twips.
     setWindowState(Qt::WindowNoState);
+    QStringList bad;
+    QString storeFile;
     {
         const auto store = settingsStore();
         const QSettings &s = *store;
-        const double left = storedNumber(s, QStringLiteral("MainLeft"), 105);
-        const double top = storedNumber(s, QStringLiteral("MainTop"), 105);
-        const double width = storedNumber(s, QStringLiteral("MainWidth"), 11235);
-        const double height = storedNumber(s, QStringLiteral("MainHeight"), 7200);
+        storeFile = s.fileName();
+        const double left = storedTwips(s, QStringLiteral("MainLeft"), 105, &bad);
+        const double top = storedTwips(s, QStringLiteral("MainTop"), 105, &bad);
+        const double width = storedTwips(s, QStringLiteral("MainWidth"), 11235, &bad);
+        const double height = storedTwips(s, QStringLiteral("MainHeight"), 7200, &bad);
         move(Twips::ToPixels(this, left), Twips::ToPixels(this, top));
         resize(Twips::ToPixels(this, width), Twips::ToPixels(this, height));
         for (int i = 0; i < 8; ++i) {
             // Widths may carry a fraction; they are read back rounded half to even.
-            const double w = storedNumber(s, QStringLiteral("lvCW%1").arg(i + 1), kDefaultWidths[i]);
+            const double w = storedTwips(s, QStringLiteral("lvCW%1").arg(i + 1), kDefaultWidths[i], &bad);
             m_columnWidths[i] = qint32(std::clamp(std::nearbyint(w), 0.0, 2147483647.0));
         }
     }
     // 4-5. Visible at its place, captioned with the version.
     show();
     setWindowTitle(QString::fromLatin1(Zelvat::Title) + QStringLiteral(" v") + Zelvat::VersionText());
+    if (!bad.isEmpty())
+        notify(QStringLiteral("The window settings in %1 hold values that are no numbers: %2. Their defaults are used; "
+                              "the settings are written anew when the program closes.")
+                   .arg(storeFile, bad.join(QStringLiteral(", "))),
+               Notice::Exclamation);
     // 6-9. Station settings, session log, the report reader.
     m_station.Load();
     ZelvatLogLib::SetupLog(m_folder, true);
@@ -357,15 +374,9 @@ void frmZelvatmain::BuildNewMsgList()
         void show(const Notice &n) override { notices.append(n); }
     } collect;
     QList<ReportList::Row> rows;
-    QStringList unreadable;
     {
         ScopedNotifier quiet(&collect);
         rows = ReportList::Build(*m_reader, m_currentFolder);
-    }
-    for (const Notice &n : std::as_const(collect.notices)) {
-        const qsizetype at = n.text.indexOf(QStringLiteral("Problems loading "));
-        if (at >= 0)
-            unreadable << n.text.mid(at + 17).section(QStringLiteral(", please try again"), 0, 0);
     }
     ReportList::SortDefault(rows);
     m_sortKey = ReportList::City;
@@ -376,28 +387,48 @@ void frmZelvatmain::BuildNewMsgList()
     // An empty list takes no part in keyboard input.
     LV->setFocusPolicy(count > 0 ? Qt::StrongFocus : Qt::NoFocus);
     sbrStatus->setText(ReportList::ItemsText(count));
+    tellUnreadable(collect.notices);
+}
 
-    // One message per set of unreadable files, not one per file and refill: the operator hears
-    // again only when a file newly fails to load.
-    QStringList fresh;
-    for (const QString &path : std::as_const(unreadable)) {
+void frmZelvatmain::tellUnreadable(const QList<Notice> &notices)
+{
+    // Every refill loads every report file, whatever the folder, so the loader's messages of
+    // one refill name every file that cannot be read now. One message per set of newly
+    // unreadable files, not one per file and refill: a file already told about is not told
+    // again while it stays unreadable; once it reads again it is forgotten, so that a later
+    // failure is told anew.
+    struct Failure {
+        QString path;
+        QString text;
+    };
+    QList<Failure> fresh;
+    QSet<QString> failingNow;
+    for (const Notice &n : notices) {
+        const QString marker = QStringLiteral("Problems loading ");
+        const qsizetype at = n.text.indexOf(marker);
+        const QString path = at >= 0 ? n.text.mid(at + marker.size()).section(QStringLiteral(", please try again"), 0, 0)
+                                     : n.text;
+        failingNow.insert(path);
         if (!m_unreadableShown.contains(path))
-            fresh << path;
+            fresh.append({path, n.text});
     }
-    if (!fresh.isEmpty()) {
-        for (const QString &path : std::as_const(fresh))
-            m_unreadableShown.insert(path);
-        QString text = fresh.size() == 1 ? collect.notices.first().text
-                                         : QStringLiteral("%1 report files could not be read:").arg(fresh.size());
-        if (fresh.size() > 1) {
-            for (const QString &path : fresh.mid(0, 10))
-                text += QStringLiteral("\r\n") + path;
-            if (fresh.size() > 10)
-                text += QStringLiteral("\r\n... and %1 more").arg(fresh.size() - 10);
-            text += QStringLiteral("\r\nThe first said:\r\n") + collect.notices.first().text;
-        }
-        notify(text, Notice::Exclamation);
+    m_unreadableShown.intersect(failingNow);
+    if (fresh.isEmpty())
+        return;
+    for (const Failure &f : std::as_const(fresh))
+        m_unreadableShown.insert(f.path);
+    if (fresh.size() == 1) {
+        notify(fresh.first().text, Notice::Exclamation);
+        return;
     }
+    constexpr int kNamed = 10;
+    QString text = QStringLiteral("%1 report files could not be read:").arg(fresh.size());
+    for (qsizetype i = 0; i < std::min<qsizetype>(kNamed, fresh.size()); ++i)
+        text += QStringLiteral("\r\n") + fresh[i].path;
+    if (fresh.size() > kNamed)
+        text += QStringLiteral("\r\n... and %1 more").arg(fresh.size() - kNamed);
+    text += QStringLiteral("\r\nThe first said:\r\n") + fresh.first().text;
+    notify(text, Notice::Exclamation);
 }
 
 void frmZelvatmain::cmdFolder_Click(int folder)

@@ -2,6 +2,7 @@
 
 #include "settings/ZelvatIni.h"
 #include "store/ZelvatMsg.h"
+#include "support/Platform.h"
 
 #include <QMainWindow>
 #include <QSet>
@@ -102,7 +103,7 @@ private:
     void buildMenus();
     void applyListFont();
     void setListFontSize(double size);
-    int hiddenRows() const;
+    void tellUnreadable(const QList<Notice> &notices);
 
     QString m_folder;
     ZelvatIni m_station;

@@ -129,8 +129,12 @@ void frmStationID::cmdOK_Click()
     RunError error;
     const auto eno = StringLib::ToInteger(number, -2147483647 - 1, 2147483647, QStringLiteral("Next Event No %1").arg(number), &error);
     if (!eno) {
-        // Only digits can be typed, so this is a number too large for the counter.
-        notify(QStringLiteral("The Next Event No %1 is too large; enter a number up to 32767.").arg(number), Notice::Exclamation);
+        // Only digits can be typed; other text arrives only through the mouse's paste.
+        notify(error.number == RunError::Overflow
+                   ? QStringLiteral("The Next Event No %1 is too large; enter a number up to 32767.").arg(number)
+                   : QStringLiteral("The Next Event No \"%1\" is not a number; enter digits only.").arg(number),
+               Notice::Exclamation);
+        txtSID[4]->setFocus();
         return;
     }
     m_station.Nam = StringLib::TrimBlanks(txtSID[0]->text());

@@ -148,17 +148,29 @@ void TestApp::closingWhileMaximisedKeepsThePlacement()
 
 void TestApp::columnWidthsComeBackRoundedHalfToEven()
 {
+    Capture capture;
     {
         QSettings s = store();
         s.beginGroup("Settings");
         s.setValue("lvCW2", "1500.5");
         s.setValue("lvCW3", "1501.5");
-        s.setValue("lvCW4", "abc"); // edited from outside: the default stands
+        s.setValue("lvCW4", "abc");   // edited from outside: the default stands, and the operator hears of it
+        s.setValue("MainTop", "1e99"); // no placement a window can take
     }
     auto w = start();
     QCOMPARE(w->ColumnWidths()[1], 1500);
     QCOMPARE(w->ColumnWidths()[2], 1502);
     QCOMPARE(w->ColumnWidths()[3], 1000);
+    QCOMPARE(w->pos().y(), px(*w, 105));
+    QCOMPARE(capture.notices.size(), 1);
+    const QString text = capture.notices[0].text;
+    QVERIFY2(text.contains(store().fileName()), qPrintable(text));
+    QVERIFY2(text.contains("lvCW4=\"abc\"") && text.contains("MainTop=\"1e99\""), qPrintable(text));
+    QVERIFY2(!text.contains("lvCW2"), qPrintable(text));
+    w->close();
+    QSettings s = store();
+    s.beginGroup("Settings");
+    QCOMPARE(s.value("lvCW4").toString(), QString("1000"));
 }
 
 void TestApp::foldersFilterTheList()
@@ -293,7 +305,18 @@ void TestApp::unreadableReportsAreReportedOnce()
     writeFile(m_dir->path() + "/msg.d/NEWBAD.911", "AST=2\r\nBRE=x\r\n");
     w->BuildNewMsgList();
     QCOMPARE(capture.notices.size(), 2);
-    QVERIFY(capture.notices[1].text.startsWith("Tn911:Load, Step=3"));
+    const QString newly = capture.notices[1].text; // the loader's own message for the one new file
+    QVERIFY2(newly.startsWith("Tn911:Load, Step=3") && newly.contains("/NEWBAD.911,"), qPrintable(newly));
+    QVERIFY2(!newly.contains("/BAD"), qPrintable(newly));
+
+    // A file that reads again is forgotten; when it breaks once more, the operator hears of it.
+    report("BAD7", 2, "B");
+    w->BuildNewMsgList();
+    QCOMPARE(capture.notices.size(), 2);
+    writeFile(m_dir->path() + "/msg.d/BAD7.911", "AST=2\r\nCON=no\r\n");
+    w->BuildNewMsgList();
+    QCOMPARE(capture.notices.size(), 3);
+    QVERIFY2(capture.notices[2].text.contains("/BAD7.911,"), qPrintable(capture.notices[2].text));
 }
 
 void TestApp::missingGuideGreysTheMenuEntry()

@@ -14,14 +14,16 @@
 
 #include <QApplication>
 #include <QComboBox>
-#include <QElapsedTimer>
 #include <QGroupBox>
 #include <QLabel>
 #include <QLineEdit>
+#include <QPointer>
+#include <QProcess>
 #include <QPushButton>
 #include <QTabWidget>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTimer>
 
 class TestDialogs : public QObject {
     Q_OBJECT
@@ -35,18 +37,21 @@ private slots:
     void stationNameIsProperCasedOnLeaving();
     void stationOkHighlightsEveryEmptyField();
     void stationEscapeActsAsOk();
-    void stationTooLargeEventNumberIsRefused();
+    void stationEventNumberThatIsNoCounterIsRefused_data();
+    void stationEventNumberThatIsNoCounterIsRefused();
 
     void preferencesLoadAndOk();
     void preferencesRefuseBadNumbers_data();
     void preferencesRefuseBadNumbers();
     void preferencesEmptyFieldsAndCancel();
     void preferencesLinkTest();
+    void preferencesLinkTestAgainstTheLoopbackServer();
 
     void aboutBox();
     void registryNumberText_data();
     void registryNumberText();
     void noteClosesByItself();
+    void noteCalledAgainClosesWithTheInnerCall();
 
 private:
     std::unique_ptr<QTemporaryDir> m_dir;
@@ -150,17 +155,29 @@ void TestDialogs::stationEscapeActsAsOk()
     QCOMPARE(m_ini->Eno, 42);
 }
 
-void TestDialogs::stationTooLargeEventNumberIsRefused()
+void TestDialogs::stationEventNumberThatIsNoCounterIsRefused_data()
 {
+    QTest::addColumn<QString>("number");
+    QTest::addColumn<QString>("said");
+    QTest::newRow("beyond 32 bits") << "99999999999" << "The Next Event No 99999999999 is too large";
+    QTest::newRow("pasted letters") << "12a" << "The Next Event No \"12a\" is not a number";
+}
+
+void TestDialogs::stationEventNumberThatIsNoCounterIsRefused()
+{
+    QFETCH(QString, number);
+    QFETCH(QString, said);
     Capture capture;
     frmStationID d(*m_ini);
     d.show();
-    d.txtSID[4]->setText("99999999999");
+    d.txtSID[0]->setText("Lee Chan");
+    d.txtSID[4]->setText(number); // as the mouse's paste puts it there
     QTest::mouseClick(d.cmdOK, Qt::LeftButton);
     QVERIFY(d.isVisible());
     QCOMPARE(capture.notices.size(), 1);
-    QVERIFY(capture.notices[0].text.contains("99999999999"));
-    QCOMPARE(m_ini->Eno, 7);
+    QVERIFY2(capture.notices[0].text.startsWith(said), qPrintable(capture.notices[0].text));
+    QCOMPARE(m_ini->Eno, 7); // nothing stored, not even the fields that were right
+    QCOMPARE(m_ini->Nam, QString("Pat Smith"));
 }
 
 void TestDialogs::preferencesLoadAndOk()
@@ -263,6 +280,38 @@ void TestDialogs::preferencesLinkTest()
     QCOMPARE(m_ini->Prt, QString("9334"));
 }
 
+void TestDialogs::preferencesLinkTestAgainstTheLoopbackServer()
+{
+    QProcess sim;
+    sim.start(TNDIRECT_SIM, {"--port", "0"});
+    QVERIFY(sim.waitForReadyRead(10000));
+    const QByteArray line = sim.readLine().trimmed(); // "listening on 127.0.0.1:PORT"
+    const QString port = QString::fromLatin1(line.mid(line.lastIndexOf(':') + 1));
+    QVERIFY2(port.toInt() > 0, line.constData());
+
+    Capture capture;
+    m_ini->Hst = "radio.invalid";
+    ServerSession session(m_ini.get());
+    frmZelvatPref d(*m_ini, &session);
+    d.show();
+    d.SSTab1->setCurrentIndex(1);
+    d.txtServer[0]->setText("127.0.0.1");
+    d.txtServer[1]->setText(port);
+    QTest::mouseClick(d.cmdTest, Qt::LeftButton);
+    QCOMPARE(capture.noticeTexts(), QStringList{"Tndirect link test passed!"});
+    QCOMPARE(m_ini->Hst, QString("radio.invalid")); // the settings in force come back
+    QCOMPARE(m_ini->Prt, QString("9334"));
+
+    sim.kill();
+    QVERIFY(sim.waitForFinished(10000));
+    QTest::mouseClick(d.cmdTest, Qt::LeftButton); // nobody listens on that port now
+    QCOMPARE(capture.notices.size(), 2);
+    QVERIFY(capture.notices[1].text.startsWith("Link Test to Tndirect failed."));
+    QTest::mouseClick(d.cmdCancel, Qt::LeftButton);
+    QCOMPARE(m_ini->Hst, QString("radio.invalid")); // Cancel after the tests keeps the old host and port
+    QCOMPARE(m_ini->Prt, QString("9334"));
+}
+
 void TestDialogs::aboutBox()
 {
     frmAbout d;
@@ -294,17 +343,44 @@ void TestDialogs::registryNumberText()
 
 void TestDialogs::noteClosesByItself()
 {
-    QElapsedTimer t;
-    t.start();
     QPointer<frmNote> note = frmNote::Instance();
     QVERIFY(note->isVisible());
-    int clockTicks = 0;
+    // A clock elsewhere in the program keeps ticking while the note waits, and sees it up.
+    int ticks = 0;
+    QStringList seen;
     QTimer clock;
-    connect(&clock, &QTimer::timeout, [&] { ++clockTicks; });
-    clock.start(100);
+    connect(&clock, &QTimer::timeout, [&] {
+        ++ticks;
+        if (note && note->isVisible())
+            seen << note->lblNote->text();
+    });
+    clock.start(50);
     note->PostNote("Message queued");
-    QVERIFY(t.elapsed() >= 1900);
-    QVERIFY(clockTicks >= 10); // the rest of the program ran during the two seconds
+    clock.stop();
+    QVERIFY(ticks > 0);
+    QVERIFY(!seen.isEmpty());
+    QCOMPARE(seen.last(), QString("Message queued"));
+    QTRY_VERIFY(!note);
+}
+
+void TestDialogs::noteCalledAgainClosesWithTheInnerCall()
+{
+    QPointer<frmNote> note = frmNote::Instance();
+    bool innerReturned = false;
+    bool visibleAfterInner = true;
+    QString textDuringInner;
+    // During the first note's wait, a second note: it takes the label, and when its own wait
+    // ends the form goes, although the first wait is still running.
+    QTimer::singleShot(100, [&] {
+        QTimer::singleShot(100, [&] { textDuringInner = note ? note->lblNote->text() : QString(); });
+        note->PostNote("Second");
+        innerReturned = true;
+        visibleAfterInner = note && note->isVisible();
+    });
+    note->PostNote("First");
+    QVERIFY(innerReturned);
+    QCOMPARE(textDuringInner, QString("Second"));
+    QVERIFY(!visibleAfterInner);
     QTRY_VERIFY(!note);
 }
 
