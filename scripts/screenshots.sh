@@ -12,6 +12,7 @@ out=docs/screenshots
 mkdir -p "$out"
 
 home=$(mktemp -d)
+app_pid=""; xvfb_pid=""
 trap 'kill $app_pid $xvfb_pid 2>/dev/null; rm -rf "$home"' EXIT
 cp "$build/src/Zelvatcts" "$build/tools/cli/zelvatcts-cli" "$home/"
 printf '[GENERAL OPTIONS]\r\nNam=Pat Smith\r\nUid=KN1ABC\r\nLoc=EOC Main\r\nCty=Springfield\r\nLid=SPF\r\n' > "$home/Zelvatcts.ini"
@@ -27,10 +28,12 @@ for name in $("$cli" list draft | cut -f1 | grep -v '^Items'); do "$cli" delete 
 # Put the first two back where the list shows them: Ready.
 for f in "$home"/msg.d/*.911; do grep -q 'AST=8' "$f" && sed -i 's/^AST=8\r$/AST=2\r/' "$f"; done
 
-Xvfb :77 -screen 0 1024x768x24 >/dev/null 2>&1 &
+# Xvfb picks a free display number and writes it once it accepts clients.
+Xvfb -displayfd 5 -screen 0 1024x768x24 5>"$home/display" >/dev/null 2>&1 &
 xvfb_pid=$!
-export DISPLAY=:77
-sleep 1
+for _ in $(seq 100); do [ -s "$home/display" ] && break; sleep 0.1; done
+[ -s "$home/display" ] || { echo "Xvfb did not start" >&2; exit 1; }
+export DISPLAY=":$(head -1 "$home/display")"
 "$home/Zelvatcts" >/dev/null 2>&1 &
 app_pid=$!
 
