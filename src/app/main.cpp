@@ -1,7 +1,7 @@
 // Zelvatcts: the window program. Its main window is the start-up object: loading it starts the
 // program, closing it ends it.
 
-#include "app/MessageBoxNotifier.h"
+#include "ui/MessageBoxNotifier.h"
 #include "app/frmZelvatmain.h"
 #include "settings/TnGlobal.h"
 #include "store/ProgramFolder.h"

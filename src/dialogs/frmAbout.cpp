@@ -1,6 +1,6 @@
 #include "dialogs/frmAbout.h"
 
-#include "app/Twips.h"
+#include "ui/Twips.h"
 #include "support/CommonConst.h"
 #include "support/Platform.h"
 

@@ -1,6 +1,6 @@
 #include "dialogs/frmNote.h"
 
-#include "app/Twips.h"
+#include "ui/Twips.h"
 
 #include <QEventLoop>
 #include <QLabel>

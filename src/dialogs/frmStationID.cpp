@@ -1,6 +1,6 @@
 #include "dialogs/frmStationID.h"
 
-#include "app/Twips.h"
+#include "ui/Twips.h"
 #include "settings/ZelvatIni.h"
 #include "support/CommonConst.h"
 #include "support/FilterKey.h"

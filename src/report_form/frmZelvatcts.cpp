@@ -1,12 +1,12 @@
 #include "report_form/frmZelvatcts.h"
 
-#include "app/Twips.h"
+#include "ui/Twips.h"
 
 #include "link/RequiredFields.h"
 #include "link/ServerSession.h"
 #include "link/Submission.h"
 #include "settings/ZelvatIni.h"
-#include "store/DatetimeLib.h"
+#include "support/DatetimeLib.h"
 #include "store/EventNumbers.h"
 #include "store/FormRules.h"
 #include "store/SaveStamps.h"

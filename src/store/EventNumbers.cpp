@@ -1,7 +1,7 @@
 #include "store/EventNumbers.h"
 
 #include "settings/ZelvatIni.h"
-#include "store/DatetimeLib.h"
+#include "support/DatetimeLib.h"
 #include "store/ZelvatMsg.h"
 #include "support/StringLib.h"
 

@@ -1,7 +1,7 @@
 #include "store/SaveStamps.h"
 
 #include "settings/ZelvatIni.h"
-#include "store/DatetimeLib.h"
+#include "support/DatetimeLib.h"
 #include "store/ZelvatMsg.h"
 
 void ApplySaveStamps(ZelvatMsg &msg, const ZelvatIni &station, const QDateTime &now)

@@ -1,6 +1,6 @@
 #include "store/ZelvatMsg.h"
 
-#include "store/DatetimeLib.h"
+#include "support/DatetimeLib.h"
 #include "store/SaveStamps.h"
 #include "support/CodePage.h"
 #include "support/CommonConst.h"

@@ -1,6 +1,6 @@
 #include "support/ZelvatLogLib.h"
 
-#include "store/DatetimeLib.h"
+#include "support/DatetimeLib.h"
 #include "support/CodePage.h"
 #include "support/CommonConst.h"
 #include "support/Platform.h"

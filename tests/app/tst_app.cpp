@@ -5,7 +5,7 @@
 #include "app/ReportListModel.h"
 #include "app/frmZelvatmain.h"
 #include "common/Capture.h"
-#include "store/DatetimeLib.h"
+#include "support/DatetimeLib.h"
 #include "store/ProgramFolder.h"
 #include "support/CommonConst.h"
 

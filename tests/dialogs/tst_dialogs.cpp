@@ -7,7 +7,7 @@
 #include "dialogs/frmNote.h"
 #include "dialogs/frmStationID.h"
 #include "link/ServerSession.h"
-#include "link/frmZelvatPref.h"
+#include "dialogs/frmZelvatPref.h"
 #include "settings/ZelvatIni.h"
 #include "support/CommonConst.h"
 #include "support/RegistryValue.h"

@@ -7,7 +7,7 @@
 #include "link/MessageText.h"
 #include "link/ServerSession.h"
 #include "settings/ZelvatIni.h"
-#include "store/DatetimeLib.h"
+#include "support/DatetimeLib.h"
 #include "store/ZelvatMsg.h"
 #include "support/ZelvatLogLib.h"
 

@@ -8,7 +8,7 @@
 #include "report_form/FormLayout.h"
 #include "report_form/frmZelvatcts.h"
 #include "settings/ZelvatIni.h"
-#include "store/DatetimeLib.h"
+#include "support/DatetimeLib.h"
 #include "store/ProgramFolder.h"
 #include "support/CommonConst.h"
 

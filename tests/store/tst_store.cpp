@@ -4,7 +4,7 @@
 
 #include "common/Capture.h"
 #include "settings/ZelvatIni.h"
-#include "store/DatetimeLib.h"
+#include "support/DatetimeLib.h"
 #include "store/EventNumbers.h"
 #include "store/ProgramFolder.h"
 #include "store/ReportList.h"

@@ -2,7 +2,7 @@
 // returned values, bytes and the lines that reach the log file.
 
 #include "common/Capture.h"
-#include "store/DatetimeLib.h"
+#include "support/DatetimeLib.h"
 #include "support/CommonConst.h"
 #include "support/CodePage.h"
 #include "support/FilterKey.h"

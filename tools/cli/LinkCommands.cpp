@@ -5,7 +5,7 @@
 #include "link/ServerSession.h"
 #include "link/Submission.h"
 #include "settings/ZelvatIni.h"
-#include "store/DatetimeLib.h"
+#include "support/DatetimeLib.h"
 #include "store/SaveStamps.h"
 #include "store/ZelvatMsg.h"
 #include "support/CodePage.h"

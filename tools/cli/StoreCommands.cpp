@@ -1,7 +1,7 @@
 #include "Cli.h"
 
 #include "settings/ZelvatIni.h"
-#include "store/DatetimeLib.h"
+#include "support/DatetimeLib.h"
 #include "store/EventNumbers.h"
 #include "store/ReportList.h"
 #include "store/SaveStamps.h"

@@ -1,4 +1,4 @@
-#include "app/MessageBoxNotifier.h"
+#include "ui/MessageBoxNotifier.h"
 
 #include "support/CommonConst.h"
 

@@ -1,6 +1,6 @@
-#include "link/frmZelvatPref.h"
+#include "dialogs/frmZelvatPref.h"
 
-#include "app/Twips.h"
+#include "ui/Twips.h"
 #include "link/ServerSession.h"
 #include "settings/ZelvatIni.h"
 #include "support/CommonConst.h"

@@ -1,4 +1,4 @@
-#include "store/DatetimeLib.h"
+#include "support/DatetimeLib.h"
 
 #include "support/StringLib.h"
 
