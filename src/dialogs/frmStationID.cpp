@@ -1,5 +1,6 @@
 #include "dialogs/frmStationID.h"
 
+#include "ui/Paint.h"
 #include "ui/Twips.h"
 #include "settings/ZelvatIni.h"
 #include "support/CommonConst.h"
@@ -14,10 +15,6 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
-
-namespace {
-const QColor kHighlight(255, 255, 128);
-}
 
 frmStationID::frmStationID(ZelvatIni &station, QWidget *parent)
     : QDialog(parent)
@@ -84,7 +81,7 @@ bool frmStationID::eventFilter(QObject *watched, QEvent *event)
         return true;
     }
     // Every key press clears an earlier highlight of the field.
-    box->setPalette(QApplication::palette(box));
+    Paint::clear(box);
     const QString text = key->text();
     if (text.size() != 1 || key->key() == Qt::Key_Tab || key->key() == Qt::Key_Backtab || key->key() == Qt::Key_Return
         || key->key() == Qt::Key_Enter)
@@ -112,9 +109,7 @@ bool frmStationID::ValidateFields()
     bool ok = true;
     for (QLineEdit *box : txtSID) {
         if (StringLib::TrimBlanks(box->text()).isEmpty()) {
-            QPalette p = box->palette();
-            p.setColor(QPalette::Base, kHighlight);
-            box->setPalette(p);
+            Paint::paint(box, Paint::colour(Zelvat::MissingDataColour));
             ok = false;
         }
     }

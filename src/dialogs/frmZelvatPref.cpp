@@ -1,5 +1,6 @@
 #include "dialogs/frmZelvatPref.h"
 
+#include "ui/Paint.h"
 #include "ui/Twips.h"
 #include "link/ServerSession.h"
 #include "settings/ZelvatIni.h"
@@ -108,7 +109,7 @@ bool frmZelvatPref::eventFilter(QObject *watched, QEvent *event)
     if (event->type() == QEvent::KeyPress) {
         for (QLineEdit *box : txtServer) {
             if (watched == box)
-                box->setPalette(QApplication::palette(box));
+                Paint::clear(box);
         }
     }
     return QDialog::eventFilter(watched, event);
@@ -119,9 +120,7 @@ bool frmZelvatPref::CheckServerFields()
     bool ok = true;
     for (QLineEdit *box : txtServer) {
         if (box->text().isEmpty()) {
-            QPalette p = box->palette();
-            p.setColor(QPalette::Base, Twips::Colour(Zelvat::MissingDataColour));
-            box->setPalette(p);
+            Paint::paint(box, Paint::colour(Zelvat::MissingDataColour));
             SSTab1->setCurrentIndex(1);
             ok = false;
         }

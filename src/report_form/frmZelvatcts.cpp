@@ -1,5 +1,6 @@
 #include "report_form/frmZelvatcts.h"
 
+#include "ui/Paint.h"
 #include "ui/Twips.h"
 
 #include "link/RequiredFields.h"
@@ -36,16 +37,6 @@ using Key = ZelvatMsg::Key;
 
 QPointer<frmZelvatcts> g_current;
 
-QColor windowColour()
-{
-    return QApplication::palette().color(QPalette::Base);
-}
-
-QColor buttonFaceColour()
-{
-    return QApplication::palette().color(QPalette::Button);
-}
-
 QString boxText(const QWidget *box)
 {
     if (const auto *line = qobject_cast<const QLineEdit *>(box))
@@ -61,30 +52,6 @@ void setBoxText(QWidget *box, const QString &text)
         line->setText(text);
     else
         static_cast<QPlainTextEdit *>(box)->setPlainText(text);
-}
-
-// The background of a box, a button or a label.
-void paint(QWidget *w, const QColor &c)
-{
-    QPalette p = w->palette();
-    if (qobject_cast<QLineEdit *>(w) || qobject_cast<QPlainTextEdit *>(w)) {
-        p.setColor(QPalette::Base, c);
-    } else if (qobject_cast<QPushButton *>(w)) {
-        p.setColor(QPalette::Button, c);
-    } else {
-        w->setAutoFillBackground(true);
-        p.setColor(QPalette::Window, c);
-    }
-    w->setPalette(p);
-}
-
-QColor paintOf(const QWidget *w)
-{
-    if (qobject_cast<const QLineEdit *>(w) || qobject_cast<const QPlainTextEdit *>(w))
-        return w->palette().color(QPalette::Base);
-    if (qobject_cast<const QPushButton *>(w))
-        return w->palette().color(QPalette::Button);
-    return w->palette().color(QPalette::Window);
 }
 
 // The multi-line boxes keep line breaks as "\n" in the record (the file and message form).
@@ -760,8 +727,8 @@ void frmZelvatcts::cmdRtype_Click(int index)
     SSTab1->setVisible(true);
     SSTab1->setCurrentIndex(index);
     for (QPushButton *b : cmdRtype) {
-        if (paintOf(b) == Twips::Colour(Zelvat::MissingDataColour))
-            paint(b, buttonFaceColour());
+        if (Paint::paintOf(b) == Paint::colour(Zelvat::MissingDataColour))
+            Paint::clear(b);
     }
     QPushButton *button = cmdRtype[index];
     QFont font = button->font();
@@ -769,7 +736,7 @@ void frmZelvatcts::cmdRtype_Click(int index)
         m_typeSelected[index] = true;
         font.setBold(true);
         button->setFont(font);
-        paint(button, Twips::Colour(Zelvat::SelectedTypeColour));
+        Paint::paint(button, Paint::colour(Zelvat::SelectedTypeColour));
         SSTab1->setTabEnabled(index, true);
         button->setText(button->text() + QStringLiteral(">>"));
         EnableTabControls(index, true);
@@ -785,7 +752,7 @@ void frmZelvatcts::cmdRtype_Click(int index)
         m_typeSelected[index] = false;
         font.setBold(false);
         button->setFont(font);
-        paint(button, buttonFaceColour());
+        Paint::clear(button);
         button->setText(button->text().remove(QStringLiteral(">>")));
         SSTab1->setTabEnabled(index, false);
         EnableTabControls(index, false);
@@ -843,22 +810,22 @@ void frmZelvatcts::FocusFirstInTab(int tab)
 void frmZelvatcts::optCons_Click(int index)
 {
     m_conscious = qint16(index);
-    paint(Label6, buttonFaceColour());
+    Paint::clear(Label6);
 }
 
 void frmZelvatcts::optBrea_Click(int index)
 {
     m_breathing = qint16(index);
-    paint(Label23, buttonFaceColour());
+    Paint::clear(Label23);
 }
 
 void frmZelvatcts::chkReqContact_Click()
 {
     if (chkReqContact->isChecked()) {
-        paint(txtHeader[5], Twips::Colour(Zelvat::RequiredFieldColour));
+        Paint::paint(txtHeader[5], Paint::colour(Zelvat::RequiredFieldColour));
         Label18->setText(QStringLiteral("Phone:*"));
     } else {
-        paint(txtHeader[5], windowColour());
+        Paint::clear(txtHeader[5]);
         Label18->setText(QStringLiteral("Phone:"));
     }
 }
@@ -868,7 +835,7 @@ void frmZelvatcts::chkReqContact_Click()
 void frmZelvatcts::HighlightRequiredFields()
 {
     const auto mark = [](QWidget *box) {
-        paint(box, StringLib::TrimBlanks(boxText(box)).isEmpty() ? Twips::Colour(Zelvat::RequiredFieldColour) : windowColour());
+        Paint::paint(box, StringLib::TrimBlanks(boxText(box)).isEmpty() ? Paint::colour(Zelvat::RequiredFieldColour) : Paint::normal(box));
     };
     for (int i : {0, 1, 8, 3, 6, 7})
         mark(txtHeader[i]);
@@ -916,7 +883,7 @@ void frmZelvatcts::onKeyPress(BoxArray array, int index, QWidget *box, QKeyEvent
         rule = FormRules::LawRule(index);
 
     if (array == BoxArray::Header || array == BoxArray::Med || array == BoxArray::Fire)
-        paint(box, windowColour());
+        Paint::clear(box);
     if (rule.upperCase)
         k = QChar(k).toUpper().unicode();
     if (rule.allowed)
@@ -925,7 +892,7 @@ void frmZelvatcts::onKeyPress(BoxArray array, int index, QWidget *box, QKeyEvent
     if (k != 0 && k >= 32 && !CodePage::canEncode(QString(QChar(k))))
         k = 0;
     if (array == BoxArray::Header || array == BoxArray::Law) {
-        paint(box, windowColour());
+        Paint::clear(box);
         SetStatus(QString());
     }
 
@@ -949,12 +916,12 @@ void frmZelvatcts::onChange(BoxArray array, int index)
                                              : txtLaw[index];
     if (!box)
         return; // still being built
-    paint(box, windowColour());
+    Paint::clear(box);
     // The address and the phone of the reporting person stand in for each other.
     if (array == BoxArray::Header && index == 4 && txtHeader[5])
-        paint(txtHeader[5], windowColour());
+        Paint::clear(txtHeader[5]);
     if (array == BoxArray::Header && index == 5 && txtHeader[4])
-        paint(txtHeader[4], windowColour());
+        Paint::clear(txtHeader[4]);
 }
 
 void frmZelvatcts::onLeave(BoxArray array, int index)
@@ -992,34 +959,34 @@ bool frmZelvatcts::CheckRequiredFields()
     in.breathing = m_breathing;
     in.typeList = BuildTypeList();
 
-    const QColor missing = Twips::Colour(Zelvat::MissingDataColour);
+    const QColor missing = Paint::colour(Zelvat::MissingDataColour);
     bool ok = true;
     // Each failing box is painted and takes the focus, so the last one ends up focused.
     for (const RequiredFields::Failure &f : RequiredFields::Check(in)) {
         ok = false;
         switch (f.target) {
         case RequiredFields::Target::Header:
-            paint(txtHeader[f.index], missing);
+            Paint::paint(txtHeader[f.index], missing);
             txtHeader[f.index]->setFocus();
             break;
         case RequiredFields::Target::Med:
-            paint(txtMed[f.index], missing);
+            Paint::paint(txtMed[f.index], missing);
             SSTab1->setCurrentIndex(0);
             txtMed[f.index]->setFocus();
             break;
         case RequiredFields::Target::ConsciousLabel:
-            paint(Label6, missing);
+            Paint::paint(Label6, missing);
             break;
         case RequiredFields::Target::BreathingLabel:
-            paint(Label23, missing);
+            Paint::paint(Label23, missing);
             break;
         case RequiredFields::Target::Fire:
-            paint(txtFire[0], missing);
+            Paint::paint(txtFire[0], missing);
             txtFire[0]->setFocus();
             break;
         case RequiredFields::Target::TypeButtons:
             for (QPushButton *b : cmdRtype)
-                paint(b, missing);
+                Paint::paint(b, missing);
             notify(RequiredFields::NoEventTypeMessage(), Notice::Exclamation);
             txtHeader[0]->setFocus();
             break;

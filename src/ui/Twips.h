@@ -24,10 +24,4 @@ inline void Place(QWidget *w, double left, double top, double width, double heig
                    std::max(0, ToPixels(ref, height)));
 }
 
-// Colours given as red-green-blue values with red in the low byte.
-inline QColor Colour(quint32 rgbLowRed)
-{
-    return QColor(int(rgbLowRed & 0xFF), int((rgbLowRed >> 8) & 0xFF), int((rgbLowRed >> 16) & 0xFF));
-}
-
 } // namespace Twips
