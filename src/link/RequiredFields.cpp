@@ -1,76 +1,62 @@
 #include "link/RequiredFields.h"
 
 #include "store/ZelvatMsg.h"
-#include "support/StringLib.h"
 
 namespace RequiredFields {
 
 namespace {
 
-bool blank(const QString &text)
+using FormFields::Required;
+
+bool filled(const ZelvatMsg &record, const FormFields::Box &b)
 {
-    return StringLib::TrimBlanks(text).isEmpty();
+    return !record.Text(b.key).isEmpty();
 }
 
-const char *const kHeaderNames[9] = {"What are you reporting?", "Location, Address:", "Other Location Details",
-                                     "Name:", "Address:", "Phone:", "Last seen:", "Details:", "City:"};
-const char *const kHeaderKeys[9] = {"ISS", "AD1", "AD2", "RPN", "RPA", "RPP", "LAS", "DTL", "CTY"};
-
-Failure header(int i)
+Failure boxFailure(const FormFields::Box &b)
 {
-    return {Target::Header, i, QString::fromLatin1(kHeaderNames[i]), QString::fromLatin1(kHeaderKeys[i])};
+    return {Target::Box, &b, QString::fromLatin1(b.name), ZelvatMsg::KeyName(b.key)};
+}
+
+// The empty boxes of one requirement, in the order of the form's control arrays.
+void addEmpty(QList<Failure> &failures, const ZelvatMsg &record, Required required)
+{
+    for (const FormFields::Box &b : FormFields::boxes()) {
+        if (b.required == required && !filled(record, b))
+            failures.append(boxFailure(b));
+    }
 }
 
 } // namespace
 
-QList<Failure> Check(const Input &in)
+QList<Failure> check(const ZelvatMsg &record, bool contactRequested)
 {
     QList<Failure> failures;
-    for (int i : {0, 1, 3, 6, 7, 8}) {
-        if (blank(in.header[i]))
-            failures.append(header(i));
-    }
+    addEmpty(failures, record, Required::Always);
     // A reporting person who wants to be contacted needs an address or a phone number.
-    if (in.contactRequested && blank(in.header[4]) && blank(in.header[5])) {
-        failures.append(header(4));
-        failures.append(header(5));
+    const auto reach = [&](const FormFields::Box &b) { return b.required == Required::ForContact && filled(record, b); };
+    if (contactRequested && std::none_of(FormFields::boxes().begin(), FormFields::boxes().end(), reach))
+        addEmpty(failures, record, Required::ForContact);
+    const QString typ = record.TYP();
+    if (typ.contains(QLatin1String("MED"))) {
+        addEmpty(failures, record, Required::ForMedical);
+        if (record.CON() == -1)
+            failures.append({Target::ConsciousLabel, nullptr, QStringLiteral("Conscious?"), QStringLiteral("CON")});
+        if (record.BRE() == -1)
+            failures.append({Target::BreathingLabel, nullptr, QStringLiteral("Breathing?"), QStringLiteral("BRE")});
     }
-    if (in.medSelected) {
-        if (blank(in.med[0]))
-            failures.append({Target::Med, 0, QStringLiteral("Age:"), QStringLiteral("AGE")});
-        if (blank(in.med[1]))
-            failures.append({Target::Med, 1, QStringLiteral("Gender:"), QStringLiteral("GDR")});
-        if (in.conscious == -1)
-            failures.append({Target::ConsciousLabel, 0, QStringLiteral("Conscious?"), QStringLiteral("CON")});
-        if (in.breathing == -1)
-            failures.append({Target::BreathingLabel, 0, QStringLiteral("Breathing?"), QStringLiteral("BRE")});
-    }
-    if (in.fireSelected && blank(in.fire))
-        failures.append({Target::Fire, 0, QStringLiteral("If a Fire: people inside?"), QStringLiteral("PIN")});
-    if (in.typeList.isEmpty())
-        failures.append({Target::TypeButtons, 0, QStringLiteral("Event type (MED, FIRE, LAW or LGOV)"), QStringLiteral("TYP")});
+    if (typ.contains(QLatin1String("FIRE")))
+        addEmpty(failures, record, Required::ForFire);
+    if (typ.isEmpty())
+        failures.append({Target::TypeButtons, nullptr, QStringLiteral("Event type (MED, FIRE, LAW or LGOV)"),
+                         QStringLiteral("TYP")});
     return failures;
 }
 
-QString NoEventTypeMessage()
+QString noEventTypeMessage()
 {
     return QStringLiteral("No Event type selected.  Select either\r\nMedical, Fire, Law, or Local Gov,\r\n"
                           "and then fill in the respective details.");
-}
-
-Input FromRecord(const ZelvatMsg &r, bool contactRequested)
-{
-    Input in;
-    in.header = {r.ISS(), r.AD1(), r.AD2(), r.RPN(), r.RPA(), r.RPP(), r.LAS(), r.DTL(), r.CTY()};
-    in.med = {r.AGE(), r.GDR()};
-    in.fire = r.PIN();
-    in.contactRequested = contactRequested;
-    in.medSelected = r.TYP().contains(QLatin1String("MED"));
-    in.fireSelected = r.TYP().contains(QLatin1String("FIRE"));
-    in.conscious = r.CON();
-    in.breathing = r.BRE();
-    in.typeList = r.TYP();
-    return in;
 }
 
 } // namespace RequiredFields

@@ -44,6 +44,23 @@ FormLayout FormLayout::Design()
     return f;
 }
 
+TwipsRect FormLayout::LabelOf(FormFields::Group group, int index)
+{
+    // Left, top and width; every label is 260 twips high.
+    static const double header[9][3] = {{120, 260, 4000}, {120, 900, 4000}, {120, 1540, 4000}, {120, 260, 3000},
+                                        {120, 900, 3000}, {120, 1540, 3000}, {120, 290, 1500}, {120, 730, 1500},
+                                        {120, 2180, 4000}};
+    static const double med[2][3] = {{120, 300, 1400}, {120, 750, 1400}};
+    static const double fire[1][3] = {{120, 300, 2600}};
+    static const double law[6][3] = {{120, 300, 3000}, {120, 1000, 3000}, {120, 1450, 3000},
+                                     {120, 1900, 3000}, {120, 2350, 3000}, {5200, 2350, 600}};
+    const double *at = group == FormFields::Group::Header ? header[index]
+        : group == FormFields::Group::Med                 ? med[index]
+        : group == FormFields::Group::Fire                ? fire[index]
+                                                          : law[index];
+    return {at[0], at[1], at[2], 260};
+}
+
 bool FormLayout::Resize(double W, double H, double statusBarHeight)
 {
     if (W < MinWidth || H < MinHeight)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "store/FormFields.h"
+
 #include <array>
 
 // The report form's layout in twips, the form's own unit: the designed places of the controls
@@ -32,6 +34,9 @@ struct FormLayout {
 
     // The controls at the design size.
     static FormLayout Design();
+
+    // The label of a box: it keeps its designed place inside the box's frame.
+    static TwipsRect LabelOf(FormFields::Group group, int index);
 
     // Form_Resize for an inner width W and height H (twips) with a status bar of the given
     // height. Does nothing and returns false when W < 4000 or H < 7750.

@@ -54,18 +54,6 @@ void setBoxText(QWidget *box, const QString &text)
         static_cast<QPlainTextEdit *>(box)->setPlainText(text);
 }
 
-// The multi-line boxes keep line breaks as "\n" in the record (the file and message form).
-QString fromBoxBreaks(const QString &text)
-{
-    return EscapeBreaks(text);
-}
-
-QString toBoxBreaks(const QString &text)
-{
-    QString t = text;
-    return t.replace(QStringLiteral("\\n"), QStringLiteral("\n"));
-}
-
 } // namespace
 
 // --- opening --------------------------------------------------------------------------------
@@ -106,36 +94,36 @@ frmZelvatcts *frmZelvatcts::Open(const ReportFormContext &context, const QString
 frmZelvatcts::frmZelvatcts(const ReportFormContext &context, QWidget *parent)
     : QWidget(parent, Qt::Window)
     , m_context(context)
-    , m_record(context.programFolder) // 1. the report record
+    , m_record(context.programFolder)
     , m_layout(FormLayout::Design())
 {
     buildControls();
     m_session = new ServerSession(context.station, this);
     connect(m_session, &ServerSession::status, this, &frmZelvatcts::SetStatus);
 
-    // 2. The contact request is hidden until LAW is chosen.
+    // The contact request is hidden until LAW is chosen.
     chkReqContact->hide();
-    // 3. No type is selected: every tab and every control inside the tab frames is disabled.
+    // No type is selected: every tab and every control inside the tab frames is disabled.
     for (int tab = 0; tab < FormRules::TypeCount; ++tab) {
         m_typeSelected[tab] = false;
         SSTab1->setTabEnabled(tab, false);
         EnableTabControls(tab, false);
     }
-    // 4. The medical questions are unanswered and cannot be answered yet.
+    // The medical questions are unanswered and cannot be answered yet.
     m_conscious = -1;
     m_breathing = -1;
     for (QRadioButton *b : optCons)
         b->setEnabled(false);
     for (QRadioButton *b : optBrea)
         b->setEnabled(false);
-    // 5. Tab 0 is current, handled as if it had just been chosen.
+    // Tab 0 is current, handled as if it had just been chosen.
     SSTab1->setCurrentIndex(0);
     onTabChanged(0);
     connect(SSTab1, &QTabWidget::currentChanged, this, &frmZelvatcts::onTabChanged);
-    // 6. The clock runs; Submit waits for StartForm to set the buttons by state.
+    // The clock runs; Submit waits for StartForm to set the buttons by state.
     tmrClock->start();
     cmdSubmit->setEnabled(false);
-    // 7. Empty required boxes are marked.
+    // Empty required boxes are marked.
     HighlightRequiredFields();
 }
 
@@ -192,39 +180,66 @@ void frmZelvatcts::place(QWidget *w, const TwipsRect &r) const
     w->setGeometry(px(r.left), px(r.top), std::max(0, px(r.width)), std::max(0, px(r.height)));
 }
 
-QLabel *frmZelvatcts::makeLabel(const QString &text, QWidget *parent, double left, double top, double width,
-                                QWidget *buddy, const QString &toolTip)
+QLabel *frmZelvatcts::makeLabel(const QString &text, QWidget *parent, const TwipsRect &place, QWidget *buddy,
+                                const char *toolTip)
 {
     auto *label = new QLabel(text, parent);
-    place(label, {left, top, width, 260});
+    this->place(label, place);
     if (buddy) {
         label->setBuddy(buddy);
         buddy->setProperty("caption", text);
     }
-    if (!toolTip.isEmpty())
-        label->setToolTip(toolTip);
+    if (toolTip)
+        label->setToolTip(QString::fromLatin1(toolTip));
     return label;
 }
 
-QWidget *frmZelvatcts::makeBox(BoxArray array, int index, QWidget *parent, bool multiLine, const QString &objectName,
-                               const QString &toolTip)
+QWidget *&frmZelvatcts::boxWidget(FormFields::Group group, int index)
+{
+    switch (group) {
+    case FormFields::Group::Header: return txtHeader[index];
+    case FormFields::Group::Med: return txtMed[index];
+    case FormFields::Group::Fire: return txtFire[index];
+    case FormFields::Group::Law: break;
+    }
+    return txtLaw[index];
+}
+
+QLabel *frmZelvatcts::labelOf(const QWidget *box) const
+{
+    for (QLabel *label : findChildren<QLabel *>()) {
+        if (label->buddy() == box)
+            return label;
+    }
+    return nullptr;
+}
+
+const FormFields::Box *frmZelvatcts::boxRow(const QObject *widget) const
+{
+    for (const FormFields::Box &b : FormFields::boxes()) {
+        if (const_cast<frmZelvatcts *>(this)->boxWidget(b.group, b.index) == widget)
+            return &b;
+    }
+    return nullptr;
+}
+
+QWidget *frmZelvatcts::makeBox(const FormFields::Box &b, QWidget *parent)
 {
     QWidget *box = nullptr;
-    if (multiLine) {
+    if (b.multiLine) {
         auto *edit = new QPlainTextEdit(parent);
         edit->setTabChangesFocus(true);
-        connect(edit, &QPlainTextEdit::textChanged, this, [this, array, index] { onChange(array, index); });
+        connect(edit, &QPlainTextEdit::textChanged, this, [this, &b] { onChange(b); });
         box = edit;
     } else {
         auto *edit = new QLineEdit(parent);
-        connect(edit, &QLineEdit::textChanged, this, [this, array, index] { onChange(array, index); });
+        connect(edit, &QLineEdit::textChanged, this, [this, &b] { onChange(b); });
         box = edit;
     }
-    box->setObjectName(objectName);
-    box->setToolTip(toolTip);
-    box->setProperty("zelvatArray", int(array));
-    box->setProperty("zelvatIndex", index);
+    box->setObjectName(FormFields::objectName(b));
+    box->setToolTip(QString::fromLatin1(b.toolTip));
     box->installEventFilter(this);
+    makeLabel(FormFields::caption(b), parent, FormLayout::LabelOf(b.group, b.index), box, b.labelTip);
     return box;
 }
 
@@ -238,28 +253,14 @@ void frmZelvatcts::buildControls()
     Label22->setObjectName(QStringLiteral("Label22"));
     Label22->setFont(QFont(QStringLiteral("Calibri"), 14, QFont::Bold));
 
-    // "Incident Summary"
+    // "Incident Summary": what, where, the city and the type buttons; "Reporting Person Details";
+    // last seen and details.
     Frame1 = new QGroupBox(QStringLiteral("Incident Summary"), this);
     Frame1->setObjectName(QStringLiteral("Frame1"));
-    txtHeader[0] = makeBox(BoxArray::Header, 0, Frame1, false, QStringLiteral("txtHeader_0"),
-                           QStringLiteral("Enter a short 2 to 4 word description"));
-    makeLabel(QStringLiteral("What are you reporting?*"), Frame1, 120, 260, 4000, txtHeader[0]);
-    txtHeader[1] = makeBox(BoxArray::Header, 1, Frame1, false, QStringLiteral("txtHeader_1"),
-                           QStringLiteral("Location of the problem"));
-    makeLabel(QStringLiteral("Location, Address:*"), Frame1, 120, 900, 4000, txtHeader[1],
-              QStringLiteral("Includes: Floor #, Apt #, Suite #"));
-    cmdLast[0] = new QPushButton(QStringLiteral("L/U"), Frame1);
-    cmdLast[0]->setObjectName(QStringLiteral("cmdLast_0"));
-    cmdLast[0]->setToolTip(QStringLiteral("Load 'Last Used' address for this request"));
-    cmdLast[0]->setAccessibleName(QStringLiteral("Last used address"));
-    place(cmdLast[0], {5700, 860, 530, 290});
-    txtHeader[2] = makeBox(BoxArray::Header, 2, Frame1, false, QStringLiteral("txtHeader_2"),
-                           QStringLiteral("Cross street, east/west bound, etc."));
-    makeLabel(QStringLiteral("Other Location Details"), Frame1, 120, 1540, 4000, txtHeader[2],
-              QStringLiteral("Cross-Street, Floor #, Apt #, Suite #"));
-    txtHeader[8] = makeBox(BoxArray::Header, 8, Frame1, false, QStringLiteral("txtHeader_8"),
-                           QStringLiteral("In what city is the problem"));
-    makeLabel(QStringLiteral("City:*"), Frame1, 120, 2180, 4000, txtHeader[8]);
+    Frame2 = new QGroupBox(QStringLiteral("Reporting Person Details"), this);
+    Frame2->setObjectName(QStringLiteral("Frame2"));
+    Frame3 = new QGroupBox(this);
+    Frame3->setObjectName(QStringLiteral("Frame3"));
     static const char *typeTips[4] = {
         "Medical emergency; requires Paramedics, Hospital transport",
         "Requires Fire Department assistance",
@@ -274,25 +275,18 @@ void frmZelvatcts::buildControls()
         place(cmdRtype[i], {120.0 + i * 1100, 2920, 1000, 420});
         connect(cmdRtype[i], &QPushButton::clicked, this, [this, i] { cmdRtype_Click(i); });
     }
-
-    // "Reporting Person Details"
-    Frame2 = new QGroupBox(QStringLiteral("Reporting Person Details"), this);
-    Frame2->setObjectName(QStringLiteral("Frame2"));
-    txtHeader[3] = makeBox(BoxArray::Header, 3, Frame2, false, QStringLiteral("txtHeader_3"),
-                           QStringLiteral("Reporting person's name"));
-    makeLabel(QStringLiteral("Name:*"), Frame2, 120, 260, 3000, txtHeader[3], QStringLiteral("Reporting Person's Name"));
-    cmdLast[1] = new QPushButton(QStringLiteral("L/U"), Frame2);
-    cmdLast[1]->setObjectName(QStringLiteral("cmdLast_1"));
-    cmdLast[1]->setToolTip(QStringLiteral("Load 'Last Used' Reporting Person for this request"));
-    cmdLast[1]->setAccessibleName(QStringLiteral("Last used reporting person"));
-    place(cmdLast[1], {4490, 220, 530, 290});
-    txtHeader[4] = makeBox(BoxArray::Header, 4, Frame2, false, QStringLiteral("txtHeader_4"),
-                           QStringLiteral("Reporting person's address"));
-    makeLabel(QStringLiteral("Address:"), Frame2, 120, 900, 3000, txtHeader[4], QStringLiteral("Reporting Person's Address"));
-    txtHeader[5] = makeBox(BoxArray::Header, 5, Frame2, false, QStringLiteral("txtHeader_5"),
-                           QStringLiteral("Reporting person's phone number"));
-    Label18 = makeLabel(QStringLiteral("Phone:"), Frame2, 120, 1540, 3000, txtHeader[5]);
-    Label18->setObjectName(QStringLiteral("Label18"));
+    static const char *lastTips[2] = {"Load 'Last Used' address for this request",
+                                      "Load 'Last Used' Reporting Person for this request"};
+    static const char *lastNames[2] = {"Last used address", "Last used reporting person"};
+    static const TwipsRect lastPlaces[2] = {{5700, 860, 530, 290}, {4490, 220, 530, 290}};
+    for (int i = 0; i < 2; ++i) {
+        cmdLast[i] = new QPushButton(QStringLiteral("L/U"), i == 0 ? Frame1 : Frame2);
+        cmdLast[i]->setObjectName(QStringLiteral("cmdLast_%1").arg(i));
+        cmdLast[i]->setToolTip(QString::fromLatin1(lastTips[i]));
+        cmdLast[i]->setAccessibleName(QString::fromLatin1(lastNames[i]));
+        place(cmdLast[i], lastPlaces[i]);
+        connect(cmdLast[i], &QPushButton::clicked, this, [this, i] { cmdLast_Click(i); });
+    }
     chkReqContact = new QCheckBox(QStringLiteral("Request Sheriff to contact me"), Frame2);
     chkReqContact->setObjectName(QStringLiteral("chkReqContact"));
     chkReqContact->setToolTip(QStringLiteral("If checked, make sure Phone number is filled in"));
@@ -306,16 +300,6 @@ void frmZelvatcts::buildControls()
     Label20->setFont(QFont(QStringLiteral("Calibri"), 12, QFont::Bold));
     Label20->setTextInteractionFlags(Qt::TextSelectableByMouse);
 
-    // Last seen and details.
-    Frame3 = new QGroupBox(this);
-    Frame3->setObjectName(QStringLiteral("Frame3"));
-    txtHeader[6] = makeBox(BoxArray::Header, 6, Frame3, false, QStringLiteral("txtHeader_6"),
-                           QStringLiteral("HH:MM or -<min> when the problem was last observed"));
-    makeLabel(QStringLiteral("Last seen:*"), Frame3, 120, 290, 1500, txtHeader[6]);
-    txtHeader[7] = makeBox(BoxArray::Header, 7, Frame3, true, QStringLiteral("txtHeader_7"),
-                           QStringLiteral("All other supporting details"));
-    makeLabel(QStringLiteral("Details:*"), Frame3, 120, 730, 1500, txtHeader[7]);
-
     // The event type tabs, one frame each.
     SSTab1 = new QTabWidget(this);
     SSTab1->setObjectName(QStringLiteral("SSTab1"));
@@ -327,19 +311,27 @@ void frmZelvatcts::buildControls()
         nframe[i]->setObjectName(QStringLiteral("nframe_%1").arg(i));
         SSTab1->addTab(page, QString::fromLatin1(tabCaptions[i]));
     }
-    // Medical
-    txtMed[0] = makeBox(BoxArray::Med, 0, nframe[0], false, QStringLiteral("txtMed_0"),
-                        QStringLiteral("Age of the person with the problem"));
-    makeLabel(QStringLiteral("Age:*"), nframe[0], 120, 300, 1400, txtMed[0]);
-    txtMed[1] = makeBox(BoxArray::Med, 1, nframe[0], false, QStringLiteral("txtMed_1"),
-                        QStringLiteral("Gender (male / female) of the person with the problem"));
-    makeLabel(QStringLiteral("Gender:*"), nframe[0], 120, 750, 1400, txtMed[1]);
-    Label6 = makeLabel(QStringLiteral("Conscious?"), nframe[0], 120, 1230, 1400);
+
+    // The boxes and their labels, from the table of fields.
+    for (const FormFields::Box &b : FormFields::boxes()) {
+        QWidget *frame = b.group == FormFields::Group::Med  ? nframe[0]
+            : b.group == FormFields::Group::Fire            ? nframe[1]
+            : b.group == FormFields::Group::Law             ? nframe[2]
+            : b.index >= 3 && b.index <= 5                   ? Frame2
+            : b.index == 6 || b.index == 7                   ? Frame3
+                                                             : Frame1;
+        boxWidget(b.group, b.index) = makeBox(b, frame);
+    }
+    Label18 = labelOf(txtHeader[5]);
+    Label18->setObjectName(QStringLiteral("Label18"));
+
+    // The medical questions.
+    Label6 = makeLabel(QStringLiteral("Conscious?"), nframe[0], {120, 1230, 1400, 260});
     Label6->setObjectName(QStringLiteral("Label6"));
     Frame4 = new QGroupBox(nframe[0]);
     Frame4->setObjectName(QStringLiteral("Frame4"));
     place(Frame4, {1600, 1130, 2600, 480});
-    Label23 = makeLabel(QStringLiteral("Breathing?"), nframe[0], 120, 1780, 1400);
+    Label23 = makeLabel(QStringLiteral("Breathing?"), nframe[0], {120, 1780, 1400, 260});
     Label23->setObjectName(QStringLiteral("Label23"));
     Frame5 = new QGroupBox(nframe[0]);
     Frame5->setObjectName(QStringLiteral("Frame5"));
@@ -363,27 +355,8 @@ void frmZelvatcts::buildControls()
                 optBrea_Click(i);
         });
     }
-    // Fire
-    txtFire[0] = makeBox(BoxArray::Fire, 0, nframe[1], false, QStringLiteral("txtFire_0"),
-                         QStringLiteral("Yes, No, unknown"));
-    makeLabel(QStringLiteral("If a Fire: people inside?*"), nframe[1], 120, 300, 2600, txtFire[0]);
-    // Law
-    static const char *lawLabels[6] = {"Description of person (age, height, weight):", "Weapon involved?",
-                                       "Direction of Travel:", "Vehicle Description:", "License Plate:", "State"};
-    static const char *lawTips[6] = {"Include clothes, other distinguishing marks",
-                                     "Yes / No / Unknown; shots fired, other details", "if known",
-                                     "Make, Model if known", "Partials OK, use '*' if missing characters",
-                                     "CA, AZ, etc."};
-    static const double lawLabelPlace[6][2] = {{120, 300}, {120, 1000}, {120, 1450}, {120, 1900}, {120, 2350}, {5200, 2350}};
-    for (int i = 0; i < 6; ++i) {
-        txtLaw[i] = makeBox(BoxArray::Law, i, nframe[2], i == 0, QStringLiteral("txtLaw_%1").arg(i),
-                            QString::fromLatin1(lawTips[i]));
-        makeLabel(QString::fromLatin1(lawLabels[i]), nframe[2], lawLabelPlace[i][0], lawLabelPlace[i][1],
-                  i == 5 ? 600 : 3000, txtLaw[i]);
-    }
-    // Local government
     makeLabel(QStringLiteral("No details of its own: describe the request in the summary and the details."), nframe[3],
-              120, 300, 8000);
+              {120, 300, 8000, 260});
 
     // The commands, last in the tab order.
     cmdSubmit = new QPushButton(QStringLiteral("Submit"), this);
@@ -417,6 +390,16 @@ void frmZelvatcts::buildControls()
     tmrClock = new QTimer(this);
     tmrClock->setInterval(1000);
     connect(tmrClock, &QTimer::timeout, this, &frmZelvatcts::tmrClock_Timer);
+
+    // Tab follows the reading order of the form, whatever order the controls were made in.
+    const QList<QWidget *> reading = {
+        txtHeader[0], txtHeader[1], cmdLast[0], txtHeader[2], txtHeader[8], cmdRtype[0], cmdRtype[1], cmdRtype[2],
+        cmdRtype[3], txtHeader[3], cmdLast[1], txtHeader[4], txtHeader[5], chkReqContact, txtHeader[6], txtHeader[7],
+        SSTab1, txtMed[0], txtMed[1], optCons[0], optCons[1], optBrea[0], optBrea[1], txtFire[0], txtLaw[0],
+        txtLaw[1], txtLaw[2], txtLaw[3], txtLaw[4], txtLaw[5], cmdSubmit, cmdSave, cmdDelete, cmdClose,
+    };
+    for (qsizetype i = 1; i < reading.size(); ++i)
+        setTabOrder(reading[i - 1], reading[i]);
 
     resize(px(FormLayout::DesignWidth), px(FormLayout::DesignHeight));
     applyLayout();
@@ -521,29 +504,13 @@ void frmZelvatcts::LoadRecordToForm()
     m_eventNumber = m_record.EID();
     m_messageId = m_record.MID();
     Label20->setText(m_eventNumber);
-    setBoxText(txtHeader[0], m_record.ISS());
-    setBoxText(txtHeader[1], m_record.AD1());
-    setBoxText(txtHeader[8], m_record.CTY());
-    setBoxText(txtHeader[2], m_record.AD2());
-    setBoxText(txtHeader[3], m_record.RPN());
-    setBoxText(txtHeader[4], m_record.RPA());
-    setBoxText(txtHeader[5], m_record.RPP());
-    setBoxText(txtHeader[6], m_record.LAS());
-    setBoxText(txtHeader[7], toBoxBreaks(m_record.DTL()));
-    setBoxText(txtMed[0], m_record.AGE());
-    setBoxText(txtMed[1], m_record.GDR());
+    for (const FormFields::Box &b : FormFields::boxes())
+        setBoxText(boxWidget(b.group, b.index), FormFields::shownValue(b, m_record));
     // A stored answer other than 0 or 1 (-1 for unanswered) has no button: none is checked.
     if (m_record.CON() == 0 || m_record.CON() == 1)
         optCons[m_record.CON()]->setChecked(true);
     if (m_record.BRE() == 0 || m_record.BRE() == 1)
         optBrea[m_record.BRE()]->setChecked(true);
-    setBoxText(txtFire[0], m_record.PIN());
-    setBoxText(txtLaw[0], toBoxBreaks(m_record.PDE()));
-    setBoxText(txtLaw[1], m_record.WEA());
-    setBoxText(txtLaw[2], m_record.DOT());
-    setBoxText(txtLaw[3], m_record.VDE());
-    setBoxText(txtLaw[4], m_record.VDP());
-    setBoxText(txtLaw[5], m_record.VDS());
     HighlightRequiredFields();
 }
 
@@ -558,39 +525,15 @@ void frmZelvatcts::SaveFormToRecord()
 bool frmZelvatcts::saveRecord(qint16 state)
 {
     m_record.setAST(state);
-    m_record.setTYP(BuildTypeList());
-    m_record.setEID(m_eventNumber);
-    m_record.setMID(m_messageId);
-    m_record.setISS(boxText(txtHeader[0]));
-    m_record.setAD1(boxText(txtHeader[1]));
-    m_record.setCTY(boxText(txtHeader[8]));
-    m_record.setAD2(boxText(txtHeader[2]));
-    m_record.setRPN(boxText(txtHeader[3]));
-    m_record.setRPA(boxText(txtHeader[4]));
-    m_record.setRPP(boxText(txtHeader[5]));
-    m_record.setLAS(boxText(txtHeader[6]));
-    m_record.setDTL(fromBoxBreaks(boxText(txtHeader[7])));
-    m_record.setAGE(boxText(txtMed[0]));
-    m_record.setGDR(boxText(txtMed[1]));
-    m_record.setCON(m_conscious);
-    m_record.setBRE(m_breathing);
-    m_record.setPIN(boxText(txtFire[0]));
-    m_record.setPDE(fromBoxBreaks(boxText(txtLaw[0])));
-    m_record.setWEA(boxText(txtLaw[1]));
-    m_record.setDOT(boxText(txtLaw[2]));
-    m_record.setVDE(boxText(txtLaw[3]));
-    m_record.setVDP(boxText(txtLaw[4]));
-    m_record.setVDS(boxText(txtLaw[5]));
+    writeBoxesTo(m_record);
     if (m_context.station)
         ApplySaveStamps(m_record, *m_context.station, DatetimeLib::Now());
 
     QStringList unencodable;
-    for (QWidget *box : findChildren<QWidget *>()) {
-        if (!box->property("zelvatArray").isValid())
-            continue;
-        const QString odd = CodePage::unencodable(boxText(box));
+    for (const FormFields::Box &b : FormFields::boxes()) {
+        const QString odd = CodePage::unencodable(boxText(boxWidget(b.group, b.index)));
         if (!odd.isEmpty())
-            unencodable << QStringLiteral("%1 \"%2\"").arg(box->property("caption").toString(), odd);
+            unencodable << QStringLiteral("%1 \"%2\"").arg(FormFields::caption(b), odd);
     }
     if (!unencodable.isEmpty())
         notify(QStringLiteral("These characters cannot be stored in a report file and were saved as \"?\":\r\n")
@@ -608,6 +551,18 @@ bool frmZelvatcts::saveRecord(qint16 state)
     if (saved)
         emit reportSaved(m_eventNumber, state);
     return saved;
+}
+
+// What the form holds, into a record: the types, the event pair, every box and the answers.
+void frmZelvatcts::writeBoxesTo(ZelvatMsg &record) const
+{
+    record.setTYP(BuildTypeList());
+    record.setEID(m_eventNumber);
+    record.setMID(m_messageId);
+    for (const FormFields::Box &b : FormFields::boxes())
+        FormFields::storeValue(b, record, boxText(const_cast<frmZelvatcts *>(this)->boxWidget(b.group, b.index)));
+    record.setCON(m_conscious);
+    record.setBRE(m_breathing);
 }
 
 void frmZelvatcts::refreshList()
@@ -687,9 +642,8 @@ void frmZelvatcts::closeEvent(QCloseEvent *event)
 void frmZelvatcts::LockFields(const QString &mode)
 {
     const bool lock = mode == QLatin1String("LOCK");
-    for (QWidget *box : findChildren<QWidget *>()) {
-        if (!box->property("zelvatArray").isValid())
-            continue;
+    for (const FormFields::Box &b : FormFields::boxes()) {
+        QWidget *box = boxWidget(b.group, b.index);
         if (auto *line = qobject_cast<QLineEdit *>(box))
             line->setReadOnly(lock);
         else if (auto *text = qobject_cast<QPlainTextEdit *>(box))
@@ -700,10 +654,8 @@ void frmZelvatcts::LockFields(const QString &mode)
 
 void frmZelvatcts::ClearFields()
 {
-    for (QWidget *box : findChildren<QWidget *>()) {
-        if (box->property("zelvatArray").isValid())
-            setBoxText(box, QString());
-    }
+    for (const FormFields::Box &b : FormFields::boxes())
+        setBoxText(boxWidget(b.group, b.index), QString());
 }
 
 // --- event types ----------------------------------------------------------------------------
@@ -834,21 +786,23 @@ void frmZelvatcts::chkReqContact_Click()
 
 void frmZelvatcts::HighlightRequiredFields()
 {
-    const auto mark = [](QWidget *box) {
-        Paint::paint(box, StringLib::TrimBlanks(boxText(box)).isEmpty() ? Paint::colour(Zelvat::RequiredFieldColour) : Paint::normal(box));
-    };
-    for (int i : {0, 1, 8, 3, 6, 7})
-        mark(txtHeader[i]);
-    mark(txtMed[0]);
-    mark(txtMed[1]);
-    mark(txtFire[0]);
+    // The boxes that must be filled whenever their type is chosen start light red while empty.
+    for (const FormFields::Box &b : FormFields::boxes()) {
+        if (b.required == FormFields::Required::Never || b.required == FormFields::Required::ForContact)
+            continue;
+        QWidget *box = boxWidget(b.group, b.index);
+        if (StringLib::TrimBlanks(boxText(box)).isEmpty())
+            Paint::paint(box, Paint::colour(Zelvat::RequiredFieldColour));
+        else
+            Paint::clear(box);
+    }
 }
 
 // --- typing ---------------------------------------------------------------------------------
 
 bool frmZelvatcts::eventFilter(QObject *watched, QEvent *event)
 {
-    auto *w = qobject_cast<QWidget *>(watched);
+    const FormFields::Box *b = boxRow(watched);
     if (event->type() == QEvent::KeyPress) {
         auto *key = static_cast<QKeyEvent *>(event);
         // Escape closes the form from any box, without saving.
@@ -856,90 +810,72 @@ bool frmZelvatcts::eventFilter(QObject *watched, QEvent *event)
             cmdClose_Click();
             return true;
         }
-        if (w && w->property("zelvatArray").isValid()) {
-            bool swallow = false;
-            onKeyPress(BoxArray(w->property("zelvatArray").toInt()), w->property("zelvatIndex").toInt(), w, key, &swallow);
-            return swallow;
-        }
-    } else if (event->type() == QEvent::FocusOut && w && w->property("zelvatArray").isValid()) {
-        onLeave(BoxArray(w->property("zelvatArray").toInt()), w->property("zelvatIndex").toInt());
+        if (b)
+            return onKeyPress(*b, key);
+    } else if (event->type() == QEvent::FocusOut && b) {
+        onLeave(*b);
     }
     return QWidget::eventFilter(watched, event);
 }
 
-void frmZelvatcts::onKeyPress(BoxArray array, int index, QWidget *box, QKeyEvent *event, bool *swallow)
+// The key rules of a box: true when the key was dealt with here (refused with a beep, or put in
+// as its upper-case letter).
+bool frmZelvatcts::onKeyPress(const FormFields::Box &b, QKeyEvent *event)
 {
+    QWidget *box = boxWidget(b.group, b.index);
     // Only typed characters reach the key rules; Tab moves the focus as always.
     const QString text = event->text();
     if (!box->isEnabled() || text.size() != 1 || event->key() == Qt::Key_Tab || event->key() == Qt::Key_Backtab)
-        return;
+        return false;
     const quint16 typed = text[0].unicode();
     quint16 k = typed;
 
-    FormRules::BoxRule rule;
-    if (array == BoxArray::Header)
-        rule = FormRules::HeaderRule(index);
-    else if (array == BoxArray::Law)
-        rule = FormRules::LawRule(index);
-
-    if (array == BoxArray::Header || array == BoxArray::Med || array == BoxArray::Fire)
-        Paint::clear(box);
-    if (rule.upperCase)
+    // Typing clears a highlight of the box, and of the status text for the summary and law boxes.
+    Paint::clear(box);
+    if (b.group == FormFields::Group::Header || b.group == FormFields::Group::Law)
+        SetStatus(QString());
+    if (b.upperCase)
         k = QChar(k).toUpper().unicode();
-    if (rule.allowed)
-        k = FilterKey(k, QString::fromLatin1(rule.allowed), true);
+    if (b.allowed)
+        k = FilterKey(k, QString::fromLatin1(b.allowed), true);
     // A character the report file cannot hold is refused like any other.
     if (k != 0 && k >= 32 && !CodePage::canEncode(QString(QChar(k))))
         k = 0;
-    if (array == BoxArray::Header || array == BoxArray::Law) {
-        Paint::clear(box);
-        SetStatus(QString());
-    }
 
     if (k == 0) {
         QApplication::beep();
-        *swallow = true;
-    } else if (k != typed) {
-        if (auto *line = qobject_cast<QLineEdit *>(box))
-            line->insert(QString(QChar(k)));
-        else
-            static_cast<QPlainTextEdit *>(box)->insertPlainText(QString(QChar(k)));
-        *swallow = true;
+        return true;
     }
+    if (k == typed)
+        return false;
+    if (auto *line = qobject_cast<QLineEdit *>(box))
+        line->insert(QString(QChar(k)));
+    else
+        static_cast<QPlainTextEdit *>(box)->insertPlainText(QString(QChar(k)));
+    return true;
 }
 
-void frmZelvatcts::onChange(BoxArray array, int index)
+void frmZelvatcts::onChange(const FormFields::Box &b)
 {
-    QWidget *box = array == BoxArray::Header ? txtHeader[index]
-        : array == BoxArray::Med             ? txtMed[index]
-        : array == BoxArray::Fire            ? txtFire[index]
-                                             : txtLaw[index];
+    QWidget *box = boxWidget(b.group, b.index);
     if (!box)
         return; // still being built
     Paint::clear(box);
     // The address and the phone of the reporting person stand in for each other.
-    if (array == BoxArray::Header && index == 4 && txtHeader[5])
-        Paint::clear(txtHeader[5]);
-    if (array == BoxArray::Header && index == 5 && txtHeader[4])
+    if (b.required == FormFields::Required::ForContact && txtHeader[4] && txtHeader[5]) {
         Paint::clear(txtHeader[4]);
+        Paint::clear(txtHeader[5]);
+    }
 }
 
-void frmZelvatcts::onLeave(BoxArray array, int index)
+void frmZelvatcts::onLeave(const FormFields::Box &b)
 {
-    FormRules::BoxRule rule;
-    QWidget *box = nullptr;
-    if (array == BoxArray::Header) {
-        rule = FormRules::HeaderRule(index);
-        box = txtHeader[index];
-    } else if (array == BoxArray::Law) {
-        rule = FormRules::LawRule(index);
-        box = txtLaw[index];
-    }
-    if (!box || m_closing)
+    if (m_closing)
         return;
-    if (rule.leave == FormRules::Leave::ProperCase)
+    QWidget *box = boxWidget(b.group, b.index);
+    if (b.leave == FormFields::Leave::ProperCase)
         setBoxText(box, StringLib::ProperCase(boxText(box)));
-    else if (rule.leave == FormRules::Leave::LastSeen)
+    else if (b.leave == FormFields::Leave::LastSeen)
         setBoxText(box, FormRules::ResolveLastSeen(boxText(box), DatetimeLib::Now()));
 }
 
@@ -947,52 +883,36 @@ void frmZelvatcts::onLeave(BoxArray array, int index)
 
 bool frmZelvatcts::CheckRequiredFields()
 {
-    RequiredFields::Input in;
-    for (int i = 0; i < 9; ++i)
-        in.header[i] = boxText(txtHeader[i]);
-    in.med = {boxText(txtMed[0]), boxText(txtMed[1])};
-    in.fire = boxText(txtFire[0]);
-    in.contactRequested = chkReqContact->isChecked();
-    in.medSelected = m_typeSelected[0];
-    in.fireSelected = m_typeSelected[1];
-    in.conscious = m_conscious;
-    in.breathing = m_breathing;
-    in.typeList = BuildTypeList();
-
+    ZelvatMsg shown(m_context.programFolder);
+    writeBoxesTo(shown);
+    const QList<RequiredFields::Failure> failures = RequiredFields::check(shown, chkReqContact->isChecked());
     const QColor missing = Paint::colour(Zelvat::MissingDataColour);
-    bool ok = true;
     // Each failing box is painted and takes the focus, so the last one ends up focused.
-    for (const RequiredFields::Failure &f : RequiredFields::Check(in)) {
-        ok = false;
+    for (const RequiredFields::Failure &f : failures) {
         switch (f.target) {
-        case RequiredFields::Target::Header:
-            Paint::paint(txtHeader[f.index], missing);
-            txtHeader[f.index]->setFocus();
+        case RequiredFields::Target::Box: {
+            QWidget *box = boxWidget(f.box->group, f.box->index);
+            Paint::paint(box, missing);
+            if (f.box->group == FormFields::Group::Med)
+                SSTab1->setCurrentIndex(0);
+            box->setFocus();
             break;
-        case RequiredFields::Target::Med:
-            Paint::paint(txtMed[f.index], missing);
-            SSTab1->setCurrentIndex(0);
-            txtMed[f.index]->setFocus();
-            break;
+        }
         case RequiredFields::Target::ConsciousLabel:
             Paint::paint(Label6, missing);
             break;
         case RequiredFields::Target::BreathingLabel:
             Paint::paint(Label23, missing);
             break;
-        case RequiredFields::Target::Fire:
-            Paint::paint(txtFire[0], missing);
-            txtFire[0]->setFocus();
-            break;
         case RequiredFields::Target::TypeButtons:
             for (QPushButton *b : cmdRtype)
                 Paint::paint(b, missing);
-            notify(RequiredFields::NoEventTypeMessage(), Notice::Exclamation);
+            notify(RequiredFields::noEventTypeMessage(), Notice::Exclamation);
             txtHeader[0]->setFocus();
             break;
         }
     }
-    return ok;
+    return failures.isEmpty();
 }
 
 void frmZelvatcts::cmdSubmit_Click()

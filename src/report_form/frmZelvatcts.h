@@ -1,6 +1,7 @@
 #pragma once
 
 #include "report_form/FormLayout.h"
+#include "store/FormFields.h"
 #include "store/ZelvatMsg.h"
 
 #include <QPointer>
@@ -104,20 +105,22 @@ protected:
     void closeEvent(QCloseEvent *event) override;
 
 private:
-    enum class BoxArray { Header, Med, Fire, Law };
     void buildControls();
-    QWidget *makeBox(BoxArray array, int index, QWidget *parent, bool multiLine, const QString &objectName,
-                     const QString &toolTip);
-    QLabel *makeLabel(const QString &text, QWidget *parent, double left, double top, double width,
-                      QWidget *buddy = nullptr, const QString &toolTip = {});
+    QWidget *makeBox(const FormFields::Box &b, QWidget *parent);
+    QLabel *makeLabel(const QString &text, QWidget *parent, const TwipsRect &place, QWidget *buddy = nullptr,
+                      const char *toolTip = nullptr);
+    QLabel *labelOf(const QWidget *box) const;
+    QWidget *&boxWidget(FormFields::Group group, int index);
+    const FormFields::Box *boxRow(const QObject *widget) const;
+    void writeBoxesTo(ZelvatMsg &record) const;
     int px(double twips) const;
     double twips(int pixels) const;
     void place(QWidget *w, const TwipsRect &r) const;
     void applyLayout();
     void onTabChanged(int tab);
-    void onKeyPress(BoxArray array, int index, QWidget *box, QKeyEvent *event, bool *swallow);
-    void onChange(BoxArray array, int index);
-    void onLeave(BoxArray array, int index);
+    bool onKeyPress(const FormFields::Box &b, QKeyEvent *event);
+    void onChange(const FormFields::Box &b);
+    void onLeave(const FormFields::Box &b);
     void optCons_Click(int index);
     void optBrea_Click(int index);
     void chkReqContact_Click();

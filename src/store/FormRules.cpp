@@ -51,33 +51,6 @@ bool CanSubmit(int state)
     return state == Zelvat::StateNew || state == Zelvat::StateReady || state == Zelvat::StateDraft;
 }
 
-BoxRule HeaderRule(int index)
-{
-    switch (index) {
-    case 0: return {Zelvat::SummarySet, false, Leave::ProperCase};
-    case 1:
-    case 2:
-    case 3:
-    case 4: return {Zelvat::GeneralSet, false, Leave::ProperCase};
-    case 5: return {Zelvat::GeneralSet, false, Leave::Nothing};
-    case 6: return {nullptr, false, Leave::LastSeen};
-    case 8: return {nullptr, false, Leave::ProperCase};
-    default: return {};
-    }
-}
-
-BoxRule LawRule(int index)
-{
-    switch (index) {
-    case 1:
-    case 3: return {Zelvat::GeneralSet, false, Leave::ProperCase};
-    case 2: return {Zelvat::GeneralSet, false, Leave::Nothing};
-    case 4:
-    case 5: return {Zelvat::GeneralSet, true, Leave::Nothing};
-    default: return {};
-    }
-}
-
 QString ResolveLastSeen(const QString &text, const QDateTime &now)
 {
     if (text.contains(QLatin1Char(':')))

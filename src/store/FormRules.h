@@ -6,7 +6,7 @@
 #include <optional>
 
 // The report form's decisions that need no widget: what each report state shows and allows,
-// the event-type text, the typing and leaving rules of each box, the last-seen time.
+// the event-type text, the last-seen time. The rules of each box are in FormFields.
 namespace FormRules {
 
 // The event types in their fixed order: MED, FIRE, LAW, LGOV (index = button, tab and frame).
@@ -35,16 +35,6 @@ std::optional<StateView> ViewOfState(int state);
 
 // Whether Submit may act on a report of this state: new/reopened (1), Ready (2), Draft (6).
 bool CanSubmit(int state);
-
-// How a box treats typed keys and what happens when the operator leaves it.
-enum class Leave { Nothing, ProperCase, LastSeen };
-struct BoxRule {
-    const char *allowed = nullptr; // the key filter's set, or none
-    bool upperCase = false;        // the key is turned to upper case before filtering
-    Leave leave = Leave::Nothing;
-};
-BoxRule HeaderRule(int index); // txtHeader(0..8)
-BoxRule LawRule(int index);    // txtLaw(0..5)
 
 // The last-seen box on leaving: a text with ":" or that is no number stays as it is; a number
 // of minutes is added to `now` and given as "HH:mm". A fractional count is rounded to the

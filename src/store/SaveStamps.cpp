@@ -24,6 +24,6 @@ QString EscapeBreaks(const QString &text)
 QString UnescapeBreaks(const QString &text)
 {
     QString v = text;
-    v.replace(QStringLiteral("\\n"), QStringLiteral("\r\n"));
+    v.replace(QStringLiteral("\\n"), QStringLiteral("\n"));
     return v;
 }

@@ -14,5 +14,5 @@ void ApplySaveStamps(ZelvatMsg &msg, const ZelvatIni &station, const QDateTime &
 // the form in which they are stored and sent; CR LF, a lone CR and a lone LF each become one.
 QString EscapeBreaks(const QString &text);
 
-// Every backslash-"n" back to CR LF, for showing a stored value in a multi-line box.
+// Every backslash-"n" back to a line break, for showing a stored value in a multi-line box.
 QString UnescapeBreaks(const QString &text);

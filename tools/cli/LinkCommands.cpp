@@ -116,7 +116,7 @@ Submission::Outcome submitLoaded(Cli &cli, ServerSession &session, const Flags &
     const ZelvatMsg loaded = record; // the report as it stands on disk stands for the form's boxes
     Submission::Hooks hooks;
     hooks.checkRequiredFields = [&] {
-        const auto failures = RequiredFields::Check(RequiredFields::FromRecord(loaded, flags.contact));
+        const auto failures = RequiredFields::check(loaded, flags.contact);
         for (const RequiredFields::Failure &f : failures)
             Cli::Err(QStringLiteral("%1: missing %2%3").arg(loaded.EID(), f.name,
                                                              f.key.isEmpty() ? QString() : QStringLiteral(" (%1)").arg(f.key)));

@@ -3,6 +3,7 @@
 #include "settings/ZelvatIni.h"
 #include "support/DatetimeLib.h"
 #include "store/EventNumbers.h"
+#include "store/FormFields.h"
 #include "store/ReportList.h"
 #include "store/SaveStamps.h"
 #include "store/ZelvatMsg.h"
@@ -80,14 +81,22 @@ int CmdNextEvent(Cli &cli, const QStringList &args)
 
 namespace {
 
-// The fields a new report takes from --set: those the report form lets the operator fill.
-// The event pair, the save stamps and the state are the program's own.
-const QList<Key> &settableKeys()
+// The fields a new report takes from --set: the types, the boxes and the answers of the report
+// form. The event pair, the save stamps and the state are the program's own.
+QList<Key> settableKeys()
 {
-    static const QList<Key> keys = {Key::TYP, Key::ISS, Key::AD1, Key::AD2, Key::CTY, Key::LAS, Key::DTL,
-                                    Key::RPN, Key::RPA, Key::RPP, Key::AGE, Key::GDR, Key::CON, Key::BRE,
-                                    Key::PIN, Key::PDE, Key::WEA, Key::DOT, Key::VDE, Key::VDP, Key::VDS};
+    QList<Key> keys = {Key::TYP, Key::CON, Key::BRE};
+    for (const FormFields::Box &b : FormFields::boxes())
+        keys.append(b.key);
     return keys;
+}
+
+QString settableKeyNames()
+{
+    QStringList names;
+    for (Key k : settableKeys())
+        names << ZelvatMsg::KeyName(k);
+    return names.join(QLatin1Char(' '));
 }
 
 } // namespace
@@ -111,12 +120,11 @@ int CmdNew(Cli &cli, const QStringList &args)
         const qsizetype eq = assignment.indexOf(QLatin1Char('='));
         const QString keyName = eq < 0 ? assignment : assignment.left(eq);
         const QString value = eq < 0 ? QString() : assignment.mid(eq + 1);
-        const auto found = std::find_if(settableKeys().begin(), settableKeys().end(),
-                                        [&](Key k) { return ZelvatMsg::KeyName(k) == keyName; });
-        if (eq < 0 || found == settableKeys().end()) {
-            Cli::Err(QStringLiteral("--set %1: the key must be one of TYP ISS AD1 AD2 CTY LAS DTL RPN RPA RPP AGE GDR CON "
-                                    "BRE PIN PDE WEA DOT VDE VDP VDS, followed by \"=\" and the value")
-                         .arg(assignment));
+        const QList<Key> keys = settableKeys();
+        const auto found = std::find_if(keys.begin(), keys.end(), [&](Key k) { return ZelvatMsg::KeyName(k) == keyName; });
+        if (eq < 0 || found == keys.end()) {
+            Cli::Err(QStringLiteral("--set %1: the key must be one of %2, followed by \"=\" and the value")
+                         .arg(assignment, settableKeyNames()));
             return Cli::Usage;
         }
         const Key key = *found;
@@ -134,7 +142,8 @@ int CmdNew(Cli &cli, const QStringList &args)
             msg.SetNumber(key, qint16(*answer));
             continue;
         }
-        const bool multiLine = key == Key::DTL || key == Key::PDE;
+        const FormFields::Box *box = FormFields::boxOf(key);
+        const bool multiLine = box && box->multiLine;
         if (!multiLine && (value.contains(QLatin1Char('\r')) || value.contains(QLatin1Char('\n')))) {
             Cli::Err(QStringLiteral("--set %1: only DTL and PDE may hold line breaks").arg(keyName));
             return Cli::Usage;
