@@ -84,54 +84,29 @@ void TnGlobal::GloRead()
         return;
     }
     m_step = 1;
-    QString buffer;
+    QString text;
     QString error;
     m_step = 2;
-    if (!ReadSettingsFile(m_path, &buffer, &error)) {
+    if (!readSettingsFile(m_path, &text, &error)) {
         fail(QStringLiteral("GloRead"), RunError::make(RunError::DeviceIoError, error).text());
         return;
     }
-    if (!buffer.contains(QLatin1Char('='))) {
+    if (!text.contains(QLatin1Char('='))) {
         GLOWrite();
         return;
     }
     m_step = 3;
+    // The file's version is held aside: the version in force is this program's.
     QString fileVersion;
-    for (const IniLine &l : ParseIniLines(buffer)) {
-        static const QStringList keys = {
-            QStringLiteral("Version"), QStringLiteral("UseGlobalMsgNum"), QStringLiteral("PrinterName"),
-            QStringLiteral("PtrOrient"), QStringLiteral("PtrCopies"), QStringLiteral("PtrDuplex"),
-            QStringLiteral("ProfSave"), QStringLiteral("FolderLabels"), QStringLiteral("LstFontSize"),
-        };
-        const int k = int(keys.indexOf(l.key));
-        if (k < 0)
-            continue;
-        if (!l.hasValue) {
-            fail(QStringLiteral("GloRead"),
-                 RunError::make(RunError::SubscriptOutOfRange, QStringLiteral("line %1: %2 has no \"=\"").arg(l.number).arg(l.key))
-                     .text());
-            return;
-        }
-        qint16 *number = nullptr;
-        switch (k) {
-        case 0: fileVersion = l.value; continue;
-        case 2: m_printerName = l.value; continue;
-        case 7: m_folderLabels = l.value; continue;
-        case 8: m_lstFontSize = l.value; continue;
-        case 1: number = &m_useGlobalMsgNum; break;
-        case 3: number = &m_ptrOrient; break;
-        case 4: number = &m_ptrCopies; break;
-        case 5: number = &m_ptrDuplex; break;
-        case 6: number = &m_profSave; break;
-        }
-        RunError convError;
-        const auto v = StringLib::ToInteger(l.value, -32768, 32767,
-                                            QStringLiteral("line %1: %2=%3").arg(l.number).arg(l.key, l.value), &convError);
-        if (!v) {
-            fail(QStringLiteral("GloRead"), convError.text());
-            return;
-        }
-        *number = qint16(*v);
+    const QList<IniKey> keys = {
+        {"Version", &fileVersion}, {"UseGlobalMsgNum", &m_useGlobalMsgNum}, {"PrinterName", &m_printerName},
+        {"PtrOrient", &m_ptrOrient}, {"PtrCopies", &m_ptrCopies},       {"PtrDuplex", &m_ptrDuplex},
+        {"ProfSave", &m_profSave},   {"FolderLabels", &m_folderLabels}, {"LstFontSize", &m_lstFontSize},
+    };
+    // The first value that cannot be taken ends the reading: what was read before it stands.
+    for (const IniProblem &p : readIniValues(text, keys, true)) {
+        fail(QStringLiteral("GloRead"), p.error.text() + QStringLiteral(" on line %1").arg(p.line));
+        return;
     }
     // A file written by another version is rewritten with this program's version stamp.
     if (fileVersion != Zelvat::VersionText())
@@ -159,8 +134,8 @@ void TnGlobal::GLOWrite()
 {
     if (!m_changed)
         return;
-    // Steps 101 and 102 (look for the old file, delete it) fall away: the old file is replaced
-    // in one step by the complete new one, so an interrupted write never leaves it missing.
+    // The old file is not deleted first: it is replaced in one step by the complete new one, so
+    // an interrupted write never leaves it missing.
     m_step = 103;
     QSaveFile file(m_path);
     if (!file.open(QIODevice::WriteOnly)) {

@@ -11,20 +11,11 @@
 #include <QLockFile>
 #include <QSaveFile>
 
-#include <cmath>
+#include <limits>
 
 namespace {
 
 constexpr int kLockWaitMs = 10000;
-
-bool readIniLines(const QString &path, QList<IniLine> *lines, QString *error)
-{
-    QString text;
-    if (!ReadSettingsFile(path, &text, error))
-        return false;
-    *lines = ParseIniLines(text);
-    return true;
-}
 
 QString formatSingle(float v)
 {
@@ -53,6 +44,12 @@ void ZelvatIni::SetDefaults()
     Enc = QStringLiteral("BASE64");
 }
 
+QList<IniKey> ZelvatIni::keys()
+{
+    return {{"Nam", &Nam}, {"Uid", &Uid}, {"Loc", &Loc}, {"Cty", &Cty}, {"Lid", &Lid}, {"Eno", &Eno},
+            {"Lvf", &Lvf}, {"Hst", &Hst}, {"Prt", &Prt}, {"Nto", &Nto}, {"Enc", &Enc}};
+}
+
 bool ZelvatIni::Load()
 {
     m_problems.clear();
@@ -63,59 +60,12 @@ bool ZelvatIni::Load()
         return true;
     }
 
-    QList<IniLine> lines;
+    QString text;
     QString fileError;
-    if (!readIniLines(m_path, &lines, &fileError)) {
-        m_problems.append({0, QString(), fileError});
-    }
-    static const QStringList keys = {
-        QStringLiteral("Nam"), QStringLiteral("Uid"), QStringLiteral("Loc"), QStringLiteral("Cty"),
-        QStringLiteral("Lid"), QStringLiteral("Eno"), QStringLiteral("Lvf"), QStringLiteral("Hst"),
-        QStringLiteral("Prt"), QStringLiteral("Nto"), QStringLiteral("Enc"),
-    };
-    for (const IniLine &l : std::as_const(lines)) {
-        const int k = int(keys.indexOf(l.key));
-        if (k < 0)
-            continue;
-        if (!l.hasValue) {
-            m_problems.append({l.number, l.text, QStringLiteral("%1 has no \"=\" and no value").arg(l.key)});
-            continue;
-        }
-        RunError error;
-        const QString what = l.key + QLatin1Char('=') + l.value;
-        switch (k) {
-        case 0: Nam = l.value; break;
-        case 1: Uid = l.value; break;
-        case 2: Loc = l.value; break;
-        case 3: Cty = l.value; break;
-        case 4: Lid = l.value; break;
-        case 5:
-            if (const auto v = StringLib::ToInteger(l.value, -2147483647 - 1, 2147483647, what, &error))
-                Eno = qint32(*v);
-            else
-                m_problems.append({l.number, l.text, error.description});
-            break;
-        case 6: {
-            const auto v = StringLib::ParseNumber(l.value);
-            if (v && std::abs(*v) <= 3.402823e38)
-                Lvf = float(*v);
-            else
-                m_problems.append({l.number, l.text,
-                                   (v ? QStringLiteral("Overflow (%1 is too large)") : QStringLiteral("Type mismatch (%1 is not a number)"))
-                                       .arg(what)});
-            break;
-        }
-        case 7: Hst = l.value; break;
-        case 8: Prt = l.value; break;
-        case 9:
-            if (const auto v = StringLib::ToInteger(l.value, -32768, 32767, what, &error))
-                Nto = qint16(*v);
-            else
-                m_problems.append({l.number, l.text, error.description});
-            break;
-        case 10: Enc = l.value; break;
-        }
-    }
+    if (readSettingsFile(m_path, &text, &fileError))
+        m_problems = readIniValues(text, keys(), false);
+    else
+        m_problems.append({0, QString(), RunError::make(RunError::PathFileAccessError, fileError)});
     m_enoSeen = Eno;
     if (m_problems.isEmpty())
         return true;
@@ -124,17 +74,17 @@ bool ZelvatIni::Load()
     const QString bad = m_path + QStringLiteral(".bad");
     QFile::remove(bad);
     const bool kept = QFile::copy(m_path, bad);
-    QString text = QStringLiteral("The station settings file %1 could not be read as it stands:").arg(m_path);
-    for (const Problem &p : std::as_const(m_problems)) {
-        text += QStringLiteral("\r\n");
+    QString message = QStringLiteral("The station settings file %1 could not be read as it stands:").arg(m_path);
+    for (const IniProblem &p : std::as_const(m_problems)) {
+        message += QStringLiteral("\r\n");
         if (p.line > 0)
-            text += QStringLiteral("line %1, \"%2\": %3; the default is used").arg(p.line).arg(p.text, p.reason);
+            message += QStringLiteral("line %1, \"%2\": %3; the default is used").arg(p.line).arg(p.text, p.error.description);
         else
-            text += p.reason + QStringLiteral("; every setting has its default");
+            message += p.error.description + QStringLiteral("; every setting has its default");
     }
-    text += kept ? QStringLiteral("\r\nThe file as it was is kept as %1.").arg(bad)
-                 : QStringLiteral("\r\nThe file could not be copied to %1.").arg(bad);
-    notify(text, Notice::Exclamation);
+    message += kept ? QStringLiteral("\r\nThe file as it was is kept as %1.").arg(bad)
+                    : QStringLiteral("\r\nThe file could not be copied to %1.").arg(bad);
+    notify(message, Notice::Exclamation);
     return false;
 }
 
@@ -160,18 +110,15 @@ QByteArray ZelvatIni::FileContent() const
 
 std::optional<qint32> ZelvatIni::counterOnDisk() const
 {
-    QList<IniLine> lines;
+    QString text;
     QString ignored;
-    if (!readIniLines(m_path, &lines, &ignored))
+    if (!readSettingsFile(m_path, &text, &ignored))
         return std::nullopt;
-    std::optional<qint32> eno;
-    for (const IniLine &l : std::as_const(lines)) {
-        if (l.key != QLatin1String("Eno") || !l.hasValue)
-            continue;
-        if (const auto v = StringLib::ToInteger(l.value, -2147483647 - 1, 2147483647, QString(), nullptr))
-            eno = qint32(*v);
-    }
-    return eno;
+    QString eno;
+    readIniValues(text, {{"Eno", &eno}}, false);
+    const auto value = StringLib::ToInteger(eno, std::numeric_limits<qint32>::min(), std::numeric_limits<qint32>::max(),
+                                            QString(), nullptr);
+    return value ? std::optional<qint32>(qint32(*value)) : std::nullopt;
 }
 
 // Unless the operator gave a new counter since the file was last read or written, the

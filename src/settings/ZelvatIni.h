@@ -1,5 +1,7 @@
 #pragma once
 
+#include "support/IniText.h"
+
 #include <QList>
 #include <QString>
 #include <functional>
@@ -9,13 +11,6 @@
 // program folder. One instance serves the whole program.
 class ZelvatIni {
 public:
-    // A line of the file that could not be taken, and what was used instead.
-    struct Problem {
-        int line = 0;
-        QString text;   // the line as it stands in the file
-        QString reason; // what is wrong with it
-    };
-
     explicit ZelvatIni(const QString &path);
 
     // The station values, with their defaults.
@@ -41,7 +36,7 @@ public:
     // once, naming the file, the lines and the values; the file as it was is kept beside it as
     // "Zelvatcts.ini.bad" before anything rewrites it. Returns false when there were problems.
     bool Load();
-    const QList<Problem> &Problems() const { return m_problems; }
+    const QList<IniProblem> &Problems() const { return m_problems; }
 
     // Writes the whole file; false after telling the operator when it cannot be written.
     // The old file is replaced in one step, never left half-written.
@@ -59,11 +54,12 @@ public:
     std::optional<qint16> TakeNextEventNumber(const std::function<bool(qint16)> &inUse, QString *why);
 
 private:
+    QList<IniKey> keys();
     bool saveLocked(QString *why);
     void followCounterOnDisk();
     std::optional<qint32> counterOnDisk() const;
 
     QString m_path;
     qint32 m_enoSeen = 100; // the counter as last read from or written to the file
-    QList<Problem> m_problems;
+    QList<IniProblem> m_problems;
 };
