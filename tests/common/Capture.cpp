@@ -1,21 +1,8 @@
 #include "common/Capture.h"
+#include "common/Loopback.h"
 
 #include <QFile>
 #include <QTest>
-
-Capture::Capture()
-    : m_previousLog(&EventLog::current())
-    , m_previousNotifier(&Notifier::current())
-{
-    EventLog::install(this);
-    Notifier::install(this);
-}
-
-Capture::~Capture()
-{
-    EventLog::install(m_previousLog);
-    Notifier::install(m_previousNotifier);
-}
 
 QStringList Capture::noticeTexts() const
 {
@@ -39,4 +26,21 @@ void writeFile(const QString &path, const QByteArray &bytes)
     if (!f.open(QIODevice::WriteOnly | QIODevice::Truncate))
         qFatal("cannot write %s", qPrintable(path));
     f.write(bytes);
+}
+
+std::unique_ptr<LoopbackServer> Loopback::start(LoopbackServer::Mode mode)
+{
+    auto server = std::make_unique<LoopbackServer>(mode);
+    if (!server->listen())
+        qFatal("no free loopback port: %s", qPrintable(server->errorString()));
+    return server;
+}
+
+quint16 Loopback::refusedPort()
+{
+    LoopbackServer server;
+    server.listen();
+    const quint16 port = server.port();
+    server.close();
+    return port;
 }

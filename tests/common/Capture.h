@@ -11,8 +11,11 @@
 // object, instead of letting it reach syslog and standard error.
 class Capture : public EventLog, public Notifier {
 public:
-    Capture();
-    ~Capture() override;
+    Capture()
+        : m_log(this)
+        , m_notifier(this)
+    {
+    }
 
     void error(const QString &text) override { events.append(text); }
     void show(const Notice &notice) override { notices.append(notice); }
@@ -23,8 +26,8 @@ public:
     QList<Notice> notices;
 
 private:
-    EventLog *m_previousLog;
-    Notifier *m_previousNotifier;
+    ScopedEventLog m_log;
+    ScopedNotifier m_notifier;
 };
 
 // File helpers for tests.

@@ -2,7 +2,7 @@
 // preferences with their link test against an in-process server, the about box, the note.
 
 #include "common/Capture.h"
-#include "common/LoopbackServer.h"
+#include "common/Loopback.h"
 #include "dialogs/frmAbout.h"
 #include "dialogs/frmNote.h"
 #include "dialogs/frmStationID.h"
@@ -258,19 +258,19 @@ void TestDialogs::preferencesEmptyFieldsAndCancel()
 void TestDialogs::preferencesLinkTest()
 {
     Capture capture;
-    LoopbackServer server(LoopbackServer::Silent); // accepts and ignores data: still a pass
+    auto server = Loopback::start(LoopbackServer::Mode::Silent); // accepts and ignores data: still a pass
     ServerSession session(m_ini.get());
     frmZelvatPref d(*m_ini, &session);
     d.show();
     d.SSTab1->setCurrentIndex(1);
-    d.txtServer[1]->setText(QString::number(server.port));
+    d.txtServer[1]->setText(QString::number(server->port()));
     QTest::mouseClick(d.cmdTest, Qt::LeftButton);
     QCOMPARE(capture.noticeTexts(), QStringList{"Tndirect link test passed!"});
-    QTRY_COMPARE(server.received, QByteArray("<test>This is an Zelvat test msg</test>"));
+    QTRY_COMPARE(server->received(), QByteArray("<test>This is an Zelvat test msg</test>"));
     QCOMPARE(m_ini->Prt, QString("9334")); // the kept port is back
 
-    LoopbackServer closed(LoopbackServer::Refuse);
-    d.txtServer[1]->setText(QString::number(closed.port));
+    const quint16 closedPort = Loopback::refusedPort();
+    d.txtServer[1]->setText(QString::number(closedPort));
     QTest::mouseClick(d.cmdTest, Qt::LeftButton);
     QCOMPARE(capture.notices.size(), 2);
     QCOMPARE(capture.notices[1].text, QString("Link Test to Tndirect failed.  Check the following:\r\n1. Confirm that Tndirect "

@@ -3,7 +3,7 @@
 // texts and session-log lines in their order, and how the session ends when the server misbehaves.
 
 #include "common/Capture.h"
-#include "common/LoopbackServer.h"
+#include "common/Loopback.h"
 #include "link/MessageText.h"
 #include "link/ServerSession.h"
 #include "settings/ZelvatIni.h"
@@ -301,15 +301,15 @@ void TestLink::gpTimerIsCapped()
 
 void TestLink::normalSession()
 {
-    LoopbackServer server(LoopbackServer::Ok);
-    m_ini->Prt = QString::number(server.port);
+    auto server = Loopback::start(LoopbackServer::Mode::Normal);
+    m_ini->Prt = QString::number(server->port());
     ServerSession session(m_ini.get());
     QStringList statuses;
     connect(&session, &ServerSession::status, [&](const QString &s) { statuses << s; });
     const QString envelope = MessageText::BuildEnvelope("TYPE=MED\r\nEVNT=1", "S1", "NONE");
     QVERIFY(session.SeqTndirect(envelope, "S1"));
     QVERIFY(!session.Busy());
-    QTRY_COMPARE(server.received, QByteArray(envelope.toLatin1() + "\r\nQUIT\r\n"));
+    QTRY_COMPARE(server->received(), QByteArray(envelope.toLatin1() + "\r\nQUIT\r\n"));
     QCOMPARE(statuses, (QStringList{"Trying to Connect...", "Trying to Connect... connected!", "Sending message...",
                                     "Sending message... sent", "Disconnecting... ", "Zelvat Call Taking Ready"}));
     QCOMPARE(logLines(), (QStringList{"Msg2Tndirect: " + QString(envelope).remove("\r\n"),
@@ -319,17 +319,17 @@ void TestLink::normalSession()
 
 void TestLink::okSplitOverTwoPackets()
 {
-    LoopbackServer server(LoopbackServer::Split);
-    m_ini->Prt = QString::number(server.port);
+    auto server = Loopback::start(LoopbackServer::Mode::Split);
+    m_ini->Prt = QString::number(server->port());
     ServerSession session(m_ini.get());
     QVERIFY(session.SeqTndirect("<AOAON>ZELVAT</AOAON>!/ADDON!", "S"));
-    QTRY_VERIFY(server.received.endsWith("QUIT\r\n"));
+    QTRY_VERIFY(server->received().endsWith("QUIT\r\n"));
 }
 
 void TestLink::silentServerWaitsUntilCancelled()
 {
-    LoopbackServer server(LoopbackServer::Silent);
-    m_ini->Prt = QString::number(server.port);
+    auto server = Loopback::start(LoopbackServer::Mode::Silent);
+    m_ini->Prt = QString::number(server->port());
     ServerSession session(m_ini.get());
     QStringList statuses;
     connect(&session, &ServerSession::status, [&](const QString &s) { statuses << s; });
@@ -351,8 +351,8 @@ void TestLink::droppedConnectionStillWaits()
 {
     // A server that takes the envelope and hangs up has not accepted it: the session waits for
     // "OK>" (the window stays live) until its owner gives up.
-    LoopbackServer server(LoopbackServer::DropAfterEnvelope);
-    m_ini->Prt = QString::number(server.port);
+    auto server = Loopback::start(LoopbackServer::Mode::Drop);
+    m_ini->Prt = QString::number(server->port());
     ServerSession session(m_ini.get());
     bool waiting = false;
     QTimer::singleShot(800, &session, [&] {
@@ -365,8 +365,8 @@ void TestLink::droppedConnectionStillWaits()
 
 void TestLink::refusedConnection()
 {
-    LoopbackServer server(LoopbackServer::Refuse);
-    m_ini->Prt = QString::number(server.port);
+    const quint16 serverPort = Loopback::refusedPort();
+    m_ini->Prt = QString::number(serverPort);
     m_ini->Nto = 3000;
     ServerSession session(m_ini.get());
     QStringList statuses;
@@ -389,36 +389,36 @@ void TestLink::badPortIsNamed()
 
 void TestLink::secondSessionWaitsForItsOwnPrompt()
 {
-    LoopbackServer good(LoopbackServer::Ok);
-    m_ini->Prt = QString::number(good.port);
+    auto good = Loopback::start(LoopbackServer::Mode::Normal);
+    m_ini->Prt = QString::number(good->port());
     ServerSession session(m_ini.get());
     QVERIFY(session.SeqTndirect("A!/ADDON!", "A"));
     // The same session against a server that never answers: the prompt of the first must not count.
-    LoopbackServer silent(LoopbackServer::Silent);
-    m_ini->Prt = QString::number(silent.port);
+    auto silent = Loopback::start(LoopbackServer::Mode::Silent);
+    m_ini->Prt = QString::number(silent->port());
     QTimer::singleShot(700, &session, [&] { session.Cancel("test over"); });
     QVERIFY(!session.SeqTndirect("B!/ADDON!", "B"));
-    QCOMPARE(silent.connections, 1);
+    QCOMPARE(silent->connections(), 1);
 }
 
 void TestLink::linkTestSendsRawPieces()
 {
-    LoopbackServer server(LoopbackServer::Silent);
-    m_ini->Prt = QString::number(server.port);
+    auto server = Loopback::start(LoopbackServer::Mode::Silent);
+    m_ini->Prt = QString::number(server->port());
     ServerSession session(m_ini.get());
     QStringList statuses;
     connect(&session, &ServerSession::status, [&](const QString &s) { statuses << s; });
     const QString text(120, 'T');
     QVERIFY(session.TndirectTest(text));
-    QTRY_COMPARE(server.received, text.toLatin1()); // no line break added
+    QTRY_COMPARE(server->received(), text.toLatin1()); // no line break added
     QCOMPARE(statuses, (QStringList{"Passing Test message...", "Passing message... sent"}));
     QCOMPARE(logLines(), QStringList{"Link Test with Tndirect... passed (127.0.0.1:" + m_ini->Prt + ")"});
 }
 
 void TestLink::linkTestFailure()
 {
-    LoopbackServer server(LoopbackServer::Refuse);
-    m_ini->Prt = QString::number(server.port);
+    const quint16 serverPort = Loopback::refusedPort();
+    m_ini->Prt = QString::number(serverPort);
     ServerSession session(m_ini.get());
     QVERIFY(!session.TndirectTest("x"));
     QCOMPARE(logLines(), QStringList{"Link Test with Tndirect... failed (127.0.0.1:" + m_ini->Prt + ")"});

@@ -3,7 +3,7 @@
 // enabled states and by the report files left on disk.
 
 #include "common/Capture.h"
-#include "common/LoopbackServer.h"
+#include "common/Loopback.h"
 #include "link/ServerSession.h"
 #include "report_form/FormLayout.h"
 #include "report_form/frmZelvatcts.h"
@@ -506,8 +506,8 @@ void TestReportForm::unencodableCharactersAreRefused()
 
 void TestReportForm::submitAWholeMedicalReport()
 {
-    LoopbackServer server(LoopbackServer::Ok);
-    m_ini->Prt = QString::number(server.port);
+    auto server = Loopback::start(LoopbackServer::Mode::Normal);
+    m_ini->Prt = QString::number(server->port());
     frmZelvatcts *f = open("NEW");
     QPointer<frmZelvatcts> guard(f);
     QTest::keyClicks(f->txtHeader[0], "person down");
@@ -537,7 +537,7 @@ void TestReportForm::submitAWholeMedicalReport()
         "RPNA=Jordan Smith\r\nRPPH=555-0100\r\nDETL=Person Down -- Collapsed -- AGE: 70, Male, C+ B-\\nLast Seen:13:55 -- "
         "Cal=\r\nl Loc:EOC\r\nDEVD=KN1ABC\r\nDATM=261116 1405\r\nEVNT=SPF26320.100</AOMSG><AOURG>TRUE</AOURG>"
         "<AOTYP>PVT</AOTYP><ENCOD>BASE64</ENCOD>!/ADDON!\r\nQUIT\r\n";
-    QTRY_COMPARE(server.received, expected);
+    QTRY_COMPARE(server->received(), expected);
     const QByteArray file = readFile(msgPath("SPF26320.100"));
     QVERIFY(file.contains("\r\nAST=9\r\n"));
     QCOMPARE(m_refreshes, 2); // after Ready and after Submitted
@@ -545,8 +545,8 @@ void TestReportForm::submitAWholeMedicalReport()
 
 void TestReportForm::submitAWholeLawReportWithContact()
 {
-    LoopbackServer server(LoopbackServer::Ok);
-    m_ini->Prt = QString::number(server.port);
+    auto server = Loopback::start(LoopbackServer::Mode::Normal);
+    m_ini->Prt = QString::number(server->port());
     m_ini->Enc = "NONE";
     frmZelvatcts *f = open("NEW");
     QTest::mouseClick(f->cmdRtype[2], Qt::LeftButton);
@@ -564,12 +564,12 @@ void TestReportForm::submitAWholeLawReportWithContact()
     QTest::keyClicks(f->txtLaw[4], "7abc");
     f->chkReqContact->setChecked(true);
     QTest::mouseClick(f->cmdSubmit, Qt::LeftButton);
-    QTRY_VERIFY(server.received.endsWith("QUIT\r\n"));
-    QVERIFY(server.received.contains("<AOSUB>SPF-100 / FIRE+LAW / Riverside</AOSUB>"));
+    QTRY_VERIFY(server->received().endsWith("QUIT\r\n"));
+    QVERIFY(server->received().contains("<AOSUB>SPF-100 / FIRE+LAW / Riverside</AOSUB>"));
     // The DETL line is longer than 78 characters: folded after 77 with a soft break.
-    QVERIFY(server.received.contains("\r\nRPAD=1 Elm\r\nCNT=\\#252\r\nDETL=Car Fire -- Sedan burning -- People Trapped: No -- "
+    QVERIFY(server->received().contains("\r\nRPAD=1 Elm\r\nCNT=\\#252\r\nDETL=Car Fire -- Sedan burning -- People Trapped: No -- "
                                      "Veh Desc: Blue sedan =\r\n-- Lic: 7ABC -- St: \\nLast Seen:14:00 -- Call Loc:EOC\r\n"));
-    QVERIFY(server.received.contains("<ENCOD>NONE</ENCOD>"));
+    QVERIFY(server->received().contains("<ENCOD>NONE</ENCOD>"));
 }
 
 void TestReportForm::requiredFieldsBlockSubmission_data()
@@ -648,8 +648,8 @@ static void fillLgovReport(frmZelvatcts *f)
 void TestReportForm::failedSendLeavesItReady()
 {
     Capture capture;
-    LoopbackServer server(LoopbackServer::Refuse);
-    m_ini->Prt = QString::number(server.port);
+    const quint16 serverPort = Loopback::refusedPort();
+    m_ini->Prt = QString::number(serverPort);
     frmZelvatcts *f = open("NEW");
     fillLgovReport(f);
     QTest::mouseClick(f->cmdSubmit, Qt::LeftButton);
@@ -661,8 +661,8 @@ void TestReportForm::failedSendLeavesItReady()
     QCOMPARE(capture.noticeTexts(), QStringList{"CmdSubmit: SendToClient Failed"});
     QVERIFY(readFile(msgPath("SPF26320.100")).contains("\r\nAST=2\r\n"));
     // The operator tries again once the server is back.
-    LoopbackServer back(LoopbackServer::Ok);
-    m_ini->Prt = QString::number(back.port);
+    auto back = Loopback::start(LoopbackServer::Mode::Normal);
+    m_ini->Prt = QString::number(back->port());
     QPointer<frmZelvatcts> guard(f);
     QTest::mouseClick(f->cmdSubmit, Qt::LeftButton);
     QTest::qWait(0);
@@ -672,8 +672,8 @@ void TestReportForm::failedSendLeavesItReady()
 
 void TestReportForm::closingDuringAWaitKeepsItReady()
 {
-    LoopbackServer server(LoopbackServer::Silent);
-    m_ini->Prt = QString::number(server.port);
+    auto server = Loopback::start(LoopbackServer::Mode::Silent);
+    m_ini->Prt = QString::number(server->port());
     frmZelvatcts *f = open("NEW");
     QPointer<frmZelvatcts> guard(f);
     fillLgovReport(f);
@@ -686,28 +686,28 @@ void TestReportForm::closingDuringAWaitKeepsItReady()
     QTRY_VERIFY(!guard);
     QVERIFY(waited);
     QVERIFY(readFile(msgPath("SPF26320.100")).contains("\r\nAST=2\r\n"));
-    QTRY_VERIFY(server.received.endsWith("!/ADDON!\r\n"));
+    QTRY_VERIFY(server->received().endsWith("!/ADDON!\r\n"));
 }
 
 void TestReportForm::submittedUpdateCarriesTheMark()
 {
-    LoopbackServer server(LoopbackServer::Ok);
-    m_ini->Prt = QString::number(server.port);
+    auto server = Loopback::start(LoopbackServer::Mode::Normal);
+    m_ini->Prt = QString::number(server->port());
     writeReport("R9", "CON=1\r\nBRE=1\r\n", 9);
     frmZelvatcts *f = open("R9");
     QTest::mouseClick(f->cmdSave, Qt::LeftButton); // Update
     QTest::mouseClick(f->cmdSubmit, Qt::LeftButton);
-    QTRY_VERIFY(server.received.contains("<AOSUB>SPF-001 / MED / Springfield -- UPDATE</AOSUB>"));
-    QVERIFY(server.received.contains("DETL=Fall -- UPDATE for R9/261115, 0930\\nfirst\\nsecond -- AGE"));
+    QTRY_VERIFY(server->received().contains("<AOSUB>SPF-001 / MED / Springfield -- UPDATE</AOSUB>"));
+    QVERIFY(server->received().contains("DETL=Fall -- UPDATE for R9/261115, 0930\\nfirst\\nsecond -- AGE"));
 }
 
 void TestReportForm::misbehavingServerNeverFreezesTheWindow_data()
 {
     QTest::addColumn<int>("mode");
-    QTest::newRow("silent") << int(LoopbackServer::Silent);
-    QTest::newRow("drops after the envelope") << int(LoopbackServer::DropAfterEnvelope);
-    QTest::newRow("answers garbage") << int(LoopbackServer::Garbage);
-    QTest::newRow("floods 10 MB") << int(LoopbackServer::Flood);
+    QTest::newRow("silent") << int(LoopbackServer::Mode::Silent);
+    QTest::newRow("drops after the envelope") << int(LoopbackServer::Mode::Drop);
+    QTest::newRow("answers garbage") << int(LoopbackServer::Mode::Garbage);
+    QTest::newRow("floods 10 MB") << int(LoopbackServer::Mode::Flood);
 }
 
 void TestReportForm::misbehavingServerNeverFreezesTheWindow()
@@ -715,8 +715,8 @@ void TestReportForm::misbehavingServerNeverFreezesTheWindow()
     // While the session waits for a prompt that never comes, the window keeps handling events
     // (the clock ticks, the operator can close it); closing it leaves the report Ready.
     QFETCH(int, mode);
-    LoopbackServer server{LoopbackServer::Mode(mode)};
-    m_ini->Prt = QString::number(server.port);
+    auto server = Loopback::start(LoopbackServer::Mode(mode));
+    m_ini->Prt = QString::number(server->port());
     frmZelvatcts *f = open("NEW");
     QPointer<frmZelvatcts> guard(f);
     fillLgovReport(f);
