@@ -1,33 +1,44 @@
 #include "app/ReportListModel.h"
 
-void ReportListModel::SetRows(QList<ReportList::Row> rows)
+void ReportListModel::setRows(QList<ReportList::Row> rows)
 {
     beginResetModel();
     m_rows = std::move(rows);
+    for (QList<QString> &keys : m_sortKeys)
+        keys.clear();
     endResetModel();
 }
 
-void ReportListModel::RemoveRow(int row)
+void ReportListModel::removeRow(int row)
 {
     if (row < 0 || row >= m_rows.size())
         return;
     beginRemoveRows({}, row, row);
     m_rows.removeAt(row);
+    for (QList<QString> &keys : m_sortKeys) {
+        if (!keys.isEmpty())
+            keys.removeAt(row);
+    }
     endRemoveRows();
 }
 
-void ReportListModel::Reorder(const std::function<void(QList<ReportList::Row> &)> &sort)
-{
-    emit layoutAboutToBeChanged();
-    sort(m_rows);
-    emit layoutChanged();
-}
-
-void ReportListModel::SetFont(const QFont &font)
+void ReportListModel::setFont(const QFont &font)
 {
     m_font = font;
     if (!m_rows.isEmpty())
         emit dataChanged(index(0, 0), index(int(m_rows.size()) - 1, ReportList::ColumnCount - 1), {Qt::FontRole});
+}
+
+const QString &ReportListModel::sortKey(int row, int column) const
+{
+    QList<QString> &keys = m_sortKeys[column];
+    if (keys.size() != m_rows.size()) {
+        keys.clear();
+        keys.reserve(m_rows.size());
+        for (const ReportList::Row &r : m_rows)
+            keys.append(ReportList::sortKey(r, column));
+    }
+    return keys[row];
 }
 
 int ReportListModel::rowCount(const QModelIndex &parent) const
@@ -44,11 +55,17 @@ QVariant ReportListModel::data(const QModelIndex &index, int role) const
 {
     if (!index.isValid() || index.row() >= m_rows.size())
         return {};
-    if (role == Qt::DisplayRole || role == Qt::ToolTipRole)
+    switch (role) {
+    case Qt::DisplayRole:
+    case Qt::ToolTipRole:
         return m_rows[index.row()].cells[index.column()];
-    if (role == Qt::FontRole)
+    case Qt::FontRole:
         return m_font;
-    return {};
+    case SortRole:
+        return sortKey(index.row(), index.column());
+    default:
+        return {};
+    }
 }
 
 QVariant ReportListModel::headerData(int section, Qt::Orientation orientation, int role) const

@@ -27,6 +27,7 @@
 #include <QMenuBar>
 #include <QPushButton>
 #include <QSettings>
+#include <QSortFilterProxyModel>
 #include <QStatusBar>
 #include <QTimer>
 #include <QTreeView>
@@ -127,10 +128,13 @@ void frmZelvatmain::buildControls()
     lblCurrentFolder->setFont(makeFont("Arial", 14.25));
 
     m_model = new ReportListModel(this);
+    m_sorted = new QSortFilterProxyModel(this);
+    m_sorted->setSourceModel(m_model);
+    m_sorted->setSortRole(ReportListModel::SortRole);
     LV = new QTreeView(central);
     LV->setObjectName(QStringLiteral("LV"));
     LV->setAccessibleName(QStringLiteral("Reports"));
-    LV->setModel(m_model);
+    LV->setModel(m_sorted);
     LV->setRootIsDecorated(false);
     LV->setUniformRowHeights(true);
     LV->setSelectionMode(QAbstractItemView::ExtendedSelection);
@@ -378,11 +382,16 @@ void frmZelvatmain::BuildNewMsgList()
         ScopedNotifier quiet(&collect);
         rows = ReportList::Build(*m_reader, m_currentFolder);
     }
-    ReportList::SortDefault(rows);
+    // A freshly built list is ordered by City. The order is set on an empty list, so that the
+    // rows are sorted once, as they arrive.
     m_sortKey = ReportList::City;
     m_sortOrder = Qt::AscendingOrder;
+    if (m_sorted->sortColumn() != m_sortKey || m_sorted->sortOrder() != m_sortOrder) {
+        m_model->setRows({});
+        m_sorted->sort(m_sortKey, m_sortOrder);
+    }
     const int count = int(rows.size());
-    m_model->SetRows(std::move(rows));
+    m_model->setRows(std::move(rows));
     LV->header()->setSortIndicator(m_sortKey, m_sortOrder);
     // An empty list takes no part in keyboard input.
     LV->setFocusPolicy(count > 0 ? Qt::StrongFocus : Qt::NoFocus);
@@ -445,14 +454,15 @@ void frmZelvatmain::LV_ColumnClick(int column)
     if (column == ReportList::DateTime) {
         // Chronological: the Date/Time text read as month/day/year, the order flipped each time.
         m_sortOrder = m_sortOrder == Qt::AscendingOrder ? Qt::DescendingOrder : Qt::AscendingOrder;
-        m_sortKey = ReportList::ColumnCount; // the temporary column the sort stands on
-        m_model->Reorder([this](QList<ReportList::Row> &rows) { ReportList::SortChronological(rows, m_sortOrder); });
+        // After a chronological sort no ordinary header is the sort key: a click on any of them
+        // keeps the direction.
+        m_sortKey = ReportList::ColumnCount;
     } else {
         if (m_sortKey == column)
             m_sortOrder = m_sortOrder == Qt::AscendingOrder ? Qt::DescendingOrder : Qt::AscendingOrder;
         m_sortKey = column;
-        m_model->Reorder([this, column](QList<ReportList::Row> &rows) { ReportList::Sort(rows, column, m_sortOrder); });
     }
+    m_sorted->sort(column, m_sortOrder);
     LV->header()->setSortIndicator(column, m_sortOrder);
 }
 
@@ -462,7 +472,7 @@ void frmZelvatmain::LV_DblClick()
     if (!current.isValid())
         return;
     if (startReportForm)
-        startReportForm(m_model->Rows()[current.row()].cells[ReportList::Idx]);
+        startReportForm(m_model->rows()[m_sorted->mapToSource(current).row()].cells[ReportList::Idx]);
 }
 
 void frmZelvatmain::cmdDelete_Click()
@@ -471,14 +481,14 @@ void frmZelvatmain::cmdDelete_Click()
         return;
     QList<int> selected;
     for (const QModelIndex &i : LV->selectionModel()->selectedRows())
-        selected << i.row();
+        selected << m_sorted->mapToSource(i).row();
     std::sort(selected.begin(), selected.end());
     // From the last selected row to the first, so the rows still to go keep their places.
     for (auto it = selected.rbegin(); it != selected.rend(); ++it) {
-        const QString name = m_model->Rows()[*it].cells[ReportList::Idx];
+        const QString name = m_model->rows()[*it].cells[ReportList::Idx];
         m_reader->Load(name);
         m_reader->Fdelete(name, qint16(m_currentFolder));
-        m_model->RemoveRow(*it);
+        m_model->removeRow(*it);
     }
 }
 
@@ -506,7 +516,7 @@ void frmZelvatmain::applyListFont()
         QFont f = LV->font();
         f.setPointSizeF(m_listFontSize);
         LV->setFont(f);
-        m_model->SetFont(f);
+        m_model->setFont(f);
     }
 }
 

@@ -15,6 +15,7 @@ class QFrame;
 class QLabel;
 class QLineEdit;
 class QPushButton;
+class QSortFilterProxyModel;
 class QTimer;
 class QTreeView;
 class ReportListModel;
@@ -49,6 +50,8 @@ public:
     QString ProgramFolder() const { return m_folder; }
     int CurrentFolder() const { return m_currentFolder; }
     ReportListModel *ListModel() const { return m_model; }
+    // The rows in the order the list shows them.
+    QSortFilterProxyModel *ListRows() const { return m_sorted; }
     double ListFontSize() const { return m_listFontSize; }
     int SortKey() const { return m_sortKey; }
     Qt::SortOrder SortOrder() const { return m_sortOrder; }
@@ -109,6 +112,7 @@ private:
     ZelvatIni m_station;
     std::unique_ptr<ZelvatMsg> m_reader;
     ReportListModel *m_model = nullptr;
+    QSortFilterProxyModel *m_sorted = nullptr;
     ServerSession *m_linkSession = nullptr;
     std::array<qint32, 8> m_columnWidths {};
     int m_currentFolder = 2;

@@ -49,16 +49,26 @@ QList<Row> Build(ZelvatMsg &reader, int folder)
     return rows;
 }
 
-void Sort(QList<Row> &rows, int column, Qt::SortOrder order)
+QString sortKey(const Row &row, int column)
+{
+    const QString value = column == DateTime ? QString::asprintf("%019.6f", ChronoValue(row.cells[DateTime]))
+                                             : row.cells[column].toCaseFolded();
+    return value + QChar(0) + row.cells[Idx];
+}
+
+void sortRows(QList<Row> &rows, int column, Qt::SortOrder order)
 {
     if (column < 0 || column >= ColumnCount)
         return;
-    std::sort(rows.begin(), rows.end(), [column, order](const Row &a, const Row &b) {
-        int c = QString::compare(a.cells[column], b.cells[column], Qt::CaseInsensitive);
-        if (c == 0)
-            c = QString::compare(a.cells[Idx], b.cells[Idx], Qt::CaseSensitive);
-        return order == Qt::AscendingOrder ? c < 0 : c > 0;
+    QList<std::pair<QString, Row>> keyed;
+    keyed.reserve(rows.size());
+    for (Row &r : rows)
+        keyed.append({sortKey(r, column), std::move(r)});
+    std::sort(keyed.begin(), keyed.end(), [order](const auto &a, const auto &b) {
+        return order == Qt::AscendingOrder ? a.first < b.first : b.first < a.first;
     });
+    for (qsizetype i = 0; i < rows.size(); ++i)
+        rows[i] = std::move(keyed[i].second);
 }
 
 double ChronoValue(const QString &cell)
@@ -81,15 +91,6 @@ double ChronoValue(const QString &cell)
     if (!date.isValid() || !time.isValid())
         return 0;
     return double(QDate(1899, 12, 30).daysTo(date)) + time.msecsSinceStartOfDay() / 86400000.0;
-}
-
-void SortChronological(QList<Row> &rows, Qt::SortOrder order)
-{
-    std::stable_sort(rows.begin(), rows.end(), [order](const Row &a, const Row &b) {
-        const double va = ChronoValue(a.cells[DateTime]);
-        const double vb = ChronoValue(b.cells[DateTime]);
-        return order == Qt::AscendingOrder ? va < vb : va > vb;
-    });
 }
 
 QString ItemsText(qsizetype count)

@@ -31,19 +31,20 @@ QString DateTimeCell(const QString &adt, const QString &atm);
 // fails to load gets a row of what the loader left in the record.
 QList<Row> Build(ZelvatMsg &reader, int folder);
 
-// Orders rows by the text of one column, ignoring case; rows of equal text keep the order of
-// their Idx, so that the same folder always lists the same way.
-void Sort(QList<Row> &rows, int column, Qt::SortOrder order);
+// What a row is ordered by in one column, as text that orders the same way: the cell's text with
+// case ignored, or for Date/Time the chronological value written with twelve integer digits and
+// six decimals; then the Idx, so that rows of equal cells always list the same way.
+QString sortKey(const Row &row, int column);
+
+// Orders rows by one column through sortKey.
+void sortRows(QList<Row> &rows, int column, Qt::SortOrder order);
 
 // The default order of a freshly built list: by City, ascending.
-inline void SortDefault(QList<Row> &rows) { Sort(rows, City, Qt::AscendingOrder); }
+inline void SortDefault(QList<Row> &rows) { sortRows(rows, City, Qt::AscendingOrder); }
 
 // The chronological value of a Date/Time cell read as month/day/year hours:minutes: days since
 // 30 December 1899 plus the fraction of the day; 0 for a cell that is no valid date and time.
 double ChronoValue(const QString &cell);
-
-// Orders rows by the chronological value of their Date/Time cells.
-void SortChronological(QList<Row> &rows, Qt::SortOrder order);
 
 // "Items: 5"
 QString ItemsText(qsizetype count);

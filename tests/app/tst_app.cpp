@@ -16,6 +16,7 @@
 #include <QStatusBar>
 #include <QPushButton>
 #include <QSettings>
+#include <QSortFilterProxyModel>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
@@ -100,8 +101,9 @@ void TestApp::report(const QString &name, int ast, const QString &city, const QS
 QStringList TestApp::column(frmZelvatmain &w, int c) const
 {
     QStringList cells;
-    for (const auto &row : w.ListModel()->Rows())
-        cells << row.cells[c];
+    const QAbstractItemModel *rows = w.ListRows();
+    for (int r = 0; r < rows->rowCount(); ++r)
+        cells << rows->index(r, c).data().toString();
     return cells;
 }
 
@@ -238,7 +240,7 @@ void TestApp::deleteInAllThenInDeleted()
     QCOMPARE(column(*w, 1), (QStringList{"Deleted", "Deleted"}));
     QVERIFY(readFile(m_dir->path() + "/msg.d/R1.911").contains("AST=8"));
     QTest::mouseClick(w->cmdFolder[8], Qt::LeftButton);
-    w->LV->selectionModel()->select(w->ListModel()->index(0, 0), QItemSelectionModel::Select | QItemSelectionModel::Rows);
+    w->LV->selectionModel()->select(w->ListRows()->index(0, 0), QItemSelectionModel::Select | QItemSelectionModel::Rows);
     QTest::mouseClick(w->cmdDelete, Qt::LeftButton);
     QVERIFY(!QFile::exists(m_dir->path() + "/msg.d/R1.911"));
     QVERIFY(QFile::exists(m_dir->path() + "/msg.d/R2.911"));
@@ -251,7 +253,7 @@ void TestApp::deleteKeyDeletesTheSelection()
     report("R1", 2, "A");
     report("R2", 2, "B");
     auto w = start();
-    w->LV->selectionModel()->select(w->ListModel()->index(1, 0), QItemSelectionModel::Select | QItemSelectionModel::Rows);
+    w->LV->selectionModel()->select(w->ListRows()->index(1, 0), QItemSelectionModel::Select | QItemSelectionModel::Rows);
     QTest::keyClick(w->LV, Qt::Key_Delete);
     QCOMPARE(column(*w, 0), QStringList{"R1"});
     QVERIFY(readFile(m_dir->path() + "/msg.d/R2.911").contains("AST=8"));
@@ -347,7 +349,7 @@ void TestApp::newReportAndDoubleClickOpenTheForm()
     report("R1", 2, "A");
     auto w = start();
     QTest::mouseClick(w->cmdMorvel, Qt::LeftButton);
-    w->LV->setCurrentIndex(w->ListModel()->index(0, 3));
+    w->LV->setCurrentIndex(w->ListRows()->index(0, 3));
     w->LV_DblClick();
     QCOMPARE(m_opened, (QStringList{"NEW", "R1"}));
 }

@@ -594,7 +594,7 @@ void TestStore::listDefaultOrderIsByCity()
     for (const auto &r : rows)
         order << r.cells[ReportList::Idx];
     QCOMPARE(order, (QStringList{"R0", "R2", "R3", "R1"})); // case ignored, equal cities by name
-    ReportList::SortChronological(rows, Qt::DescendingOrder);
+    ReportList::sortRows(rows, ReportList::DateTime, Qt::DescendingOrder);
     order.clear();
     for (const auto &r : rows)
         order << r.cells[ReportList::Idx];
