@@ -38,10 +38,10 @@ Figures measure(int count, int repeats)
     QStringList paths;
     for (int i = 0; i < count; ++i) {
         const ZelvatMsg m = SampleReport(dir.path(), i, 2);
-        const QString path = m.PathFor(m.EID());
+        const QString path = m.pathFor(m.EID());
         QFile f(path);
         f.open(QIODevice::WriteOnly);
-        f.write(m.FileContent(QStringLiteral("1.0.0/26320:143207")));
+        f.write(m.fileContent(QStringLiteral("1.0.0/26320:143207")));
         paths << path;
     }
 

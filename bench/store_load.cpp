@@ -35,7 +35,7 @@ Figures measure(int count, int repeats)
     qint64 bytes = 0;
     for (int i = 0; i < count; ++i) {
         const QByteArray content =
-            SampleReport(dir.path(), i, qint16(i % 3 == 0 ? 2 : 6)).FileContent(QStringLiteral("1.0.0/26320:143207"));
+            SampleReport(dir.path(), i, qint16(i % 3 == 0 ? 2 : 6)).fileContent(QStringLiteral("1.0.0/26320:143207"));
         const QString path = dir.path() + QStringLiteral("/msg.d/ABC26320.%1.911").arg(i, 6, 10, QLatin1Char('0'));
         QFile f(path);
         if (!f.open(QIODevice::WriteOnly))
@@ -51,7 +51,7 @@ Figures measure(int count, int repeats)
         QElapsedTimer t;
         t.start();
         ZelvatMsg reader(dir.path());
-        const QStringList names = reader.FileNames();
+        const QStringList names = reader.fileNames();
         for (const QString &name : names) {
             reader.Load(name);
             checksum += reader.AST();

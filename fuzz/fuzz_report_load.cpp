@@ -8,7 +8,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     const QString &folder = Fuzz::Folder();
     ZelvatMsg msg(folder);
-    Fuzz::WriteAll(msg.PathFor(QStringLiteral("F")), data, size);
+    Fuzz::WriteAll(msg.pathFor(QStringLiteral("F")), data, size);
     if (!msg.Load(QStringLiteral("F")))
         return 0;
     // What loaded must survive a save and a second load unchanged.
@@ -18,16 +18,16 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     ZelvatMsg again(folder);
     if (!again.Load(QStringLiteral("G")))
         abort();
-    for (ZelvatMsg::Key k : ZelvatMsg::AllKeys()) {
+    for (ZelvatMsg::Key k : ZelvatMsg::allKeys()) {
         const bool sectionOfType = k == ZelvatMsg::Key::AGE || k == ZelvatMsg::Key::GDR || k == ZelvatMsg::Key::CON
             || k == ZelvatMsg::Key::BRE || k == ZelvatMsg::Key::PIN || k == ZelvatMsg::Key::PDE || k == ZelvatMsg::Key::WEA
             || k == ZelvatMsg::Key::DOT || k == ZelvatMsg::Key::VDE || k == ZelvatMsg::Key::VDP || k == ZelvatMsg::Key::VDS;
         if (sectionOfType)
             continue; // written only in the sections of the types in TYP
-        if (again.Number(k) != msg.Number(k))
+        if (again.number(k) != msg.number(k))
             abort();
         // Characters the code page cannot hold never come out of a decode, so text round-trips.
-        if (again.Text(k) != msg.Text(k) && !msg.RawText(k).contains(QLatin1Char('\\')))
+        if (again.text(k) != msg.text(k) && !msg.rawText(k).contains(QLatin1Char('\\')))
             abort();
     }
     return 0;

@@ -16,7 +16,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     ServerSession session(&station);
     const int prompt = data[0] % 6;
     const size_t chunk = 1 + data[1] % 16;
-    session.SetPromptState(prompt);
+    session.setPromptState(prompt);
     const QByteArray bytes(reinterpret_cast<const char *>(data + 2), qsizetype(size - 2));
     for (qsizetype at = 0; at < bytes.size(); at += qsizetype(chunk))
         session.CheckReply(CodePage::decode(bytes.mid(at, qsizetype(chunk))));
@@ -28,7 +28,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         expected = all.contains(QLatin1String("!/ICS213!")) || all.contains(QLatin1String("NOMORE>"));
     else if (prompt == ServerSession::PromptQuit)
         expected = all.contains(QLatin1String("QUITING>"));
-    if (session.ReplyFlag() != expected || session.ReceiveBuffer() != all)
+    if (session.replyFlag() != expected || session.receiveBuffer() != all)
         abort();
     return 0;
 }

@@ -9,7 +9,7 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
-    const QString path = ProgramFolder::StationFile(Fuzz::Folder());
+    const QString path = ProgramFolder::stationFile(Fuzz::Folder());
     Fuzz::WriteAll(path, data, size);
     ZelvatIni ini(path);
     ini.Load();

@@ -71,6 +71,6 @@ QVariant ReportListModel::data(const QModelIndex &index, int role) const
 QVariant ReportListModel::headerData(int section, Qt::Orientation orientation, int role) const
 {
     if (orientation == Qt::Horizontal && role == Qt::DisplayRole && section >= 0 && section < ReportList::ColumnCount)
-        return ReportList::Headers()[section];
+        return ReportList::headers()[section];
     return {};
 }

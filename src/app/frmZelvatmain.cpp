@@ -55,7 +55,7 @@ double storedTwips(const QSettings &s, const QString &key, double fallback, QStr
     if (!stored.isValid())
         return fallback;
     const QString text = stored.toString();
-    const auto v = StringLib::ParseNumber(text);
+    const auto v = StringLib::parseNumber(text);
     if (v && std::abs(*v) <= 2147483647.0)
         return *v;
     bad->append(key + QStringLiteral("=\"") + text + QLatin1Char('"'));
@@ -75,7 +75,7 @@ QFont makeFont(const char *family, double points, bool bold = false)
 frmZelvatmain::frmZelvatmain(const QString &programFolder, QWidget *parent)
     : QMainWindow(parent)
     , m_folder(programFolder)
-    , m_station(ProgramFolder::StationFile(programFolder))
+    , m_station(ProgramFolder::stationFile(programFolder))
 {
     setObjectName(QStringLiteral("frmZelvatmain"));
     buildControls();
@@ -86,7 +86,7 @@ frmZelvatmain::frmZelvatmain(const QString &programFolder, QWidget *parent)
         dialog.exec();
     };
     startReportForm = [this](const QString &eventRecord) {
-        frmZelvatcts::Open(ReportFormContext{m_folder, &m_station, [this] { BuildNewMsgList(); }}, eventRecord);
+        frmZelvatcts::open(ReportFormContext{m_folder, &m_station, [this] { BuildNewMsgList(); }}, eventRecord);
     };
 }
 
@@ -161,21 +161,21 @@ void frmZelvatmain::buildControls()
     Line1->setObjectName(QStringLiteral("Line1"));
     Line2->setObjectName(QStringLiteral("Line2"));
 
-    Twips::Place(cmdMorvel, 120, 120, 2170, 370);
-    Twips::Place(cmdDelete, 2760, 120, 1215, 375);
-    Twips::Place(cmdSmaller, 8520, 120, 375, 375);
-    Twips::Place(cmdBigger, 8880, 120, 375, 375);
-    Twips::Place(lblFolderSpace, 120, 600, 1575, 4450);
-    Twips::Place(cmdFolder[2], 240, 1080, 1335, 375);
-    Twips::Place(cmdFolder[9], 240, 1560, 1335, 375);
-    Twips::Place(cmdFolder[6], 240, 2040, 1335, 375);
-    Twips::Place(cmdFolder[8], 240, 2520, 1335, 375);
-    Twips::Place(cmdFolder[0], 240, 3000, 1335, 375);
-    Twips::Place(lblCurrentFolder, 1800, 600, 7450, 375);
-    Twips::Place(LV, 1800, 1080, 7450, 2890);
-    Twips::Place(txtArea, 1800, 4200, 3490, 850);
-    Twips::Place(Line1, 0, 540, 11000, 30);
-    Twips::Place(Line2, 0, 0, 11000, 30);
+    Twips::place(cmdMorvel, 120, 120, 2170, 370);
+    Twips::place(cmdDelete, 2760, 120, 1215, 375);
+    Twips::place(cmdSmaller, 8520, 120, 375, 375);
+    Twips::place(cmdBigger, 8880, 120, 375, 375);
+    Twips::place(lblFolderSpace, 120, 600, 1575, 4450);
+    Twips::place(cmdFolder[2], 240, 1080, 1335, 375);
+    Twips::place(cmdFolder[9], 240, 1560, 1335, 375);
+    Twips::place(cmdFolder[6], 240, 2040, 1335, 375);
+    Twips::place(cmdFolder[8], 240, 2520, 1335, 375);
+    Twips::place(cmdFolder[0], 240, 3000, 1335, 375);
+    Twips::place(lblCurrentFolder, 1800, 600, 7450, 375);
+    Twips::place(LV, 1800, 1080, 7450, 2890);
+    Twips::place(txtArea, 1800, 4200, 3490, 850);
+    Twips::place(Line1, 0, 540, 11000, 30);
+    Twips::place(Line2, 0, 0, 11000, 30);
     lblFolderSpace->lower();
 
     connect(cmdMorvel, &QPushButton::clicked, this, &frmZelvatmain::cmdMorvel_Click);
@@ -197,7 +197,7 @@ void frmZelvatmain::buildControls()
 
     tmrClock = new QTimer(this);
     tmrClock->setInterval(1000);
-    connect(tmrClock, &QTimer::timeout, this, [this] { sbrCurrentTime->setText(DatetimeLib::Clock(DatetimeLib::Now())); });
+    connect(tmrClock, &QTimer::timeout, this, [this] { sbrCurrentTime->setText(DatetimeLib::clock(DatetimeLib::now())); });
     tmrClock->start();
 }
 
@@ -242,7 +242,7 @@ void frmZelvatmain::buildMenus()
 
 void frmZelvatmain::Form_Load()
 {
-    // 1-3. Placement and column widths from the per-user settings store, in twips.
+    // Placement and column widths from the per-user settings store, in twips.
     setWindowState(Qt::WindowNoState);
     QStringList bad;
     QString storeFile;
@@ -254,38 +254,38 @@ void frmZelvatmain::Form_Load()
         const double top = storedTwips(s, QStringLiteral("MainTop"), 105, &bad);
         const double width = storedTwips(s, QStringLiteral("MainWidth"), 11235, &bad);
         const double height = storedTwips(s, QStringLiteral("MainHeight"), 7200, &bad);
-        move(Twips::ToPixels(this, left), Twips::ToPixels(this, top));
-        resize(Twips::ToPixels(this, width), Twips::ToPixels(this, height));
+        move(Twips::toPixels(this, left), Twips::toPixels(this, top));
+        resize(Twips::toPixels(this, width), Twips::toPixels(this, height));
         for (int i = 0; i < 8; ++i) {
             // Widths may carry a fraction; they are read back rounded half to even.
             const double w = storedTwips(s, QStringLiteral("lvCW%1").arg(i + 1), kDefaultWidths[i], &bad);
             m_columnWidths[i] = qint32(std::clamp(std::nearbyint(w), 0.0, 2147483647.0));
         }
     }
-    // 4-5. Visible at its place, captioned with the version.
+    // Visible at its place, captioned with the version.
     show();
-    setWindowTitle(QString::fromLatin1(Zelvat::Title) + QStringLiteral(" v") + Zelvat::VersionText());
+    setWindowTitle(QString::fromLatin1(Zelvat::Title) + QStringLiteral(" v") + Zelvat::versionText());
     if (!bad.isEmpty())
         notify(QStringLiteral("The window settings in %1 hold values that are no numbers: %2. Their defaults are used; "
                               "the settings are written anew when the program closes.")
                    .arg(storeFile, bad.join(QStringLiteral(", "))),
                Notice::Exclamation);
-    // 6-9. Station settings, session log, the report reader.
-    m_station.Load();
+    // Station settings, session log, the report reader.
+    m_station.load();
     ZelvatLogLib::SetupLog(m_folder, true);
     m_reader = std::make_unique<ZelvatMsg>(m_folder);
-    // 10-12. The Ready folder in the list font of the station settings.
+    // The Ready folder in the list font of the station settings.
     m_currentFolder = Zelvat::StateReady;
     m_listFontSize = m_station.Lvf;
     applyListFont();
     SetColumnHeaders();
     BuildNewMsgList();
-    UpdateFolderCaption();
-    // 13-15. Who is taking calls, asked at every start; then shown in the status bar.
+    updateFolderCaption();
+    // Who is taking calls, asked at every start; then shown in the status bar.
     if (showStationDialog)
         showStationDialog();
-    sbrConfig->setText(ConfigText());
-    frmZelvatcts::ClearLastUsed();
+    sbrConfig->setText(configText());
+    frmZelvatcts::clearLastUsed();
 }
 
 void frmZelvatmain::Form_Unload()
@@ -297,17 +297,17 @@ void frmZelvatmain::Form_Unload()
     QSettings &s = *store;
     // A minimised or maximised window keeps the last normal placement in the store.
     if (!(windowState() & (Qt::WindowMinimized | Qt::WindowMaximized | Qt::WindowFullScreen))) {
-        s.setValue(QStringLiteral("MainLeft"), QString::number(Twips::FromPixels(this, x())));
-        s.setValue(QStringLiteral("MainTop"), QString::number(Twips::FromPixels(this, y())));
-        s.setValue(QStringLiteral("MainWidth"), QString::number(Twips::FromPixels(this, width())));
-        s.setValue(QStringLiteral("MainHeight"), QString::number(Twips::FromPixels(this, height())));
+        s.setValue(QStringLiteral("MainLeft"), QString::number(Twips::fromPixels(this, x())));
+        s.setValue(QStringLiteral("MainTop"), QString::number(Twips::fromPixels(this, y())));
+        s.setValue(QStringLiteral("MainWidth"), QString::number(Twips::fromPixels(this, width())));
+        s.setValue(QStringLiteral("MainHeight"), QString::number(Twips::fromPixels(this, height())));
     }
     const auto widths = columnTwips();
     for (int i = 0; i < 8; ++i)
         s.setValue(QStringLiteral("lvCW%1").arg(i + 1), QString::number(widths[i], 'g', 10));
     s.sync();
     m_station.Lvf = float(m_listFontSize);
-    m_station.Save();
+    m_station.save();
     m_reader.reset();
 }
 
@@ -315,19 +315,19 @@ void frmZelvatmain::closeEvent(QCloseEvent *event)
 {
     // Closing the main window ends the program: an open report form goes with it (a session it
     // is waiting in is cancelled first, the report staying Ready on disk).
-    if (frmZelvatcts *form = frmZelvatcts::Current())
+    if (frmZelvatcts *form = frmZelvatcts::current())
         form->close();
     Form_Unload();
     QMainWindow::closeEvent(event);
 }
 
-QString frmZelvatmain::ConfigText() const
+QString frmZelvatmain::configText() const
 {
-    return QStringLiteral("Name: ") + StringLib::ProperCase(m_station.Nam) + QStringLiteral(" -- ") + QStringLiteral("UID: ")
+    return QStringLiteral("Name: ") + StringLib::properCase(m_station.Nam) + QStringLiteral(" -- ") + QStringLiteral("UID: ")
         + m_station.Uid + QStringLiteral(" -- ") + QStringLiteral("LOC: ") + m_station.Loc;
 }
 
-QString frmZelvatmain::StatusText() const
+QString frmZelvatmain::statusText() const
 {
     return sbrStatus->text();
 }
@@ -338,7 +338,7 @@ void frmZelvatmain::SetColumnHeaders()
 {
     LV->header()->setSectionResizeMode(QHeaderView::Interactive);
     for (int i = 0; i < 8; ++i)
-        LV->header()->resizeSection(i, Twips::ToPixels(this, m_columnWidths[i]));
+        LV->header()->resizeSection(i, Twips::toPixels(this, m_columnWidths[i]));
 }
 
 std::array<double, 8> frmZelvatmain::columnTwips() const
@@ -348,13 +348,13 @@ std::array<double, 8> frmZelvatmain::columnTwips() const
     std::array<double, 8> widths {};
     for (int i = 0; i < 8; ++i) {
         const int pixels = LV->header()->sectionSize(i);
-        widths[i] = Twips::ToPixels(this, m_columnWidths[i]) == pixels ? double(m_columnWidths[i])
-                                                                       : Twips::FromPixels(this, pixels);
+        widths[i] = Twips::toPixels(this, m_columnWidths[i]) == pixels ? double(m_columnWidths[i])
+                                                                       : Twips::fromPixels(this, pixels);
     }
     return widths;
 }
 
-std::array<qint32, 8> frmZelvatmain::ColumnWidths() const
+std::array<qint32, 8> frmZelvatmain::columnWidths() const
 {
     std::array<qint32, 8> widths {};
     const auto twips = columnTwips();
@@ -363,9 +363,9 @@ std::array<qint32, 8> frmZelvatmain::ColumnWidths() const
     return widths;
 }
 
-void frmZelvatmain::UpdateFolderCaption()
+void frmZelvatmain::updateFolderCaption()
 {
-    lblCurrentFolder->setText(QStringLiteral("  ") + Zelvat::FolderCaption(m_currentFolder));
+    lblCurrentFolder->setText(QStringLiteral("  ") + Zelvat::folderCaption(m_currentFolder));
 }
 
 void frmZelvatmain::BuildNewMsgList()
@@ -380,7 +380,7 @@ void frmZelvatmain::BuildNewMsgList()
     QList<ReportList::Row> rows;
     {
         ScopedNotifier quiet(&collect);
-        rows = ReportList::Build(*m_reader, m_currentFolder);
+        rows = ReportList::build(*m_reader, m_currentFolder);
     }
     // A freshly built list is ordered by City. The order is set on an empty list, so that the
     // rows are sorted once, as they arrive.
@@ -395,7 +395,7 @@ void frmZelvatmain::BuildNewMsgList()
     LV->header()->setSortIndicator(m_sortKey, m_sortOrder);
     // An empty list takes no part in keyboard input.
     LV->setFocusPolicy(count > 0 ? Qt::StrongFocus : Qt::NoFocus);
-    sbrStatus->setText(ReportList::ItemsText(count));
+    sbrStatus->setText(ReportList::itemsText(count));
     tellUnreadable(collect.notices);
 }
 
@@ -444,7 +444,7 @@ void frmZelvatmain::cmdFolder_Click(int folder)
 {
     QApplication::setOverrideCursor(Qt::WaitCursor);
     m_currentFolder = folder;
-    UpdateFolderCaption();
+    updateFolderCaption();
     BuildNewMsgList();
     QApplication::restoreOverrideCursor();
 }
@@ -561,15 +561,15 @@ void frmZelvatmain::mnuStationID_Click()
 {
     if (showStationDialog)
         showStationDialog();
-    sbrConfig->setText(ConfigText());
-    frmZelvatcts::ClearLastUsed();
+    sbrConfig->setText(configText());
+    frmZelvatcts::clearLastUsed();
 }
 
 void frmZelvatmain::mnuPreferences_Click()
 {
     frmZelvatPref dialog(m_station, m_linkSession, this);
     dialog.exec();
-    m_station.Save();
+    m_station.save();
 }
 
 void frmZelvatmain::mnuAbout_Click()
@@ -615,28 +615,28 @@ void frmZelvatmain::Form_Resize()
     if (!centralWidget() || !statusBar())
         return;
     // Horizontal measures use the outer width, vertical ones the inner height (below the menu).
-    const double W = Twips::FromPixels(this, frameGeometry().width());
-    const double bar = Twips::FromPixels(this, statusBar()->height());
-    const double H = Twips::FromPixels(this, centralWidget()->height()) + bar;
+    const double W = Twips::fromPixels(this, frameGeometry().width());
+    const double bar = Twips::fromPixels(this, statusBar()->height());
+    const double H = Twips::fromPixels(this, centralWidget()->height()) + bar;
     const auto at = [this](QWidget *w) {
-        return std::array<double, 4>{Twips::FromPixels(this, w->x()), Twips::FromPixels(this, w->y()),
-                                     Twips::FromPixels(this, w->width()), Twips::FromPixels(this, w->height())};
+        return std::array<double, 4>{Twips::fromPixels(this, w->x()), Twips::fromPixels(this, w->y()),
+                                     Twips::fromPixels(this, w->width()), Twips::fromPixels(this, w->height())};
     };
     for (QFrame *line : {Line1, Line2}) {
         const auto g = at(line);
-        Twips::Place(line, g[0], g[1], W - 200 - g[0], g[3]);
+        Twips::place(line, g[0], g[1], W - 200 - g[0], g[3]);
     }
     for (QWidget *w : {static_cast<QWidget *>(lblCurrentFolder), static_cast<QWidget *>(txtArea), static_cast<QWidget *>(LV)}) {
         const auto g = at(w);
-        Twips::Place(w, g[0], g[1], W - g[0] - 350, g[3]);
+        Twips::place(w, g[0], g[1], W - g[0] - 350, g[3]);
     }
     auto area = at(txtArea);
-    Twips::Place(txtArea, area[0], H - area[3] - 400, area[2], area[3]);
+    Twips::place(txtArea, area[0], H - area[3] - 400, area[2], area[3]);
     const auto list = at(LV);
-    Twips::Place(LV, list[0], list[1], list[2], H - list[1] - area[3] - 500);
+    Twips::place(LV, list[0], list[1], list[2], H - list[1] - area[3] - 500);
     const auto space = at(lblFolderSpace);
-    Twips::Place(lblFolderSpace, space[0], space[1], space[2], H - space[1] - bar);
+    Twips::place(lblFolderSpace, space[0], space[1], space[2], H - space[1] - bar);
     const auto bigger = at(cmdBigger);
-    Twips::Place(cmdBigger, W - 800, bigger[1], bigger[2], bigger[3]);
-    Twips::Place(cmdSmaller, W - 800 - 375, bigger[1], at(cmdSmaller)[2], at(cmdSmaller)[3]);
+    Twips::place(cmdBigger, W - 800, bigger[1], bigger[2], bigger[3]);
+    Twips::place(cmdSmaller, W - 800 - 375, bigger[1], at(cmdSmaller)[2], at(cmdSmaller)[3]);
 }

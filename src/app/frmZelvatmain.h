@@ -44,20 +44,20 @@ public:
     // Refills the list for the current folder. Public: the report form calls it.
     void BuildNewMsgList();
     void SetColumnHeaders();
-    void UpdateFolderCaption();
+    void updateFolderCaption();
 
-    ZelvatIni &Station() { return m_station; }
-    QString ProgramFolder() const { return m_folder; }
-    int CurrentFolder() const { return m_currentFolder; }
-    ReportListModel *ListModel() const { return m_model; }
+    ZelvatIni &station() { return m_station; }
+    QString programFolder() const { return m_folder; }
+    int currentFolder() const { return m_currentFolder; }
+    ReportListModel *listModel() const { return m_model; }
     // The rows in the order the list shows them.
-    QSortFilterProxyModel *ListRows() const { return m_sorted; }
-    double ListFontSize() const { return m_listFontSize; }
-    int SortKey() const { return m_sortKey; }
-    Qt::SortOrder SortOrder() const { return m_sortOrder; }
-    std::array<qint32, 8> ColumnWidths() const; // in twips, as the list shows them now
-    QString ConfigText() const;
-    QString StatusText() const;
+    QSortFilterProxyModel *listRows() const { return m_sorted; }
+    double listFontSize() const { return m_listFontSize; }
+    int sortKey() const { return m_sortKey; }
+    Qt::SortOrder sortOrder() const { return m_sortOrder; }
+    std::array<qint32, 8> columnWidths() const; // in twips, as the list shows them now
+    QString configText() const;
+    QString statusText() const;
 
     void cmdFolder_Click(int folder);
     void cmdDelete_Click();

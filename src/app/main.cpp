@@ -21,11 +21,11 @@ int main(int argc, char *argv[])
 
     static MessageBoxNotifier messageBoxes;
     Notifier::install(&messageBoxes);
-    TnGlobal::SetDefaultPrinterName(QPrinterInfo::defaultPrinterName());
+    TnGlobal::setDefaultPrinterName(QPrinterInfo::defaultPrinterName());
 
-    const QString folder = ProgramFolder::Resolve(QApplication::applicationDirPath());
+    const QString folder = ProgramFolder::resolve(QApplication::applicationDirPath());
     QString why;
-    if (!ProgramFolder::Prepare(folder, &why)) {
+    if (!ProgramFolder::prepare(folder, &why)) {
         notify(why + QStringLiteral("\r\nThe program cannot keep reports without its folder."), Notice::Critical);
         return 1;
     }

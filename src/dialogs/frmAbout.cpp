@@ -29,23 +29,23 @@ frmAbout::frmAbout(QWidget *parent)
     auto *picIcon = new QLabel(this);
     picIcon->setObjectName(QStringLiteral("picIcon"));
     picIcon->setPixmap(QApplication::windowIcon().pixmap(48, 48));
-    Twips::Place(picIcon, 240, 240, 720, 720);
+    Twips::place(picIcon, 240, 240, 720, 720);
     lblTitle = new QLabel(QString::fromLatin1(Zelvat::Title), this);
     lblTitle->setObjectName(QStringLiteral("lblTitle"));
     lblTitle->setFont(QFont(QStringLiteral("Calibri"), 16, QFont::Bold));
-    Twips::Place(lblTitle, 1200, 240, 5400, 480);
-    lblVersion = new QLabel(QStringLiteral("Version ") + Zelvat::VersionText(), this);
+    Twips::place(lblTitle, 1200, 240, 5400, 480);
+    lblVersion = new QLabel(QStringLiteral("Version ") + Zelvat::versionText(), this);
     lblVersion->setObjectName(QStringLiteral("lblVersion"));
-    Twips::Place(lblVersion, 1200, 780, 5400, 300);
+    Twips::place(lblVersion, 1200, 780, 5400, 300);
     lblDescription = new QLabel(QStringLiteral("Copyright ") + QString::fromLatin1(kCopyright)
                                     + QStringLiteral("\r\nAll rights reserved."),
                                 this);
     lblDescription->setObjectName(QStringLiteral("lblDescription"));
-    Twips::Place(lblDescription, 1200, 1140, 5400, 600);
+    Twips::place(lblDescription, 1200, 1140, 5400, 600);
     auto *line = new QFrame(this);
     line->setObjectName(QStringLiteral("Line1"));
     line->setFrameShape(QFrame::HLine);
-    Twips::Place(line, 240, 1860, 6360, 30);
+    Twips::place(line, 240, 1860, 6360, 30);
     lblDisclaimer = new QLabel(this);
     lblDisclaimer->setObjectName(QStringLiteral("lblDisclaimer"));
     lblDisclaimer->setWordWrap(true);
@@ -53,7 +53,7 @@ frmAbout::frmAbout(QWidget *parent)
         "This program is available for general use by amateur-radio emergency communications stations. It works as "
         "an add-on to the Tarnell packet message management suite: it keeps the station's incident reports and hands "
         "them to the suite's message server, which carries them over the radio network."));
-    Twips::Place(lblDisclaimer, 240, 1980, 6360, 1200);
+    Twips::place(lblDisclaimer, 240, 1980, 6360, 1200);
 
     cmdLicenseAgreement = new QPushButton(QStringLiteral("License"), this);
     cmdSysInfo = new QPushButton(QStringLiteral("&System"), this);
@@ -62,10 +62,10 @@ frmAbout::frmAbout(QWidget *parent)
     cmdSysInfo->setObjectName(QStringLiteral("cmdSysInfo"));
     cmdOK->setObjectName(QStringLiteral("cmdOK"));
     cmdOK->setDefault(true);
-    Twips::Place(cmdLicenseAgreement, 2400, 3300, 1300, 400);
-    Twips::Place(cmdSysInfo, 3840, 3300, 1300, 400);
-    Twips::Place(cmdOK, 5280, 3300, 1300, 400);
-    setFixedSize(Twips::ToPixels(this, 6840), Twips::ToPixels(this, 3900));
+    Twips::place(cmdLicenseAgreement, 2400, 3300, 1300, 400);
+    Twips::place(cmdSysInfo, 3840, 3300, 1300, 400);
+    Twips::place(cmdOK, 5280, 3300, 1300, 400);
+    setFixedSize(Twips::toPixels(this, 6840), Twips::toPixels(this, 3900));
     connect(cmdLicenseAgreement, &QPushButton::clicked, this, &frmAbout::cmdLicenseAgreement_Click);
     connect(cmdSysInfo, &QPushButton::clicked, this, &frmAbout::cmdSysInfo_Click);
     connect(cmdOK, &QPushButton::clicked, this, &QDialog::accept);
@@ -117,7 +117,7 @@ frmLicense::frmLicense(QWidget *parent)
     layout->addWidget(title);
     layout->addWidget(txtLicense);
     layout->addWidget(ok, 0, Qt::AlignRight);
-    resize(Twips::ToPixels(this, 6600), Twips::ToPixels(this, 4200));
+    resize(Twips::toPixels(this, 6600), Twips::toPixels(this, 4200));
 }
 
 frmSysInfo::frmSysInfo(QWidget *parent)
@@ -135,7 +135,7 @@ frmSysInfo::frmSysInfo(QWidget *parent)
         QStringLiteral("Architecture: ") + QSysInfo::currentCpuArchitecture(),
         QStringLiteral("Host name: ") + QSysInfo::machineHostName(),
         QStringLiteral("Toolkit: Qt ") + QString::fromLatin1(qVersion()),
-        QStringLiteral("Program: ") + QString::fromLatin1(Zelvat::Title) + QStringLiteral(" ") + Zelvat::VersionText(),
+        QStringLiteral("Program: ") + QString::fromLatin1(Zelvat::Title) + QStringLiteral(" ") + Zelvat::versionText(),
     };
     if (const QScreen *screen = QApplication::primaryScreen())
         facts << QStringLiteral("Screen: %1 x %2 pixels, %3 dpi")
@@ -147,5 +147,5 @@ frmSysInfo::frmSysInfo(QWidget *parent)
     connect(ok, &QPushButton::clicked, this, &QDialog::accept);
     layout->addWidget(text);
     layout->addWidget(ok, 0, Qt::AlignRight);
-    resize(Twips::ToPixels(this, 6600), Twips::ToPixels(this, 3600));
+    resize(Twips::toPixels(this, 6600), Twips::toPixels(this, 3600));
 }

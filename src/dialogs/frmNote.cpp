@@ -19,11 +19,11 @@ frmNote::frmNote()
     lblNote = new QLabel(this);
     lblNote->setObjectName(QStringLiteral("lblNote"));
     lblNote->setFont(QFont(QStringLiteral("Calibri"), 12));
-    Twips::Place(lblNote, 120, 120, 4560, 420);
-    setFixedSize(Twips::ToPixels(this, 4800), Twips::ToPixels(this, 660));
+    Twips::place(lblNote, 120, 120, 4560, 420);
+    setFixedSize(Twips::toPixels(this, 4800), Twips::toPixels(this, 660));
 }
 
-frmNote *frmNote::Instance()
+frmNote *frmNote::instance()
 {
     if (!g_note) {
         g_note = new frmNote;

@@ -10,7 +10,7 @@ class frmNote : public QWidget {
 
 public:
     // The one note of the program; created and shown on first use.
-    static frmNote *Instance();
+    static frmNote *instance();
 
     // Shows the text for 2000 ms while the rest of the program keeps running, then closes. A
     // second call during the wait takes the label over and waits anew inside the first.

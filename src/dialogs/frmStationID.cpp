@@ -29,10 +29,10 @@ frmStationID::frmStationID(ZelvatIni &station, QWidget *parent)
     Label4->setObjectName(QStringLiteral("Label4"));
     Label4->setWordWrap(true);
     Label4->setText(QStringLiteral("Enter or confirm your name, user ID, and this location.  Press OK when done."));
-    Twips::Place(Label4, 240, 120, 5400, 560);
+    Twips::place(Label4, 240, 120, 5400, 560);
 
     auto *frame = new QGroupBox(QStringLiteral("Identification"), this);
-    Twips::Place(frame, 240, 720, 5400, 3000);
+    Twips::place(frame, 240, 720, 5400, 3000);
     static const char *labels[6] = {"Name:", "User ID/Call Sign:", "Location:", "Location ID:", "Next Event No:", "City:"};
     for (int i = 0; i < 6; ++i) {
         txtSID[i] = new QLineEdit(frame);
@@ -40,25 +40,25 @@ frmStationID::frmStationID(ZelvatIni &station, QWidget *parent)
         txtSID[i]->installEventFilter(this);
         auto *label = new QLabel(QString::fromLatin1(labels[i]), frame);
         label->setBuddy(txtSID[i]);
-        Twips::Place(label, 150, 330.0 + i * 440, 1900, 330);
-        Twips::Place(txtSID[i], 2100, 300.0 + i * 440, i == 3 ? 800 : 3000, 340);
+        Twips::place(label, 150, 330.0 + i * 440, 1900, 330);
+        Twips::place(txtSID[i], 2100, 300.0 + i * 440, i == 3 ? 800 : 3000, 340);
     }
     auto *hint = new QLabel(QStringLiteral("(3 Char; not Station ID)"), frame);
-    Twips::Place(hint, 3000, 330.0 + 3 * 440, 2300, 330);
+    Twips::place(hint, 3000, 330.0 + 3 * 440, 2300, 330);
     txtSID[3]->setMaxLength(3);
 
     cmdOK = new QPushButton(QStringLiteral("OK"), this);
     cmdOK->setObjectName(QStringLiteral("cmdOK"));
     cmdOK->setDefault(true);
-    Twips::Place(cmdOK, 4440, 3840, 1200, 400);
+    Twips::place(cmdOK, 4440, 3840, 1200, 400);
     connect(cmdOK, &QPushButton::clicked, this, &frmStationID::cmdOK_Click);
-    setFixedSize(Twips::ToPixels(this, 5880), Twips::ToPixels(this, 4440));
+    setFixedSize(Twips::toPixels(this, 5880), Twips::toPixels(this, 4440));
 
     txtSID[0]->setText(station.Nam);
     txtSID[1]->setText(station.Uid);
     txtSID[2]->setText(station.Loc);
     txtSID[3]->setText(station.Lid);
-    txtSID[4]->setText(StringLib::ZeroPadded(station.Eno, 4));
+    txtSID[4]->setText(StringLib::zeroPadded(station.Eno, 4));
     txtSID[5]->setText(station.Cty);
 }
 
@@ -69,7 +69,7 @@ bool frmStationID::eventFilter(QObject *watched, QEvent *event)
         return QDialog::eventFilter(watched, event);
     QLineEdit *box = txtSID[index];
     if (event->type() == QEvent::FocusOut && (index == 0 || index == 5)) {
-        const QString proper = StringLib::ProperCase(box->text());
+        const QString proper = StringLib::properCase(box->text());
         if (proper != box->text())
             box->setText(proper);
     }
@@ -104,11 +104,11 @@ bool frmStationID::eventFilter(QObject *watched, QEvent *event)
     return QDialog::eventFilter(watched, event);
 }
 
-bool frmStationID::ValidateFields()
+bool frmStationID::validateFields()
 {
     bool ok = true;
     for (QLineEdit *box : txtSID) {
-        if (StringLib::TrimBlanks(box->text()).isEmpty()) {
+        if (StringLib::trimBlanks(box->text()).isEmpty()) {
             Paint::paint(box, Paint::colour(Zelvat::MissingDataColour));
             ok = false;
         }
@@ -118,11 +118,11 @@ bool frmStationID::ValidateFields()
 
 void frmStationID::cmdOK_Click()
 {
-    if (!ValidateFields())
+    if (!validateFields())
         return;
-    const QString number = StringLib::TrimBlanks(txtSID[4]->text());
+    const QString number = StringLib::trimBlanks(txtSID[4]->text());
     RunError error;
-    const auto eno = StringLib::ToInteger(number, -2147483647 - 1, 2147483647, QStringLiteral("Next Event No %1").arg(number), &error);
+    const auto eno = StringLib::toInteger(number, -2147483647 - 1, 2147483647, QStringLiteral("Next Event No %1").arg(number), &error);
     if (!eno) {
         // Only digits can be typed; other text arrives only through the mouse's paste.
         notify(error.number == RunError::Overflow
@@ -132,12 +132,12 @@ void frmStationID::cmdOK_Click()
         txtSID[4]->setFocus();
         return;
     }
-    m_station.Nam = StringLib::TrimBlanks(txtSID[0]->text());
-    m_station.Uid = StringLib::TrimBlanks(txtSID[1]->text());
-    m_station.Loc = StringLib::TrimBlanks(txtSID[2]->text());
-    m_station.Lid = StringLib::TrimBlanks(txtSID[3]->text());
+    m_station.Nam = StringLib::trimBlanks(txtSID[0]->text());
+    m_station.Uid = StringLib::trimBlanks(txtSID[1]->text());
+    m_station.Loc = StringLib::trimBlanks(txtSID[2]->text());
+    m_station.Lid = StringLib::trimBlanks(txtSID[3]->text());
     m_station.Eno = qint32(*eno);
-    m_station.Cty = StringLib::TrimBlanks(txtSID[5]->text());
+    m_station.Cty = StringLib::trimBlanks(txtSID[5]->text());
     m_done = true;
     accept();
 }

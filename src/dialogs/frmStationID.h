@@ -19,7 +19,7 @@ public:
     // OK, and Escape anywhere: every field filled stores the values and closes; otherwise the
     // empty fields turn pale yellow and the dialog stays.
     void cmdOK_Click();
-    bool ValidateFields();
+    bool validateFields();
 
     std::array<QLineEdit *, 6> txtSID {};
     QLabel *Label4 = nullptr;

@@ -28,14 +28,14 @@ frmZelvatPref::frmZelvatPref(ZelvatIni &station, ServerSession *session, QWidget
 
     SSTab1 = new QTabWidget(this);
     SSTab1->setObjectName(QStringLiteral("SSTab1"));
-    Twips::Place(SSTab1, 120, 120, 6600, 3000);
+    Twips::place(SSTab1, 120, 120, 6600, 3000);
     static const char *tabCaptions[2] = {"Encoding", "Message Server"};
     static const char *frameCaptions[2] = {"Set Message Encoding", "Message Server (Tndirect)"};
     for (int i = 0; i < 2; ++i) {
         auto *page = new QWidget;
         nframe[i] = new QGroupBox(QString::fromLatin1(frameCaptions[i]), page);
         nframe[i]->setObjectName(QStringLiteral("nframe_%1").arg(i));
-        Twips::Place(nframe[i], 120, 120, 6200, 2300);
+        Twips::place(nframe[i], 120, 120, 6200, 2300);
         SSTab1->addTab(page, QString::fromLatin1(tabCaptions[i]));
     }
     // Encoding tab.
@@ -43,8 +43,8 @@ frmZelvatPref::frmZelvatPref(ZelvatIni &station, ServerSession *session, QWidget
     cboEncType = new QComboBox(nframe[0]);
     cboEncType->setObjectName(QStringLiteral("cboEncType"));
     label1->setBuddy(cboEncType);
-    Twips::Place(label1, 240, 420, 1800, 330);
-    Twips::Place(cboEncType, 2100, 390, 1800, 360);
+    Twips::place(label1, 240, 420, 1800, 330);
+    Twips::place(cboEncType, 2100, 390, 1800, 360);
     // Server tab.
     static const char *labels[3] = {"Remote Host:", "Remote Port:", "Network Timeout:                      msec"};
     for (int i = 0; i < 3; ++i) {
@@ -53,13 +53,13 @@ frmZelvatPref::frmZelvatPref(ZelvatIni &station, ServerSession *session, QWidget
         txtServer[i]->setObjectName(QStringLiteral("txtServer_%1").arg(i));
         txtServer[i]->installEventFilter(this);
         label->setBuddy(txtServer[i]);
-        Twips::Place(label, 240, 420.0 + i * 480, 4600, 330);
-        Twips::Place(txtServer[i], i == 2 ? 1900 : 1900, 390.0 + i * 480, i == 0 ? 4000 : 1100, 340);
+        Twips::place(label, 240, 420.0 + i * 480, 4600, 330);
+        Twips::place(txtServer[i], i == 2 ? 1900 : 1900, 390.0 + i * 480, i == 0 ? 4000 : 1100, 340);
     }
     txtServer[2]->raise();
     cmdTest = new QPushButton(QStringLiteral("Tndirect Link Test"), nframe[1]);
     cmdTest->setObjectName(QStringLiteral("cmdTest"));
-    Twips::Place(cmdTest, 1900, 1860, 2400, 380);
+    Twips::place(cmdTest, 1900, 1860, 2400, 380);
 
     cmdOK = new QPushButton(QStringLiteral("OK"), this);
     cmdCancel = new QPushButton(QStringLiteral("Cancel"), this);
@@ -67,9 +67,9 @@ frmZelvatPref::frmZelvatPref(ZelvatIni &station, ServerSession *session, QWidget
     cmdCancel->setObjectName(QStringLiteral("cmdCancel"));
     cmdOK->setAutoDefault(false);
     cmdCancel->setAutoDefault(false);
-    Twips::Place(cmdOK, 4200, 3240, 1200, 400);
-    Twips::Place(cmdCancel, 5520, 3240, 1200, 400);
-    setFixedSize(Twips::ToPixels(this, 6840), Twips::ToPixels(this, 3780));
+    Twips::place(cmdOK, 4200, 3240, 1200, 400);
+    Twips::place(cmdCancel, 5520, 3240, 1200, 400);
+    setFixedSize(Twips::toPixels(this, 6840), Twips::toPixels(this, 3780));
     connect(cmdOK, &QPushButton::clicked, this, &frmZelvatPref::cmdOK_Click);
     connect(cmdCancel, &QPushButton::clicked, this, &frmZelvatPref::cmdCancel_Click);
     connect(cmdTest, &QPushButton::clicked, this, &frmZelvatPref::cmdTest_Click);
@@ -133,8 +133,8 @@ void frmZelvatPref::cmdOK_Click()
     if (!CheckServerFields())
         return;
     // Port and time-out must be numbers; otherwise nothing is changed.
-    const auto port = StringLib::ToInteger(txtServer[1]->text(), 1, 65535, QString(), nullptr);
-    const auto timeout = StringLib::ToInteger(txtServer[2]->text(), 0, 32767, QString(), nullptr);
+    const auto port = StringLib::toInteger(txtServer[1]->text(), 1, 65535, QString(), nullptr);
+    const auto timeout = StringLib::toInteger(txtServer[2]->text(), 0, 32767, QString(), nullptr);
     if (!port || !timeout) {
         SSTab1->setCurrentIndex(1);
         QLineEdit *bad = !port ? txtServer[1] : txtServer[2];
@@ -161,7 +161,7 @@ void frmZelvatPref::cmdCancel_Click()
 
 void frmZelvatPref::cmdTest_Click()
 {
-    if (!m_session || m_session->Busy())
+    if (!m_session || m_session->busy())
         return;
     const QString keptHost = m_station.Hst;
     const QString keptPort = m_station.Prt;
@@ -178,6 +178,6 @@ void frmZelvatPref::cmdTest_Click()
                Notice::Exclamation);
     // The kept values come back; a numeric port as plain decimal text.
     m_station.Hst = keptHost;
-    const auto port = StringLib::ToInteger(keptPort, -32768, 32767, QString(), nullptr);
+    const auto port = StringLib::toInteger(keptPort, -32768, 32767, QString(), nullptr);
     m_station.Prt = port ? QString::number(*port) : keptPort;
 }

@@ -34,7 +34,7 @@ QString ConsBreaSummary(qint16 conscious, qint16 breathing)
 QString BuildBody(const ZelvatMsg &r, bool contactRequested)
 {
     const QString typ = r.TYP();
-    const auto filled = [](const QString &v) { return !StringLib::TrimBlanks(v).isEmpty(); };
+    const auto filled = [](const QString &v) { return !StringLib::trimBlanks(v).isEmpty(); };
 
     QString body = QStringLiteral("TYPE=") + typ + kCrLf;
     body += QStringLiteral("LOC1=") + r.AD1() + QStringLiteral(", ") + r.CTY() + kCrLf;
@@ -101,7 +101,7 @@ QString WrapBody(const QString &body)
     QString line;
     qsizetype pos = 0;
     while (pos < body.size()) {
-        pos = StringLib::GetLineAt(body, pos, line);
+        pos = StringLib::getLineAt(body, pos, line);
         if (line.size() <= 78) {
             out += line + kCrLf;
             continue;
@@ -113,7 +113,7 @@ QString WrapBody(const QString &body)
             out += piece.size() == 77 ? QStringLiteral("=\r\n") : kCrLf;
         }
     }
-    return StringLib::StripTrailingBreaks(out);
+    return StringLib::stripTrailingBreaks(out);
 }
 
 QString BuildEnvelope(const QString &body, const QString &subject, const QString &encoding)

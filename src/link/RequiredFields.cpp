@@ -10,12 +10,12 @@ using FormFields::Required;
 
 bool filled(const ZelvatMsg &record, const FormFields::Box &b)
 {
-    return !record.Text(b.key).isEmpty();
+    return !record.text(b.key).isEmpty();
 }
 
 Failure boxFailure(const FormFields::Box &b)
 {
-    return {Target::Box, &b, QString::fromLatin1(b.name), ZelvatMsg::KeyName(b.key)};
+    return {Target::Box, &b, QString::fromLatin1(b.name), ZelvatMsg::keyName(b.key)};
 }
 
 // The empty boxes of one requirement, in the order of the form's control arrays.

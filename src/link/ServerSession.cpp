@@ -59,7 +59,7 @@ void ServerSession::wake()
         loop->quit();
 }
 
-void ServerSession::Cancel(const QString &why)
+void ServerSession::cancel(const QString &why)
 {
     if (m_cancelled)
         return;
@@ -86,7 +86,7 @@ void ServerSession::StartGpTimer(int ms)
 
 bool ServerSession::portNumber(quint16 *port) const
 {
-    const auto value = StringLib::ToInteger(m_station->Prt, 1, 65535, QString(), nullptr);
+    const auto value = StringLib::toInteger(m_station->Prt, 1, 65535, QString(), nullptr);
     if (!value)
         return false;
     *port = quint16(*value);
@@ -143,13 +143,13 @@ bool ServerSession::SeqTndirect(const QString &message, const QString &subject)
 bool ServerSession::ConnectToServer()
 {
     m_reply = false;
-    Status(QStringLiteral("Trying to Connect..."));
+    showStatus(QStringLiteral("Trying to Connect..."));
     if (startConnect(m_station->Nto)) {
-        Status(QStringLiteral("Trying to Connect... connected!"));
+        showStatus(QStringLiteral("Trying to Connect... connected!"));
         Pause(100);
         return true;
     }
-    Status(QStringLiteral("Trying to Connect... failed"));
+    showStatus(QStringLiteral("Trying to Connect... failed"));
     WriteLogLine(QStringLiteral("Connection Failed"));
     return false;
 }
@@ -157,18 +157,18 @@ bool ServerSession::ConnectToServer()
 bool ServerSession::SendToServer(const QString &message, const QString &subject)
 {
     m_reply = false;
-    Status(QStringLiteral("Sending message..."));
+    showStatus(QStringLiteral("Sending message..."));
     WriteLogLine(QStringLiteral("Msg2Tndirect: ") + message);
     Pause(100);
     m_prompt = PromptOk;
     WinSend(message);
     if (!m_reply) {
-        Status(QStringLiteral("SendMessages: Lost connection"));
+        showStatus(QStringLiteral("SendMessages: Lost connection"));
         WriteLogLine(QStringLiteral("SendMessage: Lost connection when sending message '") + subject + QLatin1Char('\''));
         Pause(100);
         return false;
     }
-    Status(QStringLiteral("Sending message... sent"));
+    showStatus(QStringLiteral("Sending message... sent"));
     WriteLogLine(QStringLiteral("SendMessage: Sent message titled: ") + subject);
     WriteLogLine(QStringLiteral("SendMessage: END"));
     return true;
@@ -244,19 +244,19 @@ void ServerSession::CheckReply(const QString &chunk)
 void ServerSession::DisconnectFromServer()
 {
     m_reply = true; // the QUIT line is sent without waiting for an answer
-    Status(QStringLiteral("Disconnecting... "));
+    showStatus(QStringLiteral("Disconnecting... "));
     WinSend(QStringLiteral("QUIT"));
     Pause(100);
     m_socket->close();
-    Status(QStringLiteral("Zelvat Call Taking Ready"));
+    showStatus(QStringLiteral("Zelvat Call Taking Ready"));
 }
 
 void ServerSession::AbortSession(const QString &reason)
 {
     m_reply = true;
-    Status(QStringLiteral("Disconnecting... "));
+    showStatus(QStringLiteral("Disconnecting... "));
     m_socket->abort();
-    Status(QStringLiteral("Disconnecting, error during ") + reason);
+    showStatus(QStringLiteral("Disconnecting, error during ") + reason);
 }
 
 bool ServerSession::TndirectTest(const QString &text)
@@ -264,7 +264,7 @@ bool ServerSession::TndirectTest(const QString &text)
     m_step = 801;
     m_busy = true;
     m_step = 803;
-    Status(QStringLiteral("Passing Test message..."));
+    showStatus(QStringLiteral("Passing Test message..."));
     const bool connected = startConnect(5000);
     m_step = 804;
     const QString where = m_station->Hst + QLatin1Char(':') + m_station->Prt;
@@ -277,11 +277,11 @@ bool ServerSession::TndirectTest(const QString &text)
             Pause(10);
             m_step = 806;
         }
-        Status(QStringLiteral("Passing message... sent"));
+        showStatus(QStringLiteral("Passing message... sent"));
         WriteLogLine(QStringLiteral("Link Test with Tndirect... passed (") + where + QLatin1Char(')'));
         ok = true;
     } else {
-        Status(QStringLiteral("Passing message... failed"));
+        showStatus(QStringLiteral("Passing message... failed"));
         WriteLogLine(QStringLiteral("Link Test with Tndirect... failed (") + where + QLatin1Char(')'));
     }
     m_step = 806;

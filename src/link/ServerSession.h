@@ -37,26 +37,26 @@ public:
 
     // Waits `ms` milliseconds while events run.
     void Pause(int ms);
-    // Arms the one-shot general-purpose timer, capped at 65535 ms; callers poll GpTimerRunning.
+    // Arms the one-shot general-purpose timer, capped at 65535 ms; callers poll gpTimerRunning.
     void StartGpTimer(int ms);
-    bool GpTimerRunning() const { return m_gpTimer.isActive(); }
-    int GpTimerInterval() const { return m_gpTimer.interval(); }
+    bool gpTimerRunning() const { return m_gpTimer.isActive(); }
+    int gpTimerInterval() const { return m_gpTimer.interval(); }
 
     // Ends every wait at once and closes the socket: the owner is going away, the client was
     // interrupted or its time ran out. Logs `why`; the running session then fails.
-    void Cancel(const QString &why);
-    bool Cancelled() const { return m_cancelled; }
+    void cancel(const QString &why);
+    bool cancelled() const { return m_cancelled; }
 
-    bool Busy() const { return m_busy; }
-    bool ReplyFlag() const { return m_reply; }
-    int PromptState() const { return m_prompt; }
-    void SetPromptState(int state) { m_prompt = state; }
+    bool busy() const { return m_busy; }
+    bool replyFlag() const { return m_reply; }
+    int promptState() const { return m_prompt; }
+    void setPromptState(int state) { m_prompt = state; }
     // What was received since the last send (its last megabyte, for a server that floods).
-    QString ReceiveBuffer() const { return m_buffer; }
-    int Step() const { return m_step; }
+    QString receiveBuffer() const { return m_buffer; }
+    int step() const { return m_step; }
 
     // Sends a status text to whoever shows them.
-    void Status(const QString &text) { emit status(text); }
+    void showStatus(const QString &text) { emit status(text); }
 
 signals:
     void status(const QString &text);

@@ -10,18 +10,18 @@
 bool Submission::SendReport(ServerSession &session, const QString &envelope, const QString &subject)
 {
     const bool ok = session.SeqTndirect(envelope, subject);
-    session.Status(ok ? QStringLiteral("Message transferred") : QStringLiteral("Message transfer problem"));
+    session.showStatus(ok ? QStringLiteral("Message transferred") : QStringLiteral("Message transfer problem"));
     return ok;
 }
 
-Submission::Outcome Submission::Submit(int state, ZelvatMsg &record, bool contactRequested, bool update,
+Submission::Outcome Submission::submit(int state, ZelvatMsg &record, bool contactRequested, bool update,
                                        ServerSession &session, const QString &encoding, const Hooks &hooks)
 {
     record.Clear();
-    if (!FormRules::CanSubmit(state))
+    if (!FormRules::canSubmit(state))
         return Outcome::NotSubmittable;
     if (!hooks.checkRequiredFields()) {
-        session.Status(QStringLiteral("Missing data in a required field"));
+        session.showStatus(QStringLiteral("Missing data in a required field"));
         return Outcome::MissingData;
     }
     // The report is on disk as Ready before anything is sent.
@@ -35,7 +35,7 @@ Submission::Outcome Submission::Submit(int state, ZelvatMsg &record, bool contac
     const QString subject = MessageText::BuildSubject(record, update);
     const QString envelope = MessageText::BuildEnvelope(body, subject, encoding);
     if (!SendReport(session, envelope, subject)) {
-        if (session.Cancelled())
+        if (session.cancelled())
             return Outcome::Cancelled;
         notify(QStringLiteral("CmdSubmit: SendToClient Failed"), Notice::Exclamation);
         return Outcome::NotSent;

@@ -34,7 +34,7 @@ public:
 
     // cmdSubmit_Click without its widgets. `state` is the form's report state; `encoding` the
     // station's Enc; status texts go out through the session's status signal.
-    static Outcome Submit(int state, ZelvatMsg &record, bool contactRequested, bool update, ServerSession &session,
+    static Outcome submit(int state, ZelvatMsg &record, bool contactRequested, bool update, ServerSession &session,
                           const QString &encoding, const Hooks &hooks);
 
     // Runs one session for the envelope and reports "Message transferred" or "Message transfer

@@ -1,6 +1,6 @@
 #include "report_form/FormLayout.h"
 
-FormLayout FormLayout::Design()
+FormLayout FormLayout::design()
 {
     FormLayout f;
     // Top band: the state caption over the summary frame, the event number, the commands.
@@ -44,7 +44,7 @@ FormLayout FormLayout::Design()
     return f;
 }
 
-TwipsRect FormLayout::LabelOf(FormFields::Group group, int index)
+TwipsRect FormLayout::labelOf(FormFields::Group group, int index)
 {
     // Left, top and width; every label is 260 twips high.
     static const double header[9][3] = {{120, 260, 4000}, {120, 900, 4000}, {120, 1540, 4000}, {120, 260, 3000},
@@ -61,7 +61,7 @@ TwipsRect FormLayout::LabelOf(FormFields::Group group, int index)
     return {at[0], at[1], at[2], 260};
 }
 
-bool FormLayout::Resize(double W, double H, double statusBarHeight)
+bool FormLayout::resize(double W, double H, double statusBarHeight)
 {
     if (W < MinWidth || H < MinHeight)
         return false;

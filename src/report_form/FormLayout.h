@@ -33,12 +33,12 @@ struct FormLayout {
     std::array<TwipsRect, 6> txtLaw;    // inside nframe(2)
 
     // The controls at the design size.
-    static FormLayout Design();
+    static FormLayout design();
 
     // The label of a box: it keeps its designed place inside the box's frame.
-    static TwipsRect LabelOf(FormFields::Group group, int index);
+    static TwipsRect labelOf(FormFields::Group group, int index);
 
     // Form_Resize for an inner width W and height H (twips) with a status bar of the given
     // height. Does nothing and returns false when W < 4000 or H < 7750.
-    bool Resize(double W, double H, double statusBarHeight);
+    bool resize(double W, double H, double statusBarHeight);
 };

@@ -58,29 +58,29 @@ void setBoxText(QWidget *box, const QString &text)
 
 // --- opening --------------------------------------------------------------------------------
 
-frmZelvatcts::LastUsed &frmZelvatcts::LastUsedValues()
+frmZelvatcts::LastUsed &frmZelvatcts::lastUsedValues()
 {
     static LastUsed values;
     return values;
 }
 
-void frmZelvatcts::ClearLastUsed()
+void frmZelvatcts::clearLastUsed()
 {
-    LastUsedValues() = LastUsed{};
+    lastUsedValues() = LastUsed{};
 }
 
-frmZelvatcts *frmZelvatcts::Current()
+frmZelvatcts *frmZelvatcts::current()
 {
     return g_current;
 }
 
-frmZelvatcts *frmZelvatcts::Open(const ReportFormContext &context, const QString &eventRecord)
+frmZelvatcts *frmZelvatcts::open(const ReportFormContext &context, const QString &eventRecord)
 {
     if (g_current && g_current->isVisible()) {
         g_current->raise();
         g_current->activateWindow();
         notify(QStringLiteral("The report %1 is still open. Save or close it before opening another report.")
-                   .arg(g_current->EventNumber()),
+                   .arg(g_current->eventNumber()),
                Notice::Exclamation);
         return g_current;
     }
@@ -95,11 +95,11 @@ frmZelvatcts::frmZelvatcts(const ReportFormContext &context, QWidget *parent)
     : QWidget(parent, Qt::Window)
     , m_context(context)
     , m_record(context.programFolder)
-    , m_layout(FormLayout::Design())
+    , m_layout(FormLayout::design())
 {
     buildControls();
     m_session = new ServerSession(context.station, this);
-    connect(m_session, &ServerSession::status, this, &frmZelvatcts::SetStatus);
+    connect(m_session, &ServerSession::status, this, &frmZelvatcts::setStatus);
 
     // The contact request is hidden until LAW is chosen.
     chkReqContact->hide();
@@ -107,7 +107,7 @@ frmZelvatcts::frmZelvatcts(const ReportFormContext &context, QWidget *parent)
     for (int tab = 0; tab < FormRules::TypeCount; ++tab) {
         m_typeSelected[tab] = false;
         SSTab1->setTabEnabled(tab, false);
-        EnableTabControls(tab, false);
+        enableTabControls(tab, false);
     }
     // The medical questions are unanswered and cannot be answered yet.
     m_conscious = -1;
@@ -147,7 +147,7 @@ void frmZelvatcts::StartForm(const QString &eventRecord)
         m_state = Zelvat::StateNew;
         setWindowTitle(QStringLiteral("Zelvat - New report"));
         QString why;
-        const auto pair = m_context.station ? EventNumbers::NewEventPair(*m_context.station, m_record, &why) : std::nullopt;
+        const auto pair = m_context.station ? EventNumbers::newEventPair(*m_context.station, m_record, &why) : std::nullopt;
         if (!pair) {
             // No number could be taken (the counter is used up, the location ID cannot name a
             // file, the settings are locked): a report without an event number cannot be saved.
@@ -167,12 +167,12 @@ void frmZelvatcts::StartForm(const QString &eventRecord)
 
 int frmZelvatcts::px(double twips) const
 {
-    return Twips::ToPixels(this, twips);
+    return Twips::toPixels(this, twips);
 }
 
 double frmZelvatcts::twips(int pixels) const
 {
-    return Twips::FromPixels(this, pixels);
+    return Twips::fromPixels(this, pixels);
 }
 
 void frmZelvatcts::place(QWidget *w, const TwipsRect &r) const
@@ -239,7 +239,7 @@ QWidget *frmZelvatcts::makeBox(const FormFields::Box &b, QWidget *parent)
     box->setObjectName(FormFields::objectName(b));
     box->setToolTip(QString::fromLatin1(b.toolTip));
     box->installEventFilter(this);
-    makeLabel(FormFields::caption(b), parent, FormLayout::LabelOf(b.group, b.index), box, b.labelTip);
+    makeLabel(FormFields::caption(b), parent, FormLayout::labelOf(b.group, b.index), box, b.labelTip);
     return box;
 }
 
@@ -268,7 +268,7 @@ void frmZelvatcts::buildControls()
         "Requres City DPW, EOC, or City Staff assistance",
     };
     for (int i = 0; i < FormRules::TypeCount; ++i) {
-        cmdRtype[i] = new QPushButton(FormRules::TypeCode(i), Frame1);
+        cmdRtype[i] = new QPushButton(FormRules::typeCode(i), Frame1);
         cmdRtype[i]->setObjectName(QStringLiteral("cmdRtype_%1").arg(i));
         cmdRtype[i]->setToolTip(QString::fromLatin1(typeTips[i]));
         cmdRtype[i]->setAutoFillBackground(true);
@@ -437,7 +437,7 @@ void frmZelvatcts::Form_Resize()
     if (!sbrStatus)
         return;
     const int bar = sbrStatus->sizeHint().height();
-    if (m_layout.Resize(twips(width()), twips(height()), twips(bar)))
+    if (m_layout.resize(twips(width()), twips(height()), twips(bar)))
         applyLayout();
     else
         sbrStatus->setGeometry(0, height() - bar, width(), bar);
@@ -453,7 +453,7 @@ void frmZelvatcts::resizeEvent(QResizeEvent *event)
 
 void frmZelvatcts::SetButtonsForState(int state)
 {
-    const auto view = FormRules::ViewOfState(state);
+    const auto view = FormRules::viewOfState(state);
     if (!view) {
         cmdSave->setText(QStringLiteral("Save"));
         return;
@@ -467,16 +467,16 @@ void frmZelvatcts::SetButtonsForState(int state)
 
 void frmZelvatcts::ShowStateCaption(int state)
 {
-    if (const auto view = FormRules::ViewOfState(state))
+    if (const auto view = FormRules::viewOfState(state))
         Label22->setText(view->caption);
 }
 
-QString frmZelvatcts::StatusText() const
+QString frmZelvatcts::statusText() const
 {
     return sbrStatusPanel->text();
 }
 
-void frmZelvatcts::SetStatus(const QString &text)
+void frmZelvatcts::setStatus(const QString &text)
 {
     sbrStatusPanel->setText(text);
 }
@@ -493,14 +493,14 @@ void frmZelvatcts::StartGpTimer(int milliSeconds)
 
 void frmZelvatcts::tmrClock_Timer()
 {
-    sbrCurrentTimePanel->setText(DatetimeLib::Clock(DatetimeLib::Now()));
+    sbrCurrentTimePanel->setText(DatetimeLib::clock(DatetimeLib::now()));
 }
 
 // --- record and controls --------------------------------------------------------------------
 
 void frmZelvatcts::LoadRecordToForm()
 {
-    SelectTypesFromList(m_record.TYP());
+    selectTypesFromList(m_record.TYP());
     m_eventNumber = m_record.EID();
     m_messageId = m_record.MID();
     Label20->setText(m_eventNumber);
@@ -527,7 +527,7 @@ bool frmZelvatcts::saveRecord(qint16 state)
     m_record.setAST(state);
     writeBoxesTo(m_record);
     if (m_context.station)
-        ApplySaveStamps(m_record, *m_context.station, DatetimeLib::Now());
+        applySaveStamps(m_record, *m_context.station, DatetimeLib::now());
 
     QStringList unencodable;
     for (const FormFields::Box &b : FormFields::boxes()) {
@@ -541,7 +541,7 @@ bool frmZelvatcts::saveRecord(qint16 state)
                Notice::Exclamation);
 
     const bool saved = m_record.Fadd();
-    LastUsed &last = LastUsedValues();
+    LastUsed &last = lastUsedValues();
     last.address = boxText(txtHeader[1]);
     last.otherLocation = boxText(txtHeader[2]);
     last.city = boxText(txtHeader[8]);
@@ -576,7 +576,7 @@ void frmZelvatcts::cmdSave_Click()
     if (cmdSave->text() == QLatin1String("Update")) {
         // A submitted report is being amended: mark the details, reopen it as new.
         m_update = true;
-        const QString line = FormRules::UpdateLine(m_record.EID(), m_record.ADT(), m_record.ATM());
+        const QString line = FormRules::updateLine(m_record.EID(), m_record.ADT(), m_record.ATM());
         setBoxText(txtHeader[7], line + QLatin1Char('\n') + boxText(txtHeader[7]));
         m_record.Clear();
         m_state = Zelvat::StateNew;
@@ -612,7 +612,7 @@ void frmZelvatcts::cmdClose_Click()
 
 void frmZelvatcts::cmdLast_Click(int index)
 {
-    const LastUsed &last = LastUsedValues();
+    const LastUsed &last = lastUsedValues();
     if (index == 0) {
         setBoxText(txtHeader[1], last.address);
         setBoxText(txtHeader[2], last.otherLocation);
@@ -628,9 +628,9 @@ void frmZelvatcts::closeEvent(QCloseEvent *event)
 {
     // Closing while a session waits: the session is cancelled (socket closed, the report stays
     // Ready on disk) and the form closes once the submission has unwound.
-    if (m_session->Busy()) {
+    if (m_session->busy()) {
         m_closeWhenIdle = true;
-        m_session->Cancel(QStringLiteral("the report form was closed"));
+        m_session->cancel(QStringLiteral("the report form was closed"));
         event->ignore();
         return;
     }
@@ -665,9 +665,9 @@ QString frmZelvatcts::BuildTypeList() const
     return FormRules::BuildTypeList(m_typeSelected);
 }
 
-void frmZelvatcts::SelectTypesFromList(const QString &text)
+void frmZelvatcts::selectTypesFromList(const QString &text)
 {
-    const auto found = FormRules::TypesInList(text);
+    const auto found = FormRules::typesInList(text);
     for (int i = 0; i < FormRules::TypeCount; ++i) {
         if (found[i])
             cmdRtype_Click(i);
@@ -691,7 +691,7 @@ void frmZelvatcts::cmdRtype_Click(int index)
         Paint::paint(button, Paint::colour(Zelvat::SelectedTypeColour));
         SSTab1->setTabEnabled(index, true);
         button->setText(button->text() + QStringLiteral(">>"));
-        EnableTabControls(index, true);
+        enableTabControls(index, true);
         if (index == 2)
             chkReqContact->show();
         if (index == 0) {
@@ -707,7 +707,7 @@ void frmZelvatcts::cmdRtype_Click(int index)
         Paint::clear(button);
         button->setText(button->text().remove(QStringLiteral(">>")));
         SSTab1->setTabEnabled(index, false);
-        EnableTabControls(index, false);
+        enableTabControls(index, false);
         ShowFirstEnabledTab();
         if (index == 2)
             chkReqContact->hide();
@@ -731,7 +731,7 @@ void frmZelvatcts::ShowFirstEnabledTab()
     }
 }
 
-void frmZelvatcts::EnableTabControls(int tab, bool enabled)
+void frmZelvatcts::enableTabControls(int tab, bool enabled)
 {
     for (QWidget *w : nframe[tab]->findChildren<QWidget *>(Qt::FindDirectChildrenOnly))
         w->setEnabled(enabled);
@@ -741,11 +741,11 @@ void frmZelvatcts::onTabChanged(int tab)
 {
     for (int i = 0; i < 4; ++i)
         nframe[i]->setEnabled(i == tab);
-    FocusFirstInTab(tab);
+    focusFirstInTab(tab);
     Form_Resize();
 }
 
-void frmZelvatcts::FocusFirstInTab(int tab)
+void frmZelvatcts::focusFirstInTab(int tab)
 {
     if (tab < 0 || tab >= 4)
         return;
@@ -791,7 +791,7 @@ void frmZelvatcts::HighlightRequiredFields()
         if (b.required == FormFields::Required::Never || b.required == FormFields::Required::ForContact)
             continue;
         QWidget *box = boxWidget(b.group, b.index);
-        if (StringLib::TrimBlanks(boxText(box)).isEmpty())
+        if (StringLib::trimBlanks(boxText(box)).isEmpty())
             Paint::paint(box, Paint::colour(Zelvat::RequiredFieldColour));
         else
             Paint::clear(box);
@@ -833,7 +833,7 @@ bool frmZelvatcts::onKeyPress(const FormFields::Box &b, QKeyEvent *event)
     // Typing clears a highlight of the box, and of the status text for the summary and law boxes.
     Paint::clear(box);
     if (b.group == FormFields::Group::Header || b.group == FormFields::Group::Law)
-        SetStatus(QString());
+        setStatus(QString());
     if (b.upperCase)
         k = QChar(k).toUpper().unicode();
     if (b.allowed)
@@ -873,10 +873,10 @@ void frmZelvatcts::onLeave(const FormFields::Box &b)
     if (m_closing)
         return;
     QWidget *box = boxWidget(b.group, b.index);
-    if (b.leave == FormFields::Leave::ProperCase)
-        setBoxText(box, StringLib::ProperCase(boxText(box)));
+    if (b.leave == FormFields::Leave::properCase)
+        setBoxText(box, StringLib::properCase(boxText(box)));
     else if (b.leave == FormFields::Leave::LastSeen)
-        setBoxText(box, FormRules::ResolveLastSeen(boxText(box), DatetimeLib::Now()));
+        setBoxText(box, FormRules::ResolveLastSeen(boxText(box), DatetimeLib::now()));
 }
 
 // --- submission -----------------------------------------------------------------------------
@@ -917,7 +917,7 @@ bool frmZelvatcts::CheckRequiredFields()
 
 void frmZelvatcts::cmdSubmit_Click()
 {
-    if (m_session->Busy())
+    if (m_session->busy())
         return; // one session at a time
     Submission::Hooks hooks;
     hooks.checkRequiredFields = [this] { return CheckRequiredFields(); };
@@ -928,7 +928,7 @@ void frmZelvatcts::cmdSubmit_Click()
         ShowStateCaption(state);
     };
     hooks.refreshList = [this] { refreshList(); };
-    const Submission::Outcome outcome = Submission::Submit(m_state, m_record, chkReqContact->isChecked(), m_update,
+    const Submission::Outcome outcome = Submission::submit(m_state, m_record, chkReqContact->isChecked(), m_update,
                                                            *m_session, m_context.station ? m_context.station->Enc : QString(),
                                                            hooks);
     if (outcome == Submission::Outcome::Sent || m_closeWhenIdle) {

@@ -43,31 +43,31 @@ public:
     // The one report form of the program: opens it for `eventRecord`, or, when a form is
     // already open, brings that one to the front and says so, so that unsaved input in it is
     // never lost. Returns the form shown.
-    static frmZelvatcts *Open(const ReportFormContext &context, const QString &eventRecord);
-    static frmZelvatcts *Current();
+    static frmZelvatcts *open(const ReportFormContext &context, const QString &eventRecord);
+    static frmZelvatcts *current();
 
     // The six last-used header texts, shared by every report form while the program runs.
     struct LastUsed {
         QString address, otherLocation, city, name, personAddress, phone;
     };
-    static LastUsed &LastUsedValues();
-    static void ClearLastUsed();
+    static LastUsed &lastUsedValues();
+    static void clearLastUsed();
 
     // The form's own connection to the message server (also used for the link test).
-    ServerSession *Session() const { return m_session; }
+    ServerSession *session() const { return m_session; }
 
-    int ReportState() const { return m_state; }
-    bool UpdateFlag() const { return m_update; }
-    QString EventNumber() const { return m_eventNumber; }
-    const ZelvatMsg &Record() const { return m_record; }
-    QString StatusText() const;
-    void SetStatus(const QString &text);
+    int reportState() const { return m_state; }
+    bool updateFlag() const { return m_update; }
+    QString eventNumber() const { return m_eventNumber; }
+    const ZelvatMsg &record() const { return m_record; }
+    QString statusText() const;
+    void setStatus(const QString &text);
 
     // The event type selection and the medical answers (-1 unanswered, 0 No, 1 Yes).
-    bool TypeSelected(int index) const { return m_typeSelected[index]; }
+    bool typeSelected(int index) const { return m_typeSelected[index]; }
     QString BuildTypeList() const;
-    qint16 ConsciousAnswer() const { return m_conscious; }
-    qint16 BreathingAnswer() const { return m_breathing; }
+    qint16 consciousAnswer() const { return m_conscious; }
+    qint16 breathingAnswer() const { return m_breathing; }
 
     // Handlers and routines under their design names, public for the window's own wiring and
     // for tests that drive the form as an operator would.
@@ -86,10 +86,10 @@ public:
     void LockFields(const QString &mode);
     void ClearFields();
     void ShowFirstEnabledTab();
-    void EnableTabControls(int tab, bool enabled);
-    void FocusFirstInTab(int tab);
+    void enableTabControls(int tab, bool enabled);
+    void focusFirstInTab(int tab);
     void Form_Resize();
-    void SelectTypesFromList(const QString &text);
+    void selectTypesFromList(const QString &text);
     // The form's waits are its session's: a cooperative pause, and the one-shot timer of the
     // connection time-outs (capped at 65535 ms).
     void Pause(int milliSeconds);

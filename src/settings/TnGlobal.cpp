@@ -15,12 +15,12 @@ QString g_defaultPrinter;
 bool g_fileMissing = false;
 } // namespace
 
-void TnGlobal::SetDefaultPrinterName(const QString &name)
+void TnGlobal::setDefaultPrinterName(const QString &name)
 {
     g_defaultPrinter = name;
 }
 
-bool TnGlobal::SettingsFileMissing()
+bool TnGlobal::settingsFileMissing()
 {
     return g_fileMissing;
 }
@@ -29,7 +29,7 @@ TnGlobal::TnGlobal(const QString &programFolder)
     : m_path(QDir(programFolder).filePath(QStringLiteral("Tarnell.glo")))
 {
     g_fileMissing = !QFileInfo::exists(m_path);
-    SetDefaults();
+    setDefaults();
     GloRead();
 }
 
@@ -39,9 +39,9 @@ TnGlobal::~TnGlobal()
         GLOWrite();
 }
 
-void TnGlobal::SetDefaults()
+void TnGlobal::setDefaults()
 {
-    m_version = Zelvat::VersionText();
+    m_version = Zelvat::versionText();
     m_useGlobalMsgNum = 1;
     m_printerName = g_defaultPrinter.isEmpty() ? QStringLiteral("No Printers Defined") : g_defaultPrinter;
     m_ptrOrient = 1;
@@ -64,7 +64,7 @@ bool TnGlobal::setUseGlobalMsgNum(qint32 v)
 
 qint16 TnGlobal::LstFontSize() const
 {
-    return qint16(StringLib::ToInteger(m_lstFontSize, -32768, 32767, QString(), nullptr).value_or(0));
+    return qint16(StringLib::toInteger(m_lstFontSize, -32768, 32767, QString(), nullptr).value_or(0));
 }
 
 void TnGlobal::fail(const QString &operation, const QString &errorText)
@@ -79,7 +79,7 @@ void TnGlobal::GloRead()
     if (g_fileMissing) {
         m_step = 4;
         m_changed = true;
-        SetDefaults();
+        setDefaults();
         GLOWrite();
         return;
     }
@@ -109,11 +109,11 @@ void TnGlobal::GloRead()
         return;
     }
     // A file written by another version is rewritten with this program's version stamp.
-    if (fileVersion != Zelvat::VersionText())
+    if (fileVersion != Zelvat::versionText())
         m_changed = true;
 }
 
-QByteArray TnGlobal::FileContent() const
+QByteArray TnGlobal::fileContent() const
 {
     const QString text = QStringLiteral("[GENERAL VARIABLES]\r\n")
         + QStringLiteral("Version=") + m_version + QStringLiteral("\r\n")
@@ -143,7 +143,7 @@ void TnGlobal::GLOWrite()
         return;
     }
     m_step = 104;
-    const QByteArray content = FileContent();
+    const QByteArray content = fileContent();
     if (file.write(content) != content.size()) {
         const RunError error = RunError::fromFile(file);
         file.cancelWriting();

@@ -15,11 +15,11 @@ public:
 
     // The name of the system's default printer, handed in by the window layer (core code has
     // no printing). Empty means none can be obtained: "No Printers Defined".
-    static void SetDefaultPrinterName(const QString &name);
+    static void setDefaultPrinterName(const QString &name);
     // Set when the last instance created found no settings file.
-    static bool SettingsFileMissing();
+    static bool settingsFileMissing();
 
-    void SetDefaults();
+    void setDefaults();
     void GloRead();
     void GLOWrite();
 
@@ -36,7 +36,7 @@ public:
     void setPtrCopies(qint16 v) { m_ptrCopies = v; m_changed = true; }
     qint16 PtrDuplex() const { return m_ptrDuplex; }
     void setPtrDuplex(qint16 v) { m_ptrDuplex = v; m_changed = true; }
-    bool RunFlag() const { return m_runFlag; }
+    bool runFlag() const { return m_runFlag; }
     void setRunFlag(bool v) { m_runFlag = v; } // not a setting: does not mark a change
     qint16 ProfSave() const { return m_profSave; }
     void setProfSave(qint16 v) { m_profSave = v; m_changed = true; }
@@ -46,12 +46,12 @@ public:
     qint16 LstFontSize() const;
     void setLstFontSize(qint16 v) { m_lstFontSize = QString::number(v); m_changed = true; }
 
-    bool Changed() const { return m_changed; }
-    QString Path() const { return m_path; }
-    QString LastError() const { return m_lastError; }
-    int Step() const { return m_step; }
+    bool changed() const { return m_changed; }
+    QString path() const { return m_path; }
+    QString lastError() const { return m_lastError; }
+    int step() const { return m_step; }
 
-    QByteArray FileContent() const;
+    QByteArray fileContent() const;
 
 private:
     void fail(const QString &operation, const QString &errorText);

@@ -29,7 +29,7 @@ ZelvatIni::ZelvatIni(const QString &path)
 {
 }
 
-void ZelvatIni::SetDefaults()
+void ZelvatIni::setDefaults()
 {
     Nam.clear();
     Uid.clear();
@@ -50,13 +50,13 @@ QList<IniKey> ZelvatIni::keys()
             {"Lvf", &Lvf}, {"Hst", &Hst}, {"Prt", &Prt}, {"Nto", &Nto}, {"Enc", &Enc}};
 }
 
-bool ZelvatIni::Load()
+bool ZelvatIni::load()
 {
     m_problems.clear();
-    SetDefaults();
+    setDefaults();
     m_enoSeen = Eno;
     if (!QFileInfo::exists(m_path)) {
-        Save();
+        save();
         return true;
     }
 
@@ -88,10 +88,10 @@ bool ZelvatIni::Load()
     return false;
 }
 
-QByteArray ZelvatIni::FileContent() const
+QByteArray ZelvatIni::fileContent() const
 {
     const QString text = QLatin1Char('[') + QString::fromLatin1(Zelvat::Title) + QStringLiteral("]\r\n")
-        + QStringLiteral("Version=") + Zelvat::VersionText() + QStringLiteral("\r\n")
+        + QStringLiteral("Version=") + Zelvat::versionText() + QStringLiteral("\r\n")
         + QStringLiteral("\r\n")
         + QStringLiteral("[GENERAL OPTIONS]\r\n")
         + QStringLiteral("Nam=") + Nam + QStringLiteral("\r\n")
@@ -116,7 +116,7 @@ std::optional<qint32> ZelvatIni::counterOnDisk() const
         return std::nullopt;
     QString eno;
     readIniValues(text, {{"Eno", &eno}}, false);
-    const auto value = StringLib::ToInteger(eno, std::numeric_limits<qint32>::min(), std::numeric_limits<qint32>::max(),
+    const auto value = StringLib::toInteger(eno, std::numeric_limits<qint32>::min(), std::numeric_limits<qint32>::max(),
                                             QString(), nullptr);
     return value ? std::optional<qint32>(qint32(*value)) : std::nullopt;
 }
@@ -134,7 +134,7 @@ void ZelvatIni::followCounterOnDisk()
 bool ZelvatIni::saveLocked(QString *why)
 {
     QSaveFile file(m_path);
-    const QByteArray content = FileContent();
+    const QByteArray content = fileContent();
     if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size() || !file.commit()) {
         *why = QStringLiteral("The station settings file %1 could not be written: %2").arg(m_path, file.errorString());
         return false;
@@ -143,7 +143,7 @@ bool ZelvatIni::saveLocked(QString *why)
     return true;
 }
 
-bool ZelvatIni::Save()
+bool ZelvatIni::save()
 {
     QLockFile lock(m_path + QStringLiteral(".lock"));
     QString why;
@@ -159,7 +159,7 @@ bool ZelvatIni::Save()
     return false;
 }
 
-std::optional<qint16> ZelvatIni::TakeNextEventNumber(const std::function<bool(qint16)> &inUse, QString *why)
+std::optional<qint16> ZelvatIni::takeNextEventNumber(const std::function<bool(qint16)> &inUse, QString *why)
 {
     QLockFile lock(m_path + QStringLiteral(".lock"));
     if (!lock.tryLock(kLockWaitMs)) {

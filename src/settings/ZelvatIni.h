@@ -26,24 +26,24 @@ public:
     qint16 Nto = 5000;                // network time-out in milliseconds
     QString Enc = QStringLiteral("BASE64");    // declared body encoding
 
-    QString Path() const { return m_path; }
+    QString path() const { return m_path; }
 
-    void SetDefaults();
+    void setDefaults();
 
     // Fills the values from the file; a missing file is created with the defaults. A line
     // that cannot be taken (a value that is no number or out of range, a known key without
-    // "=") leaves that value at its default, is listed in Problems(), and the operator is told
+    // "=") leaves that value at its default, is listed in problems(), and the operator is told
     // once, naming the file, the lines and the values; the file as it was is kept beside it as
     // "Zelvatcts.ini.bad" before anything rewrites it. Returns false when there were problems.
-    bool Load();
-    const QList<IniProblem> &Problems() const { return m_problems; }
+    bool load();
+    const QList<IniProblem> &problems() const { return m_problems; }
 
     // Writes the whole file; false after telling the operator when it cannot be written.
     // The old file is replaced in one step, never left half-written.
-    bool Save();
+    bool save();
 
     // The bytes Save writes.
-    QByteArray FileContent() const;
+    QByteArray fileContent() const;
 
     // Hands out the next event number and saves the file, under a lock shared by every program
     // working on this folder. The counter on disk is looked at under the lock, so that a number
@@ -51,7 +51,7 @@ public:
     // station dialog since the last look still counts. Numbers for which `inUse` answers true
     // are passed over. nullopt, with the reason in `why`, when the counter would pass 32767 or
     // the lock or the file cannot be had; the counter is then left as it was.
-    std::optional<qint16> TakeNextEventNumber(const std::function<bool(qint16)> &inUse, QString *why);
+    std::optional<qint16> takeNextEventNumber(const std::function<bool(qint16)> &inUse, QString *why);
 
 private:
     QList<IniKey> keys();

@@ -9,13 +9,13 @@
 
 namespace EventNumbers {
 
-EventPair PairFor(const QString &lid, qint16 counter)
+EventPair pairFor(const QString &lid, qint16 counter)
 {
-    const QString n = StringLib::ZeroPadded(counter, 3);
-    return EventPair{lid + DatetimeLib::Year() + DatetimeLib::Day() + QLatin1Char('.') + n, lid + QLatin1Char('-') + n};
+    const QString n = StringLib::zeroPadded(counter, 3);
+    return EventPair{lid + DatetimeLib::year() + DatetimeLib::day() + QLatin1Char('.') + n, lid + QLatin1Char('-') + n};
 }
 
-std::optional<EventPair> NewEventPair(ZelvatIni &ini, const ZelvatMsg &store, QString *why)
+std::optional<EventPair> newEventPair(ZelvatIni &ini, const ZelvatMsg &store, QString *why)
 {
     const QString lid = ini.Lid;
     if (lid.contains(QLatin1Char('/')) || lid.contains(QLatin1Char('\\')) || lid.contains(QStringLiteral(".."))) {
@@ -25,12 +25,12 @@ std::optional<EventPair> NewEventPair(ZelvatIni &ini, const ZelvatMsg &store, QS
         return std::nullopt;
     }
     const auto inUse = [&](qint16 counter) {
-        return QFileInfo::exists(store.PathFor(PairFor(lid, counter).eventNumber));
+        return QFileInfo::exists(store.pathFor(pairFor(lid, counter).eventNumber));
     };
-    const auto counter = ini.TakeNextEventNumber(inUse, why);
+    const auto counter = ini.takeNextEventNumber(inUse, why);
     if (!counter)
         return std::nullopt;
-    return PairFor(lid, *counter);
+    return pairFor(lid, *counter);
 }
 
 } // namespace EventNumbers

@@ -20,9 +20,9 @@ namespace EventNumbers {
 // pair from it. A counter whose report file already exists is passed over. nullopt, with the
 // reason for the operator in `why`, when the location identifier cannot be part of a file name
 // or no counter can be taken; no number is used up then.
-std::optional<EventPair> NewEventPair(ZelvatIni &ini, const ZelvatMsg &store, QString *why);
+std::optional<EventPair> newEventPair(ZelvatIni &ini, const ZelvatMsg &store, QString *why);
 
 // The pair for a given counter, with today's date.
-EventPair PairFor(const QString &lid, qint16 counter);
+EventPair pairFor(const QString &lid, qint16 counter);
 
 } // namespace EventNumbers

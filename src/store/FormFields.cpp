@@ -16,22 +16,22 @@ constexpr const char *kGeneral = Zelvat::GeneralSet;
 
 const QList<Box> kBoxes = {
     {G::Header, 0, Key::ISS, "What are you reporting?", "Enter a short 2 to 4 word description", nullptr, false, kSummary,
-     false, L::ProperCase, R::Always},
+     false, L::properCase, R::Always},
     {G::Header, 1, Key::AD1, "Location, Address:", "Location of the problem", "Includes: Floor #, Apt #, Suite #", false,
-     kGeneral, false, L::ProperCase, R::Always},
+     kGeneral, false, L::properCase, R::Always},
     {G::Header, 2, Key::AD2, "Other Location Details", "Cross street, east/west bound, etc.",
-     "Cross-Street, Floor #, Apt #, Suite #", false, kGeneral, false, L::ProperCase, R::Never},
+     "Cross-Street, Floor #, Apt #, Suite #", false, kGeneral, false, L::properCase, R::Never},
     {G::Header, 3, Key::RPN, "Name:", "Reporting person's name", "Reporting Person's Name", false, kGeneral, false,
-     L::ProperCase, R::Always},
+     L::properCase, R::Always},
     {G::Header, 4, Key::RPA, "Address:", "Reporting person's address", "Reporting Person's Address", false, kGeneral, false,
-     L::ProperCase, R::ForContact},
+     L::properCase, R::ForContact},
     {G::Header, 5, Key::RPP, "Phone:", "Reporting person's phone number", nullptr, false, kGeneral, false, L::Nothing,
      R::ForContact},
     {G::Header, 6, Key::LAS, "Last seen:", "HH:MM or -<min> when the problem was last observed", nullptr, false, nullptr,
      false, L::LastSeen, R::Always},
     {G::Header, 7, Key::DTL, "Details:", "All other supporting details", nullptr, true, nullptr, false, L::Nothing,
      R::Always},
-    {G::Header, 8, Key::CTY, "City:", "In what city is the problem", nullptr, false, nullptr, false, L::ProperCase,
+    {G::Header, 8, Key::CTY, "City:", "In what city is the problem", nullptr, false, nullptr, false, L::properCase,
      R::Always},
     {G::Med, 0, Key::AGE, "Age:", "Age of the person with the problem", nullptr, false, nullptr, false, L::Nothing,
      R::ForMedical},
@@ -42,9 +42,9 @@ const QList<Box> kBoxes = {
     {G::Law, 0, Key::PDE, "Description of person (age, height, weight):", "Include clothes, other distinguishing marks",
      nullptr, true, nullptr, false, L::Nothing, R::Never},
     {G::Law, 1, Key::WEA, "Weapon involved?", "Yes / No / Unknown; shots fired, other details", nullptr, false, kGeneral,
-     false, L::ProperCase, R::Never},
+     false, L::properCase, R::Never},
     {G::Law, 2, Key::DOT, "Direction of Travel:", "if known", nullptr, false, kGeneral, false, L::Nothing, R::Never},
-    {G::Law, 3, Key::VDE, "Vehicle Description:", "Make, Model if known", nullptr, false, kGeneral, false, L::ProperCase,
+    {G::Law, 3, Key::VDE, "Vehicle Description:", "Make, Model if known", nullptr, false, kGeneral, false, L::properCase,
      R::Never},
     {G::Law, 4, Key::VDP, "License Plate:", "Partials OK, use '*' if missing characters", nullptr, false, kGeneral, true,
      L::Nothing, R::Never},
@@ -90,13 +90,13 @@ QString objectName(const Box &b)
 
 QString shownValue(const Box &b, const ZelvatMsg &record)
 {
-    const QString value = record.Text(b.key);
-    return b.multiLine ? UnescapeBreaks(value) : value;
+    const QString value = record.text(b.key);
+    return b.multiLine ? unescapeBreaks(value) : value;
 }
 
 void storeValue(const Box &b, ZelvatMsg &record, const QString &text)
 {
-    record.SetText(b.key, b.multiLine ? EscapeBreaks(text) : text);
+    record.setText(b.key, b.multiLine ? escapeBreaks(text) : text);
 }
 
 } // namespace FormFields

@@ -15,7 +15,7 @@ namespace FormFields {
 enum class Group { Header, Med, Fire, Law };
 
 // What happens to the text when the operator leaves the box.
-enum class Leave { Nothing, ProperCase, LastSeen };
+enum class Leave { Nothing, properCase, LastSeen };
 
 // When the box must be filled for a submission.
 enum class Required {

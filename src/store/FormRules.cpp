@@ -7,7 +7,7 @@
 
 namespace FormRules {
 
-QString TypeCode(int index)
+QString typeCode(int index)
 {
     static const char *codes[TypeCount] = {"MED", "FIRE", "LAW", "LGOV"};
     return (index >= 0 && index < TypeCount) ? QString::fromLatin1(codes[index]) : QString();
@@ -18,21 +18,21 @@ QString BuildTypeList(const std::array<bool, TypeCount> &selected)
     QString list;
     for (int i = 0; i < TypeCount; ++i) {
         if (selected[i])
-            list += TypeCode(i) + QLatin1Char('+');
+            list += typeCode(i) + QLatin1Char('+');
     }
     list.chop(1);
     return list;
 }
 
-std::array<bool, TypeCount> TypesInList(const QString &typ)
+std::array<bool, TypeCount> typesInList(const QString &typ)
 {
     std::array<bool, TypeCount> found {};
     for (int i = 0; i < TypeCount; ++i)
-        found[i] = typ.contains(TypeCode(i));
+        found[i] = typ.contains(typeCode(i));
     return found;
 }
 
-std::optional<StateView> ViewOfState(int state)
+std::optional<StateView> viewOfState(int state)
 {
     const QString save = QStringLiteral("Save");
     switch (state) {
@@ -46,7 +46,7 @@ std::optional<StateView> ViewOfState(int state)
     }
 }
 
-bool CanSubmit(int state)
+bool canSubmit(int state)
 {
     return state == Zelvat::StateNew || state == Zelvat::StateReady || state == Zelvat::StateDraft;
 }
@@ -55,7 +55,7 @@ QString ResolveLastSeen(const QString &text, const QDateTime &now)
 {
     if (text.contains(QLatin1Char(':')))
         return text;
-    const auto minutes = StringLib::ParseNumber(text);
+    const auto minutes = StringLib::parseNumber(text);
     if (!minutes)
         return text;
     const double whole = std::round(*minutes);
@@ -64,7 +64,7 @@ QString ResolveLastSeen(const QString &text, const QDateTime &now)
     return now.addSecs(qint64(whole) * 60).toString(QStringLiteral("HH:mm"));
 }
 
-QString UpdateLine(const QString &eid, const QString &adt, const QString &atm)
+QString updateLine(const QString &eid, const QString &adt, const QString &atm)
 {
     return QStringLiteral("UPDATE for ") + eid + QLatin1Char('/') + adt + QStringLiteral(", ") + atm;
 }

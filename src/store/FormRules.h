@@ -11,13 +11,13 @@ namespace FormRules {
 
 // The event types in their fixed order: MED, FIRE, LAW, LGOV (index = button, tab and frame).
 inline constexpr int TypeCount = 4;
-QString TypeCode(int index);
+QString typeCode(int index);
 
 // "MED+FIRE+..." from the selected flags, always in the fixed order; empty when none is selected.
 QString BuildTypeList(const std::array<bool, TypeCount> &selected);
 // Which types a TYP text names: each code found anywhere in it (case-sensitive), so FIREMED
 // names both.
-std::array<bool, TypeCount> TypesInList(const QString &typ);
+std::array<bool, TypeCount> typesInList(const QString &typ);
 
 // What the form shows for a report state: the caption of the state label, which command
 // buttons are enabled, and the caption of the Save button.
@@ -31,10 +31,10 @@ struct StateView {
 };
 // nullopt for a code outside the table (0, 3 to 5, 7, or beyond 1..9): then only the Save
 // button's caption goes back to "Save".
-std::optional<StateView> ViewOfState(int state);
+std::optional<StateView> viewOfState(int state);
 
 // Whether Submit may act on a report of this state: new/reopened (1), Ready (2), Draft (6).
-bool CanSubmit(int state);
+bool canSubmit(int state);
 
 // The last-seen box on leaving: a text with ":" or that is no number stays as it is; a number
 // of minutes is added to `now` and given as "HH:mm". A fractional count is rounded to the
@@ -43,6 +43,6 @@ bool CanSubmit(int state);
 QString ResolveLastSeen(const QString &text, const QDateTime &now);
 
 // "UPDATE for " + EID + "/" + ADT + ", " + ATM: the line Update puts above the details.
-QString UpdateLine(const QString &eid, const QString &adt, const QString &atm);
+QString updateLine(const QString &eid, const QString &adt, const QString &atm);
 
 } // namespace FormRules

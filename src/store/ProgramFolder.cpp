@@ -7,7 +7,7 @@
 
 namespace ProgramFolder {
 
-QString Resolve(const QString &executableFolder)
+QString resolve(const QString &executableFolder)
 {
     // An installed program shares its folder with every other program (and, run as the
     // superuser, would find it writable): its data goes to the per-user data folder.
@@ -18,7 +18,7 @@ QString Resolve(const QString &executableFolder)
     return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) + QStringLiteral("/Zelvatcts");
 }
 
-bool Prepare(const QString &folder, QString *why)
+bool prepare(const QString &folder, QString *why)
 {
     const QDir dir(folder);
     for (const QString &sub : {QStringLiteral("msg.d"), QStringLiteral("logs")}) {
@@ -36,7 +36,7 @@ bool Prepare(const QString &folder, QString *why)
     return true;
 }
 
-QString StationFile(const QString &folder)
+QString stationFile(const QString &folder)
 {
     return QDir(folder).filePath(QStringLiteral("Zelvatcts.ini"));
 }

@@ -8,13 +8,13 @@ namespace ProgramFolder {
 
 // The executable's folder when it is writable and not the installed programs' folder (a
 // portable installation beside the suite); otherwise the per-user data folder.
-QString Resolve(const QString &executableFolder);
+QString resolve(const QString &executableFolder);
 
 // Creates the folder with its "msg.d" and "logs" sub-folders where missing. False, with the
 // reason in `why`, when one cannot be created.
-bool Prepare(const QString &folder, QString *why);
+bool prepare(const QString &folder, QString *why);
 
 // The station settings file of a program folder: folder + "/Zelvatcts.ini".
-QString StationFile(const QString &folder);
+QString stationFile(const QString &folder);
 
 } // namespace ProgramFolder

@@ -9,7 +9,7 @@
 
 namespace ReportList {
 
-const QStringList &Headers()
+const QStringList &headers()
 {
     static const QStringList headers = {
         QStringLiteral("Idx"), QStringLiteral("State"), QStringLiteral("Event ID"), QStringLiteral("Type"),
@@ -18,16 +18,16 @@ const QStringList &Headers()
     return headers;
 }
 
-QString DateTimeCell(const QString &adt, const QString &atm)
+QString dateTimeCell(const QString &adt, const QString &atm)
 {
     return adt.mid(2, 2) + QLatin1Char('/') + adt.mid(4, 2) + QLatin1Char('/') + adt.mid(0, 2) + QLatin1Char(' ')
         + atm.mid(0, 2) + QLatin1Char(':') + atm.mid(2, 2);
 }
 
-QList<Row> Build(ZelvatMsg &reader, int folder)
+QList<Row> build(ZelvatMsg &reader, int folder)
 {
     QList<Row> rows;
-    const QStringList names = reader.FileNames();
+    const QStringList names = reader.fileNames();
     rows.reserve(names.size());
     for (const QString &name : names) {
         reader.Load(name);
@@ -37,13 +37,13 @@ QList<Row> Build(ZelvatMsg &reader, int folder)
         Row row;
         row.state = state;
         row.cells = {name,
-                     Zelvat::StateName(state),
+                     Zelvat::stateName(state),
                      reader.EID(),
                      reader.TYP(),
                      reader.ISS(),
                      reader.AD1(),
                      reader.CTY(),
-                     DateTimeCell(reader.ADT(), reader.ATM())};
+                     dateTimeCell(reader.ADT(), reader.ATM())};
         rows.append(std::move(row));
     }
     return rows;
@@ -51,7 +51,7 @@ QList<Row> Build(ZelvatMsg &reader, int folder)
 
 QString sortKey(const Row &row, int column)
 {
-    const QString value = column == DateTime ? QString::asprintf("%019.6f", ChronoValue(row.cells[DateTime]))
+    const QString value = column == DateTime ? QString::asprintf("%019.6f", chronoValue(row.cells[DateTime]))
                                              : row.cells[column].toCaseFolded();
     return value + QChar(0) + row.cells[Idx];
 }
@@ -71,7 +71,7 @@ void sortRows(QList<Row> &rows, int column, Qt::SortOrder order)
         rows[i] = std::move(keyed[i].second);
 }
 
-double ChronoValue(const QString &cell)
+double chronoValue(const QString &cell)
 {
     // "MM/dd/yy HH:mm", parsed field by field so that the system's date order plays no part.
     if (cell.size() != 14 || cell[2] != QLatin1Char('/') || cell[5] != QLatin1Char('/') || cell[8] != QLatin1Char(' ')
@@ -93,7 +93,7 @@ double ChronoValue(const QString &cell)
     return double(QDate(1899, 12, 30).daysTo(date)) + time.msecsSinceStartOfDay() / 86400000.0;
 }
 
-QString ItemsText(qsizetype count)
+QString itemsText(qsizetype count)
 {
     return QStringLiteral("Items: ") + QString::number(count);
 }

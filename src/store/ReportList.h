@@ -20,16 +20,16 @@ struct Row {
 };
 
 // "Idx", "State", "Event ID", "Type", "Issue", "Location", "City", "Date/Time"
-const QStringList &Headers();
+const QStringList &headers();
 
 // The Date/Time cell: month/day/year hours:minutes taken from ADT (yymmdd) and ATM (hhmm),
 // "03/07/09 14:05"; only the separators "// :" when both are empty.
-QString DateTimeCell(const QString &adt, const QString &atm);
+QString dateTimeCell(const QString &adt, const QString &atm);
 
 // One row per report file of the folder whose state equals `folder` (every report for 0, All),
 // in the order the folder lists the files. Each file is loaded through `reader`; a report that
 // fails to load gets a row of what the loader left in the record.
-QList<Row> Build(ZelvatMsg &reader, int folder);
+QList<Row> build(ZelvatMsg &reader, int folder);
 
 // What a row is ordered by in one column, as text that orders the same way: the cell's text with
 // case ignored, or for Date/Time the chronological value written with twelve integer digits and
@@ -40,13 +40,13 @@ QString sortKey(const Row &row, int column);
 void sortRows(QList<Row> &rows, int column, Qt::SortOrder order);
 
 // The default order of a freshly built list: by City, ascending.
-inline void SortDefault(QList<Row> &rows) { sortRows(rows, City, Qt::AscendingOrder); }
+inline void sortDefault(QList<Row> &rows) { sortRows(rows, City, Qt::AscendingOrder); }
 
 // The chronological value of a Date/Time cell read as month/day/year hours:minutes: days since
 // 30 December 1899 plus the fraction of the day; 0 for a cell that is no valid date and time.
-double ChronoValue(const QString &cell);
+double chronoValue(const QString &cell);
 
 // "Items: 5"
-QString ItemsText(qsizetype count);
+QString itemsText(qsizetype count);
 
 } // namespace ReportList

@@ -4,15 +4,15 @@
 #include "support/DatetimeLib.h"
 #include "store/ZelvatMsg.h"
 
-void ApplySaveStamps(ZelvatMsg &msg, const ZelvatIni &station, const QDateTime &now)
+void applySaveStamps(ZelvatMsg &msg, const ZelvatIni &station, const QDateTime &now)
 {
     msg.setUID(station.Uid);
     msg.setULO(station.Loc);
-    msg.setADT(DatetimeLib::Yymmdd(now));
-    msg.setATM(DatetimeLib::Hhmm(now));
+    msg.setADT(DatetimeLib::yymmdd(now));
+    msg.setATM(DatetimeLib::hhmm(now));
 }
 
-QString EscapeBreaks(const QString &text)
+QString escapeBreaks(const QString &text)
 {
     QString v = text;
     v.replace(QStringLiteral("\r\n"), QStringLiteral("\\n"));
@@ -21,7 +21,7 @@ QString EscapeBreaks(const QString &text)
     return v;
 }
 
-QString UnescapeBreaks(const QString &text)
+QString unescapeBreaks(const QString &text)
 {
     QString v = text;
     v.replace(QStringLiteral("\\n"), QStringLiteral("\n"));

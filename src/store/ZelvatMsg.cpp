@@ -69,7 +69,7 @@ QByteArrayView trimBlanks(QByteArrayView v)
 
 } // namespace
 
-const std::array<Key, ZelvatMsg::KeyCount> &ZelvatMsg::AllKeys()
+const std::array<Key, ZelvatMsg::KeyCount> &ZelvatMsg::allKeys()
 {
     static const std::array<Key, KeyCount> keys = [] {
         std::array<Key, KeyCount> k {};
@@ -80,12 +80,12 @@ const std::array<Key, ZelvatMsg::KeyCount> &ZelvatMsg::AllKeys()
     return keys;
 }
 
-QString ZelvatMsg::KeyName(Key key)
+QString ZelvatMsg::keyName(Key key)
 {
     return QString::fromLatin1(kKeyNames[index(key)]);
 }
 
-bool ZelvatMsg::IsIntegerKey(Key key)
+bool ZelvatMsg::isIntegerKey(Key key)
 {
     return key == Key::RPC || key == Key::CON || key == Key::BRE || key == Key::AST;
 }
@@ -95,14 +95,14 @@ ZelvatMsg::ZelvatMsg(const QString &programFolder)
 {
 }
 
-QString ZelvatMsg::PathFor(const QString &name) const
+QString ZelvatMsg::pathFor(const QString &name) const
 {
-    return m_folder + QLatin1Char('/') + StringLib::TrimBlanks(name) + QStringLiteral(".911");
+    return m_folder + QLatin1Char('/') + StringLib::trimBlanks(name) + QStringLiteral(".911");
 }
 
-bool ZelvatMsg::IsSafeName(const QString &name)
+bool ZelvatMsg::isSafeName(const QString &name)
 {
-    const QString n = StringLib::TrimBlanks(name);
+    const QString n = StringLib::trimBlanks(name);
     if (n.isEmpty() || n.contains(QLatin1Char('/')) || n.contains(QLatin1Char('\\')) || n.contains(QStringLiteral("..")))
         return false;
     for (QChar c : n) {
@@ -112,14 +112,14 @@ bool ZelvatMsg::IsSafeName(const QString &name)
     return true;
 }
 
-QString ZelvatMsg::Text(Key key) const
+QString ZelvatMsg::text(Key key) const
 {
-    return StringLib::TrimBlanks(m_text[index(key)]);
+    return StringLib::trimBlanks(m_text[index(key)]);
 }
 
-void ZelvatMsg::SetText(Key key, const QString &value)
+void ZelvatMsg::setText(Key key, const QString &value)
 {
-    m_text[index(key)] = StringLib::TrimBlanks(value);
+    m_text[index(key)] = StringLib::trimBlanks(value);
 }
 
 void ZelvatMsg::Clear()
@@ -141,17 +141,17 @@ void ZelvatMsg::fail(const RunError &error, const QString &operation, const QStr
 
 bool ZelvatMsg::Load(const QString &name)
 {
-    const QString trimmed = StringLib::TrimBlanks(name);
+    const QString trimmed = StringLib::trimBlanks(name);
     if (trimmed.isEmpty())
         return false;
-    const QString path = PathFor(trimmed);
+    const QString path = pathFor(trimmed);
     const auto failLoad = [&](const RunError &error) {
         fail(error, QStringLiteral("Load"), path, QStringLiteral("Problems loading ") + path + QStringLiteral(", please try again"));
     };
 
     Clear();
     m_step = 1;
-    if (!IsSafeName(trimmed)) {
+    if (!isSafeName(trimmed)) {
         failLoad(RunError::make(RunError::BadFileName, QStringLiteral("the name would reach outside the message folder")));
         return false;
     }
@@ -226,11 +226,11 @@ bool ZelvatMsg::Load(const QString &name)
         }
         const QString value = CodePage::decode(line.sliced(eq + 1));
         const Key key = static_cast<Key>(field);
-        if (IsIntegerKey(key)) {
-            const auto number = StringLib::ToInteger(value, -32768, 32767, QString(), nullptr);
+        if (isIntegerKey(key)) {
+            const auto number = StringLib::toInteger(value, -32768, 32767, QString(), nullptr);
             if (!number) {
                 RunError error;
-                StringLib::ToInteger(value, -32768, 32767, QStringLiteral("line %1: %2=%3").arg(lineNo).arg(keyName, value),
+                StringLib::toInteger(value, -32768, 32767, QStringLiteral("line %1: %2=%3").arg(lineNo).arg(keyName, value),
                                      &error);
                 failLoad(error);
                 return false;
@@ -244,7 +244,7 @@ bool ZelvatMsg::Load(const QString &name)
     return true;
 }
 
-QByteArray ZelvatMsg::FileContent(const QString &writeStamp) const
+QByteArray ZelvatMsg::fileContent(const QString &writeStamp) const
 {
     QByteArray out;
     out.reserve(768);
@@ -256,10 +256,10 @@ QByteArray ZelvatMsg::FileContent(const QString &writeStamp) const
         for (Key k : keys) {
             out += kKeyNames[index(k)];
             out += '=';
-            if (IsIntegerKey(k))
+            if (isIntegerKey(k))
                 out += QByteArray::number(m_number[index(k)]);
             else // a line break inside a value would split its line: it goes out as the "\n" escape
-                out += CodePage::encode(EscapeBreaks(m_text[index(k)]));
+                out += CodePage::encode(escapeBreaks(m_text[index(k)]));
             out += "\r\n";
         }
     };
@@ -290,7 +290,7 @@ QByteArray ZelvatMsg::FileContent(const QString &writeStamp) const
 bool ZelvatMsg::writeFile(const QString &path)
 {
     const QString problem = QStringLiteral("Problems saving '") + path + QStringLiteral("', please try again");
-    const QString stamp = Zelvat::VersionText() + QLatin1Char('/') + DatetimeLib::WriteStamp(DatetimeLib::Now());
+    const QString stamp = Zelvat::versionText() + QLatin1Char('/') + DatetimeLib::writeStamp(DatetimeLib::now());
 
     // The old file is not deleted before the new one is written: the new content goes to a
     // temporary file beside it, which replaces the old one only once it is complete.
@@ -312,7 +312,7 @@ bool ZelvatMsg::writeFile(const QString &path)
         return false;
     }
     m_step = 3;
-    const QByteArray content = FileContent(stamp);
+    const QByteArray content = fileContent(stamp);
     if (file.write(content) != content.size()) {
         const RunError error = RunError::fromFile(file);
         file.cancelWriting();
@@ -330,23 +330,23 @@ bool ZelvatMsg::writeFile(const QString &path)
 bool ZelvatMsg::Fadd()
 {
     const QString eid = EID();
-    if (!IsSafeName(eid)) {
+    if (!isSafeName(eid)) {
         m_step = 1;
-        const QString path = PathFor(eid);
+        const QString path = pathFor(eid);
         fail(RunError::make(RunError::BadFileName,
                             eid.isEmpty() ? QStringLiteral("the report has no event number")
                                           : QStringLiteral("the event number %1 would reach outside the message folder").arg(eid)),
              QStringLiteral("Fadd"), path, QStringLiteral("Problems saving '") + path + QStringLiteral("', please try again"));
         return false;
     }
-    return writeFile(PathFor(eid));
+    return writeFile(pathFor(eid));
 }
 
 QString ZelvatMsg::Fdelete(const QString &name, qint16 state)
 {
-    const QString path = PathFor(name);
+    const QString path = pathFor(name);
     m_step = 1;
-    if (!IsSafeName(name)) {
+    if (!isSafeName(name)) {
         fail(RunError::make(RunError::BadFileName, QStringLiteral("the name would reach outside the message folder")),
              QStringLiteral("Fdelete"), path, QStringLiteral("Problems deleting ") + path + QStringLiteral(", please try again"));
         return QStringLiteral("0");
@@ -368,7 +368,7 @@ QString ZelvatMsg::Fdelete(const QString &name, qint16 state)
     return writeFile(path) ? QStringLiteral("-1") : QStringLiteral("0");
 }
 
-QStringList ZelvatMsg::FileNames() const
+QStringList ZelvatMsg::fileNames() const
 {
     QStringList names;
     QDirIterator it(m_folder, QDir::Files | QDir::Hidden);
@@ -378,7 +378,7 @@ QStringList ZelvatMsg::FileNames() const
         if (!rest.endsWith(QLatin1String(".911")))
             continue;
         rest.remove(QStringLiteral(".911"));
-        if (StringLib::TrimBlanks(rest).isEmpty()) {
+        if (StringLib::trimBlanks(rest).isEmpty()) {
             EventLog::current().error(QStringLiteral("Tn911:BuildFileList, detected, excluded an extent-only '.911' file"));
             continue;
         }
@@ -394,16 +394,16 @@ QStringList ZelvatMsg::FileNames() const
 
 QString ZelvatMsg::BuildFileList() const
 {
-    return FileNames().join(QStringLiteral("\r\n"));
+    return fileNames().join(QStringLiteral("\r\n"));
 }
 
 bool ZelvatMsg::Exists(const QString &name) const
 {
-    return FileNames().contains(StringLib::TrimBlanks(name));
+    return fileNames().contains(StringLib::trimBlanks(name));
 }
 
 bool ZelvatMsg::IsReadOnly(const QString &name) const
 {
-    const QFileInfo info(PathFor(name));
+    const QFileInfo info(pathFor(name));
     return info.exists() && !(info.permissions() & QFileDevice::WriteOwner);
 }

@@ -17,16 +17,16 @@ public:
         CON, BRE, PIN, PDE, WEA, DOT, VDE, VDP, VDS, UID, ULO, AST, ADT, ATM,
     };
     static constexpr int KeyCount = 29;
-    static const std::array<Key, KeyCount> &AllKeys();
-    static QString KeyName(Key key);
-    static bool IsIntegerKey(Key key); // RPC, CON, BRE, AST: 16-bit integers
+    static const std::array<Key, KeyCount> &allKeys();
+    static QString keyName(Key key);
+    static bool isIntegerKey(Key key); // RPC, CON, BRE, AST: 16-bit integers
 
     // The record of reports of `programFolder`/msg.d. Fields start empty and 0.
     explicit ZelvatMsg(const QString &programFolder);
 
-    QString MessageFolder() const { return m_folder; }
+    QString messageFolder() const { return m_folder; }
     // folder + "/" + the name with blanks trimmed + ".911"
-    QString PathFor(const QString &name) const;
+    QString pathFor(const QString &name) const;
 
     // Every text field empty, every integer field 0.
     void Clear();
@@ -49,7 +49,7 @@ public:
     // in the order the folder lists them.
     QString BuildFileList() const;
     // The same names as a list, for walking a large folder.
-    QStringList FileNames() const;
+    QStringList fileNames() const;
 
     // True when the file list holds `name` (blanks trimmed) exactly.
     bool Exists(const QString &name) const;
@@ -58,22 +58,22 @@ public:
 
     // Whether `name` keeps its file inside the message folder: not empty, and no "/", "\"
     // or "..". A name that fails is refused by every file operation.
-    static bool IsSafeName(const QString &name);
+    static bool isSafeName(const QString &name);
 
-    QString LastError() const { return m_lastError; }
-    int Step() const { return m_step; }
+    QString lastError() const { return m_lastError; }
+    int step() const { return m_step; }
 
     // Generic access. Text getters trim blanks; setters store the value trimmed.
-    QString Text(Key key) const;
-    QString RawText(Key key) const { return m_text[index(key)]; }
-    void SetText(Key key, const QString &value);
-    qint16 Number(Key key) const { return m_number[index(key)]; }
-    void SetNumber(Key key, qint16 value) { m_number[index(key)] = value; }
+    QString text(Key key) const;
+    QString rawText(Key key) const { return m_text[index(key)]; }
+    void setText(Key key, const QString &value);
+    qint16 number(Key key) const { return m_number[index(key)]; }
+    void setNumber(Key key, qint16 value) { m_number[index(key)] = value; }
 
     // The property pairs, one per field (RPC has none: only Load sets it and only Fadd writes it).
 #define ZELVAT_TEXT_PROPERTY(K) \
-    QString K() const { return Text(Key::K); } \
-    void set##K(const QString &v) { SetText(Key::K, v); }
+    QString K() const { return text(Key::K); } \
+    void set##K(const QString &v) { setText(Key::K, v); }
     ZELVAT_TEXT_PROPERTY(TYP)
     ZELVAT_TEXT_PROPERTY(ISS)
     ZELVAT_TEXT_PROPERTY(AD1)
@@ -100,15 +100,15 @@ public:
     ZELVAT_TEXT_PROPERTY(EID)
     ZELVAT_TEXT_PROPERTY(MID)
 #undef ZELVAT_TEXT_PROPERTY
-    qint16 CON() const { return Number(Key::CON); }
-    void setCON(qint16 v) { SetNumber(Key::CON, v); }
-    qint16 BRE() const { return Number(Key::BRE); }
-    void setBRE(qint16 v) { SetNumber(Key::BRE, v); }
-    qint16 AST() const { return Number(Key::AST); }
-    void setAST(qint16 v) { SetNumber(Key::AST, v); }
+    qint16 CON() const { return number(Key::CON); }
+    void setCON(qint16 v) { setNumber(Key::CON, v); }
+    qint16 BRE() const { return number(Key::BRE); }
+    void setBRE(qint16 v) { setNumber(Key::BRE, v); }
+    qint16 AST() const { return number(Key::AST); }
+    void setAST(qint16 v) { setNumber(Key::AST, v); }
 
     // The bytes Fadd writes for this record, with the given write stamp after "Version=".
-    QByteArray FileContent(const QString &writeStamp) const;
+    QByteArray fileContent(const QString &writeStamp) const;
 
 private:
     static constexpr int index(Key key) { return static_cast<int>(key); }

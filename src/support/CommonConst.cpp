@@ -2,7 +2,7 @@
 
 namespace Zelvat {
 
-QString VersionText()
+QString versionText()
 {
     return QStringLiteral("%1.%2.%3")
         .arg(ZELVAT_VERSION_MAJOR)
@@ -10,7 +10,7 @@ QString VersionText()
         .arg(ZELVAT_VERSION_PATCH);
 }
 
-QString StateName(int state)
+QString stateName(int state)
 {
     switch (state) {
     case StateReady: return QStringLiteral("Ready");
@@ -21,7 +21,7 @@ QString StateName(int state)
     }
 }
 
-QString FolderCaption(int folder)
+QString folderCaption(int folder)
 {
     switch (folder) {
     case StateAll: return QStringLiteral("All");

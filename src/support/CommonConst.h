@@ -11,7 +11,7 @@ namespace Zelvat {
 inline constexpr char Title[] = "Zelvat Call Taking System";
 
 // "major.minor.revision" without padding, for example 1.0.0.
-QString VersionText();
+QString versionText();
 
 // Report state codes (field AST); 0 is the "All" folder of the list and never stored.
 enum State : qint16 {
@@ -24,11 +24,11 @@ enum State : qint16 {
 };
 
 // "Ready", "Draft", "Deleted", "Submitted" for 2, 6, 8, 9; empty for every other code.
-QString StateName(int state);
+QString stateName(int state);
 
 // Folder captions of the report list: "All", "Ready to Send", "Draft", "Deleted",
 // "Submitted"; empty for a code outside the table.
-QString FolderCaption(int folder);
+QString folderCaption(int folder);
 
 // Character sets of the key filter.
 inline constexpr char SummarySet[] = "abcdefghijklmnopqrstuvwxyz0123456789+-&%.,;/\\(){}[]<>?'-=_ ";

@@ -10,7 +10,7 @@ QDateTime g_fixedNow;
 
 namespace DatetimeLib {
 
-QDateTime Now()
+QDateTime now()
 {
     return g_fixedNow.isValid() ? g_fixedNow : QDateTime::currentDateTime();
 }
@@ -20,37 +20,37 @@ void setFixedNow(const QDateTime &when)
     g_fixedNow = when;
 }
 
-QString Year()
+QString year()
 {
-    return Now().date().toString(QStringLiteral("yy"));
+    return now().date().toString(QStringLiteral("yy"));
 }
 
-QString Day()
+QString day()
 {
-    return StringLib::ZeroPadded(Now().date().dayOfYear(), 3);
+    return StringLib::zeroPadded(now().date().dayOfYear(), 3);
 }
 
-QString Yymmdd(const QDateTime &t)
+QString yymmdd(const QDateTime &t)
 {
     return t.date().toString(QStringLiteral("yyMMdd"));
 }
 
-QString Hhmm(const QDateTime &t)
+QString hhmm(const QDateTime &t)
 {
     return t.time().toString(QStringLiteral("HHmm"));
 }
 
-QString Clock(const QDateTime &t)
+QString clock(const QDateTime &t)
 {
     return t.time().toString(QStringLiteral("HH:mm:ss"));
 }
 
-QString LogStamp(const QDateTime &t)
+QString logStamp(const QDateTime &t)
 {
     return QLocale::c().toString(t, QStringLiteral("dd-MMM-yy HH:mm:ss"));
 }
 
-QString WriteStamp(const QDateTime &t)
+QString writeStamp(const QDateTime &t)
 {
     return t.date().toString(QStringLiteral("yy")) + QString::number(t.date().dayOfYear()) + QLatin1Char(':')
         + t.time().toString(QStringLiteral("HHmmss"));

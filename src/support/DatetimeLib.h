@@ -8,15 +8,15 @@
 namespace DatetimeLib {
 
 // The present local date and time. Tests may fix it with setFixedNow.
-QDateTime Now();
+QDateTime now();
 void setFixedNow(const QDateTime &when); // an invalid QDateTime returns to the real clock
 
-QString Year();                      // "yy" of today: 26
-QString Day();                       // day of the year of today as "000": 005, 326
-QString Yymmdd(const QDateTime &t);  // 261122
-QString Hhmm(const QDateTime &t);    // 1405 (24-hour)
-QString Clock(const QDateTime &t);   // 14:05:09 (24-hour)
-QString LogStamp(const QDateTime &t);   // 22-Nov-26 14:05:09
-QString WriteStamp(const QDateTime &t); // "yyy:hhmmss": two-digit year, day of year, ":", 140509
+QString year();                      // "yy" of today: 26
+QString day();                       // day of the year of today as "000": 005, 326
+QString yymmdd(const QDateTime &t);  // 261122
+QString hhmm(const QDateTime &t);    // 1405 (24-hour)
+QString clock(const QDateTime &t);   // 14:05:09 (24-hour)
+QString logStamp(const QDateTime &t);   // 22-Nov-26 14:05:09
+QString writeStamp(const QDateTime &t); // "yyy:hhmmss": two-digit year, day of year, ":", 140509
 
 } // namespace DatetimeLib

@@ -24,7 +24,7 @@ bool take(const QString &key, const QString &value, const IniKey &k, RunError *e
                 *target = value;
                 return true;
             } else if constexpr (std::is_same_v<T, float>) {
-                const auto v = StringLib::ParseNumber(value);
+                const auto v = StringLib::parseNumber(value);
                 if (v && std::abs(*v) <= FLT_MAX) {
                     *target = float(*v);
                     return true;
@@ -33,7 +33,7 @@ bool take(const QString &key, const QString &value, const IniKey &k, RunError *e
                            : RunError::make(RunError::TypeMismatch, what + QStringLiteral(" is not a number"));
                 return false;
             } else {
-                const auto v = StringLib::ToInteger(value, std::numeric_limits<T>::min(), std::numeric_limits<T>::max(), what,
+                const auto v = StringLib::toInteger(value, std::numeric_limits<T>::min(), std::numeric_limits<T>::max(), what,
                                                     error);
                 if (v)
                     *target = T(*v);
@@ -52,12 +52,12 @@ QList<IniProblem> readIniValues(QStringView text, const QList<IniKey> &keys, boo
     int number = 0;
     QString line;
     while (pos < text.size()) {
-        pos = StringLib::GetLineAt(text, pos, line);
+        pos = StringLib::getLineAt(text, pos, line);
         ++number;
         if (line.isEmpty() || line.startsWith(QLatin1Char('[')))
             continue;
         const qsizetype eq = line.indexOf(QLatin1Char('='));
-        const QString key = StringLib::TrimBlanks(eq < 0 ? QStringView(line) : QStringView(line).first(eq));
+        const QString key = StringLib::trimBlanks(eq < 0 ? QStringView(line) : QStringView(line).first(eq));
         const auto k = std::find_if(keys.begin(), keys.end(), [&](const IniKey &x) { return key == QLatin1String(x.name); });
         if (k == keys.end())
             continue;

@@ -1,6 +1,6 @@
 #include "support/RegistryValue.h"
 
-QString RegistryDwordText(const QByteArray &bytes)
+QString registryDwordText(const QByteArray &bytes)
 {
     QString hex;
     for (qsizetype i = bytes.size() - 1; i >= 0; --i)

@@ -7,4 +7,4 @@
 // the last to the first, each byte's hexadecimal digits without padding (a byte 0x0A adds only
 // "A"), read as one hexadecimal number and given in decimal. The missing padding is the reader's
 // own and is kept: bytes 0A 01 00 00 give "001A", that is 26.
-QString RegistryDwordText(const QByteArray &bytes);
+QString registryDwordText(const QByteArray &bytes);

@@ -5,7 +5,7 @@
 
 namespace StringLib {
 
-qsizetype GetLineAt(QStringView buffer, qsizetype from, QString &line)
+qsizetype getLineAt(QStringView buffer, qsizetype from, QString &line)
 {
     line.clear();
     qsizetype i = from;
@@ -23,7 +23,7 @@ qsizetype GetLineAt(QStringView buffer, qsizetype from, QString &line)
 QString GetLine(QString &buffer)
 {
     QString line;
-    const qsizetype next = GetLineAt(buffer, 0, line);
+    const qsizetype next = getLineAt(buffer, 0, line);
     buffer.remove(0, next);
     return line;
 }
@@ -37,7 +37,7 @@ QString GetBuffer(qsizetype count, QString &buffer)
     return piece;
 }
 
-QString StripTrailingBreaks(const QString &text)
+QString stripTrailingBreaks(const QString &text)
 {
     qsizetype n = text.size();
     while (n > 0 && (text[n - 1] == QLatin1Char('\r') || text[n - 1] == QLatin1Char('\n')))
@@ -45,7 +45,7 @@ QString StripTrailingBreaks(const QString &text)
     return text.left(n);
 }
 
-QString TrimBlanks(QStringView text)
+QString trimBlanks(QStringView text)
 {
     qsizetype start = 0;
     qsizetype end = text.size();
@@ -56,7 +56,7 @@ QString TrimBlanks(QStringView text)
     return text.mid(start, end - start).toString();
 }
 
-QString ProperCase(QStringView text)
+QString properCase(QStringView text)
 {
     QString out;
     out.reserve(text.size());
@@ -69,9 +69,9 @@ QString ProperCase(QStringView text)
     return out;
 }
 
-std::optional<double> ParseNumber(QStringView text)
+std::optional<double> parseNumber(QStringView text)
 {
-    QString t = TrimBlanks(text);
+    QString t = trimBlanks(text);
     if (t.startsWith(QLatin1Char('+')))
         t.remove(0, 1);
     if (t.isEmpty())
@@ -89,12 +89,12 @@ std::optional<double> ParseNumber(QStringView text)
     return v;
 }
 
-bool IsNumeric(QStringView text)
+bool isNumeric(QStringView text)
 {
-    return ParseNumber(text).has_value();
+    return parseNumber(text).has_value();
 }
 
-std::optional<qint64> ToInteger(QStringView text, qint64 min, qint64 max, const QString &what, RunError *error)
+std::optional<qint64> toInteger(QStringView text, qint64 min, qint64 max, const QString &what, RunError *error)
 {
     // Plain whole numbers, nearly every value there is, without the general parser.
     {
@@ -120,7 +120,7 @@ std::optional<qint64> ToInteger(QStringView text, qint64 min, qint64 max, const 
                 return v;
         }
     }
-    const auto number = ParseNumber(text);
+    const auto number = parseNumber(text);
     if (!number) {
         if (error)
             *error = RunError::make(RunError::TypeMismatch, what + QStringLiteral(" is not a number"));
@@ -137,7 +137,7 @@ std::optional<qint64> ToInteger(QStringView text, qint64 min, qint64 max, const 
     return qint64(rounded);
 }
 
-QString ZeroPadded(qint64 value, int digits)
+QString zeroPadded(qint64 value, int digits)
 {
     const QString body = QString::number(value < 0 ? -value : value).rightJustified(digits, QLatin1Char('0'));
     return value < 0 ? QLatin1Char('-') + body : body;

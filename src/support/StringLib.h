@@ -19,36 +19,36 @@ QString GetLine(QString &buffer);
 // The same walk as GetLine, over `buffer` from `from` onward, without copying the rest:
 // stores the line in `line` and returns the position after the CR that ended it (or the
 // buffer's size). For loops over large buffers.
-qsizetype GetLineAt(QStringView buffer, qsizetype from, QString &line);
+qsizetype getLineAt(QStringView buffer, qsizetype from, QString &line);
 
 // Takes the first `count` characters off the front of `buffer` (all of it when shorter).
 QString GetBuffer(qsizetype count, QString &buffer);
 
 // The text without the CR and LF characters at its end.
-QString StripTrailingBreaks(const QString &text);
+QString stripTrailingBreaks(const QString &text);
 
 // The text without blanks (spaces) at either end; tabs and other characters stay.
-QString TrimBlanks(QStringView text);
+QString trimBlanks(QStringView text);
 
 // First letter of every word upper case, every other letter lower case. Words are separated
 // by blanks, tabs and line breaks only, so "o'neil-smith" becomes "O'neil-smith".
-QString ProperCase(QStringView text);
+QString properCase(QStringView text);
 
 // A number written as text, the way the settings and report files hold numbers: blanks
 // around it, an optional sign, digits, an optional fraction and exponent. nullopt when the
 // text is not such a number.
-std::optional<double> ParseNumber(QStringView text);
+std::optional<double> parseNumber(QStringView text);
 
-// True when ParseNumber accepts the text.
-bool IsNumeric(QStringView text);
+// True when parseNumber accepts the text.
+bool isNumeric(QStringView text);
 
 // Conversion of a file value to an integer in [min, max], rounding a fraction half to even.
 // Text that is no number gives Type mismatch, a number out of range gives Overflow; `what`
 // names the value in the error's description (for example "line 4, CON=abc").
-std::optional<qint64> ToInteger(QStringView text, qint64 min, qint64 max, const QString &what, RunError *error);
+std::optional<qint64> toInteger(QStringView text, qint64 min, qint64 max, const QString &what, RunError *error);
 
 // A non-negative or negative number written with at least `digits` digits, zero-padded after
 // the sign: (7, 3) gives 007, (1234, 3) gives 1234, (-5, 3) gives -005.
-QString ZeroPadded(qint64 value, int digits);
+QString zeroPadded(qint64 value, int digits);
 
 } // namespace StringLib

@@ -45,13 +45,13 @@ namespace ZelvatLogLib {
 void SetupLog(const QString &programFolder, bool writeHeader)
 {
     g_enabled = false;
-    const QDateTime now = DatetimeLib::Now();
-    g_logPath = QDir(programFolder).filePath(QStringLiteral("logs/Zelvat_") + DatetimeLib::Yymmdd(now)
+    const QDateTime now = DatetimeLib::now();
+    g_logPath = QDir(programFolder).filePath(QStringLiteral("logs/Zelvat_") + DatetimeLib::yymmdd(now)
                                              + QStringLiteral(".log"));
     QStringList header;
     if (writeHeader) {
         header << kSeparator
-               << DatetimeLib::LogStamp(now) + QStringLiteral(": Zelvat v") + Zelvat::VersionText()
+               << DatetimeLib::logStamp(now) + QStringLiteral(": Zelvat v") + Zelvat::versionText()
                << kSeparator;
     }
     RunError error;
@@ -68,8 +68,8 @@ void WriteLogLine(const QString &text)
         return;
     QString body = text;
     body.remove(QStringLiteral("\r\n"));
-    const QString line = StringLib::TrimBlanks(DatetimeLib::LogStamp(DatetimeLib::Now()) + QStringLiteral(": ")
-                                               + StringLib::TrimBlanks(body));
+    const QString line = StringLib::trimBlanks(DatetimeLib::logStamp(DatetimeLib::now()) + QStringLiteral(": ")
+                                               + StringLib::trimBlanks(body));
     RunError error;
     if (!appendLines({line}, &error)) {
         g_enabled = false;
@@ -78,17 +78,17 @@ void WriteLogLine(const QString &text)
     }
 }
 
-bool LoggingEnabled()
+bool loggingEnabled()
 {
     return g_enabled;
 }
 
-QString LogPath()
+QString logPath()
 {
     return g_logPath;
 }
 
-void ResetLog()
+void resetLog()
 {
     g_enabled = false;
     g_logPath.clear();

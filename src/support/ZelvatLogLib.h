@@ -17,10 +17,10 @@ void SetupLog(const QString &programFolder, bool writeHeader);
 // disables logging for the rest of the session.
 void WriteLogLine(const QString &text);
 
-bool LoggingEnabled();
-QString LogPath();
+bool loggingEnabled();
+QString logPath();
 
 // Disables logging and forgets the path (tests start each case afresh with it).
-void ResetLog();
+void resetLog();
 
 } // namespace ZelvatLogLib

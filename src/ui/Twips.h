@@ -7,21 +7,21 @@
 // pixels. One conversion each way, at the widget's logical resolution.
 namespace Twips {
 
-inline int ToPixels(const QWidget *w, double twips)
+inline int toPixels(const QWidget *w, double twips)
 {
     return int(std::lround(twips * w->logicalDpiX() / 1440.0));
 }
 
-inline double FromPixels(const QWidget *w, int pixels)
+inline double fromPixels(const QWidget *w, int pixels)
 {
     return pixels * 1440.0 / w->logicalDpiX();
 }
 
-inline void Place(QWidget *w, double left, double top, double width, double height)
+inline void place(QWidget *w, double left, double top, double width, double height)
 {
     const QWidget *ref = w->parentWidget() ? w->parentWidget() : w;
-    w->setGeometry(ToPixels(ref, left), ToPixels(ref, top), std::max(0, ToPixels(ref, width)),
-                   std::max(0, ToPixels(ref, height)));
+    w->setGeometry(toPixels(ref, left), toPixels(ref, top), std::max(0, toPixels(ref, width)),
+                   std::max(0, toPixels(ref, height)));
 }
 
 } // namespace Twips

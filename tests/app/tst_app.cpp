@@ -68,7 +68,7 @@ void TestApp::init()
 {
     m_dir = std::make_unique<QTemporaryDir>();
     QString why;
-    QVERIFY(ProgramFolder::Prepare(m_dir->path(), &why));
+    QVERIFY(ProgramFolder::prepare(m_dir->path(), &why));
     QSettings s(QSettings::NativeFormat, QSettings::UserScope, Zelvat::Title);
     s.clear();
     s.sync();
@@ -101,7 +101,7 @@ void TestApp::report(const QString &name, int ast, const QString &city, const QS
 QStringList TestApp::column(frmZelvatmain &w, int c) const
 {
     QStringList cells;
-    const QAbstractItemModel *rows = w.ListRows();
+    const QAbstractItemModel *rows = w.listRows();
     for (int r = 0; r < rows->rowCount(); ++r)
         cells << rows->index(r, c).data().toString();
     return cells;
@@ -112,14 +112,14 @@ void TestApp::firstStartWithAnEmptyStore()
     auto w = start();
     QCOMPARE(w->pos(), QPoint(px(*w, 105), px(*w, 105)));
     QCOMPARE(w->size(), QSize(px(*w, 11235), px(*w, 7200)));
-    QCOMPARE(w->ColumnWidths(), (std::array<qint32, 8>{1, 1000, 1000, 1000, 2000, 4000, 2000, 2000}));
-    QCOMPARE(w->CurrentFolder(), 2);
+    QCOMPARE(w->columnWidths(), (std::array<qint32, 8>{1, 1000, 1000, 1000, 2000, 4000, 2000, 2000}));
+    QCOMPARE(w->currentFolder(), 2);
     QCOMPARE(w->lblCurrentFolder->text(), QString("  Ready to Send"));
     QCOMPARE(m_stationDialogs, 1);
-    QCOMPARE(w->windowTitle(), "Zelvat Call Taking System v" + Zelvat::VersionText());
-    QCOMPARE(w->StatusText(), QString("Items: 0"));
+    QCOMPARE(w->windowTitle(), "Zelvat Call Taking System v" + Zelvat::versionText());
+    QCOMPARE(w->statusText(), QString("Items: 0"));
     QVERIFY(QFile::exists(m_dir->path() + "/Zelvatcts.ini"));
-    QVERIFY(QFile::exists(m_dir->path() + "/logs/Zelvat_" + DatetimeLib::Yymmdd(DatetimeLib::Now()) + ".log"));
+    QVERIFY(QFile::exists(m_dir->path() + "/logs/Zelvat_" + DatetimeLib::yymmdd(DatetimeLib::now()) + ".log"));
     QVERIFY(!w->LV->isEnabled() || w->LV->focusPolicy() == Qt::NoFocus); // an empty list takes no keys
     w->close();
     QSettings s = store();
@@ -160,9 +160,9 @@ void TestApp::columnWidthsComeBackRoundedHalfToEven()
         s.setValue("MainTop", "1e99"); // no placement a window can take
     }
     auto w = start();
-    QCOMPARE(w->ColumnWidths()[1], 1500);
-    QCOMPARE(w->ColumnWidths()[2], 1502);
-    QCOMPARE(w->ColumnWidths()[3], 1000);
+    QCOMPARE(w->columnWidths()[1], 1500);
+    QCOMPARE(w->columnWidths()[2], 1502);
+    QCOMPARE(w->columnWidths()[3], 1000);
     QCOMPARE(w->pos().y(), px(*w, 105));
     QCOMPARE(capture.notices.size(), 1);
     const QString text = capture.notices[0].text;
@@ -189,8 +189,8 @@ void TestApp::foldersFilterTheList()
     for (const auto &[folder, names] : expected) {
         QTest::mouseClick(w->cmdFolder[folder], Qt::LeftButton);
         QCOMPARE(column(*w, 0), names);
-        QCOMPARE(w->lblCurrentFolder->text(), "  " + Zelvat::FolderCaption(folder));
-        QCOMPARE(w->StatusText(), "Items: " + QString::number(names.size()));
+        QCOMPARE(w->lblCurrentFolder->text(), "  " + Zelvat::folderCaption(folder));
+        QCOMPARE(w->statusText(), "Items: " + QString::number(names.size()));
     }
     QTest::mouseClick(w->cmdFolder[0], Qt::LeftButton);
     QCOMPARE(column(*w, 1), (QStringList{"Ready", "Draft", "Deleted", "Submitted", ""}));
@@ -234,13 +234,13 @@ void TestApp::deleteInAllThenInDeleted()
     QTest::mouseClick(w->cmdFolder[0], Qt::LeftButton);
     w->LV->selectAll();
     QTest::mouseClick(w->cmdDelete, Qt::LeftButton);
-    QCOMPARE(w->ListModel()->rowCount(), 0);
-    QCOMPARE(w->StatusText(), QString("Items: 2")); // the count changes on the next refill
+    QCOMPARE(w->listModel()->rowCount(), 0);
+    QCOMPARE(w->statusText(), QString("Items: 2")); // the count changes on the next refill
     w->BuildNewMsgList();
     QCOMPARE(column(*w, 1), (QStringList{"Deleted", "Deleted"}));
     QVERIFY(readFile(m_dir->path() + "/msg.d/R1.911").contains("AST=8"));
     QTest::mouseClick(w->cmdFolder[8], Qt::LeftButton);
-    w->LV->selectionModel()->select(w->ListRows()->index(0, 0), QItemSelectionModel::Select | QItemSelectionModel::Rows);
+    w->LV->selectionModel()->select(w->listRows()->index(0, 0), QItemSelectionModel::Select | QItemSelectionModel::Rows);
     QTest::mouseClick(w->cmdDelete, Qt::LeftButton);
     QVERIFY(!QFile::exists(m_dir->path() + "/msg.d/R1.911"));
     QVERIFY(QFile::exists(m_dir->path() + "/msg.d/R2.911"));
@@ -253,7 +253,7 @@ void TestApp::deleteKeyDeletesTheSelection()
     report("R1", 2, "A");
     report("R2", 2, "B");
     auto w = start();
-    w->LV->selectionModel()->select(w->ListRows()->index(1, 0), QItemSelectionModel::Select | QItemSelectionModel::Rows);
+    w->LV->selectionModel()->select(w->listRows()->index(1, 0), QItemSelectionModel::Select | QItemSelectionModel::Rows);
     QTest::keyClick(w->LV, Qt::Key_Delete);
     QCOMPARE(column(*w, 0), QStringList{"R1"});
     QVERIFY(readFile(m_dir->path() + "/msg.d/R2.911").contains("AST=8"));
@@ -270,7 +270,7 @@ void TestApp::fontSizeSurvivesARestart()
     }
     QVERIFY(readFile(m_dir->path() + "/Zelvatcts.ini").contains("\r\nLvf=13\r\n"));
     auto again = start();
-    QCOMPARE(again->ListFontSize(), 13.0);
+    QCOMPARE(again->listFontSize(), 13.0);
     QTest::mouseClick(again->cmdSmaller, Qt::LeftButton);
     QCOMPARE(again->LV->font().pointSizeF(), 12.0);
     again->mnuResetFont_Click();
@@ -282,12 +282,12 @@ void TestApp::packAndResetColumns()
     report("R1", 2, "A rather long city name for a column");
     auto w = start();
     w->mnuPackColumns_Click();
-    QCOMPARE(w->ColumnWidths()[0], 1); // the file-name column stays hidden
+    QCOMPARE(w->columnWidths()[0], 1); // the file-name column stays hidden
     QVERIFY(w->LV->header()->sectionSize(6) >= w->LV->header()->sectionSizeHint(6));
     QVERIFY(w->LV->header()->sectionSize(6) >= w->LV->fontMetrics().horizontalAdvance("A rather long city name"));
     w->mnuResetColumns_Click();
-    QCOMPARE(w->ColumnWidths(), (std::array<qint32, 8>{1, 1000, 1000, 1000, 2000, 4000, 2000, 2000}));
-    QCOMPARE(w->ListModel()->rowCount(), 1); // the rows stay
+    QCOMPARE(w->columnWidths(), (std::array<qint32, 8>{1, 1000, 1000, 1000, 2000, 4000, 2000, 2000}));
+    QCOMPARE(w->listModel()->rowCount(), 1); // the rows stay
 }
 
 void TestApp::unreadableReportsAreReportedOnce()
@@ -300,7 +300,7 @@ void TestApp::unreadableReportsAreReportedOnce()
     QCOMPARE(capture.notices.size(), 1);
     QVERIFY(capture.notices[0].text.startsWith("30 report files could not be read:"));
     QVERIFY(capture.notices[0].text.contains("... and 20 more"));
-    QCOMPARE(w->ListModel()->rowCount(), 31); // rows for what could be read
+    QCOMPARE(w->listModel()->rowCount(), 31); // rows for what could be read
     QTest::mouseClick(w->cmdFolder[0], Qt::LeftButton);
     QTest::mouseClick(w->cmdFolder[2], Qt::LeftButton);
     QCOMPARE(capture.notices.size(), 1); // not again on every refill
@@ -338,7 +338,7 @@ void TestApp::configPanelInProperCase()
     writeFile(m_dir->path() + "/Zelvatcts.ini", "[GENERAL OPTIONS]\r\nNam=PAT SMITH\r\nUid=1234\r\nLoc=EOC1\r\n");
     auto w = start();
     QCOMPARE(w->sbrConfig->text(), QString("Name: Pat Smith -- UID: 1234 -- LOC: EOC1"));
-    w->Station().Loc = "EOC2";
+    w->station().Loc = "EOC2";
     w->mnuStationID_Click();
     QCOMPARE(m_stationDialogs, 2);
     QCOMPARE(w->sbrConfig->text(), QString("Name: Pat Smith -- UID: 1234 -- LOC: EOC2"));
@@ -349,7 +349,7 @@ void TestApp::newReportAndDoubleClickOpenTheForm()
     report("R1", 2, "A");
     auto w = start();
     QTest::mouseClick(w->cmdMorvel, Qt::LeftButton);
-    w->LV->setCurrentIndex(w->ListRows()->index(0, 3));
+    w->LV->setCurrentIndex(w->listRows()->index(0, 3));
     w->LV_DblClick();
     QCOMPARE(m_opened, (QStringList{"NEW", "R1"}));
 }

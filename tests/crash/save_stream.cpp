@@ -21,10 +21,10 @@ int main(int argc, char *argv[])
         return 2;
     const QString folder = QString::fromLocal8Bit(argv[1]);
     QString why;
-    if (!ProgramFolder::Prepare(folder, &why))
+    if (!ProgramFolder::prepare(folder, &why))
         return 1;
-    ZelvatIni ini(ProgramFolder::StationFile(folder));
-    ini.Load();
+    ZelvatIni ini(ProgramFolder::stationFile(folder));
+    ini.load();
     ZelvatMsg msg(folder);
     std::puts("saving");
     std::fflush(stdout);
@@ -34,7 +34,7 @@ int main(int argc, char *argv[])
             if (!msg.Fadd())
                 return 1;
         }
-        if (generation % 4 == 0 && !EventNumbers::NewEventPair(ini, msg, &why))
+        if (generation % 4 == 0 && !EventNumbers::newEventPair(ini, msg, &why))
             ini.Eno = 100; // wrapped past the largest number: start again
     }
 }

@@ -57,13 +57,13 @@ void TestCrash::killedWhileSavingLosesNothing()
             lastGeneration[r] = g;
             ZelvatMsg expected(dir.path());
             CrashReport::Fill(expected, r, g);
-            for (ZelvatMsg::Key k : ZelvatMsg::AllKeys()) {
-                QCOMPARE(msg.Text(k), expected.Text(k));
-                QCOMPARE(msg.Number(k), expected.Number(k));
+            for (ZelvatMsg::Key k : ZelvatMsg::allKeys()) {
+                QCOMPARE(msg.text(k), expected.text(k));
+                QCOMPARE(msg.number(k), expected.number(k));
             }
         }
-        ZelvatIni ini(ProgramFolder::StationFile(dir.path()));
-        QVERIFY(ini.Load());
+        ZelvatIni ini(ProgramFolder::stationFile(dir.path()));
+        QVERIFY(ini.load());
         QVERIFY(ini.Eno >= lastEno || ini.Eno <= 101); // only a deliberate wrap goes back
         lastEno = ini.Eno;
     }

@@ -316,7 +316,7 @@ void TestDialogs::aboutBox()
 {
     frmAbout d;
     QCOMPARE(d.windowTitle(), QString("About Zelvat Call Taking System"));
-    QCOMPARE(d.lblVersion->text(), "Version " + Zelvat::VersionText());
+    QCOMPARE(d.lblVersion->text(), "Version " + Zelvat::versionText());
     QCOMPARE(d.lblTitle->text(), QString("Zelvat Call Taking System"));
     QVERIFY(d.lblDescription->text().startsWith("Copyright "));
     QVERIFY(d.lblDescription->text().endsWith("\r\nAll rights reserved."));
@@ -338,12 +338,12 @@ void TestDialogs::registryNumberText()
 {
     QFETCH(QByteArray, bytes);
     QFETCH(QString, text);
-    QCOMPARE(RegistryDwordText(bytes), text);
+    QCOMPARE(registryDwordText(bytes), text);
 }
 
 void TestDialogs::noteClosesByItself()
 {
-    QPointer<frmNote> note = frmNote::Instance();
+    QPointer<frmNote> note = frmNote::instance();
     QVERIFY(note->isVisible());
     // A clock elsewhere in the program keeps ticking while the note waits, and sees it up.
     int ticks = 0;
@@ -365,7 +365,7 @@ void TestDialogs::noteClosesByItself()
 
 void TestDialogs::noteCalledAgainClosesWithTheInnerCall()
 {
-    QPointer<frmNote> note = frmNote::Instance();
+    QPointer<frmNote> note = frmNote::instance();
     bool innerReturned = false;
     bool visibleAfterInner = true;
     QString textDuringInner;

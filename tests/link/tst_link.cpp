@@ -65,14 +65,14 @@ void TestLink::init()
 
 void TestLink::cleanup()
 {
-    ZelvatLogLib::ResetLog();
+    ZelvatLogLib::resetLog();
     DatetimeLib::setFixedNow({});
 }
 
 QStringList TestLink::logLines() const
 {
     QStringList lines;
-    for (const QByteArray &l : readFile(ZelvatLogLib::LogPath()).split('\n')) {
+    for (const QByteArray &l : readFile(ZelvatLogLib::logPath()).split('\n')) {
         if (!l.isEmpty())
             lines << QString::fromLatin1(l.mid(20)).trimmed(); // after "15-Jan-26 14:32:00: "
     }
@@ -156,12 +156,12 @@ void TestLink::body()
     for (const QString &c : changes) {
         const QString key = c.section('=', 0, 0);
         const QString value = c.section('=', 1);
-        const auto k = *std::find_if(ZelvatMsg::AllKeys().begin(), ZelvatMsg::AllKeys().end(),
-                                     [&](ZelvatMsg::Key x) { return ZelvatMsg::KeyName(x) == key; });
-        if (ZelvatMsg::IsIntegerKey(k))
-            r.SetNumber(k, qint16(value.toInt()));
+        const auto k = *std::find_if(ZelvatMsg::allKeys().begin(), ZelvatMsg::allKeys().end(),
+                                     [&](ZelvatMsg::Key x) { return ZelvatMsg::keyName(x) == key; });
+        if (ZelvatMsg::isIntegerKey(k))
+            r.setNumber(k, qint16(value.toInt()));
         else
-            r.SetText(k, value);
+            r.setText(k, value);
     }
     const QString body = MessageText::BuildBody(r, contact);
     QVERIFY(body.endsWith("\r\nEVNT=0042"));
@@ -256,25 +256,25 @@ void TestLink::checkReplyPrompts()
     QFETCH(QStringList, chunks);
     QFETCH(bool, reply);
     ServerSession session(m_ini.get());
-    session.SetPromptState(prompt);
+    session.setPromptState(prompt);
     for (const QString &c : chunks)
         session.CheckReply(c);
-    QCOMPARE(session.ReplyFlag(), reply);
-    QCOMPARE(session.ReceiveBuffer(), chunks.join(QString()));
+    QCOMPARE(session.replyFlag(), reply);
+    QCOMPARE(session.receiveBuffer(), chunks.join(QString()));
 }
 
 void TestLink::promptAfterAFloodIsFound()
 {
     ServerSession session(m_ini.get());
-    session.SetPromptState(ServerSession::PromptOk);
+    session.setPromptState(ServerSession::PromptOk);
     const QString block(64 * 1024, 'x');
     for (int i = 0; i < 160; ++i) // 10 MB in 64 kB pieces
         session.CheckReply(block);
-    QVERIFY(!session.ReplyFlag());
-    QVERIFY(session.ReceiveBuffer().size() <= 2 * 1024 * 1024); // only the end is kept
+    QVERIFY(!session.replyFlag());
+    QVERIFY(session.receiveBuffer().size() <= 2 * 1024 * 1024); // only the end is kept
     session.CheckReply("O");
     session.CheckReply("K>");
-    QVERIFY(session.ReplyFlag());
+    QVERIFY(session.replyFlag());
 }
 
 void TestLink::gpTimerIsCapped_data()
@@ -293,8 +293,8 @@ void TestLink::gpTimerIsCapped()
     QFETCH(int, armed);
     ServerSession session(m_ini.get());
     session.StartGpTimer(asked);
-    QVERIFY(session.GpTimerRunning());
-    QCOMPARE(session.GpTimerInterval(), armed);
+    QVERIFY(session.gpTimerRunning());
+    QCOMPARE(session.gpTimerInterval(), armed);
 }
 
 // --- sessions -------------------------------------------------------------------------------
@@ -308,7 +308,7 @@ void TestLink::normalSession()
     connect(&session, &ServerSession::status, [&](const QString &s) { statuses << s; });
     const QString envelope = MessageText::BuildEnvelope("TYPE=MED\r\nEVNT=1", "S1", "NONE");
     QVERIFY(session.SeqTndirect(envelope, "S1"));
-    QVERIFY(!session.Busy());
+    QVERIFY(!session.busy());
     QTRY_COMPARE(server->received(), QByteArray(envelope.toLatin1() + "\r\nQUIT\r\n"));
     QCOMPARE(statuses, (QStringList{"Trying to Connect...", "Trying to Connect... connected!", "Sending message...",
                                     "Sending message... sent", "Disconnecting... ", "Zelvat Call Taking Ready"}));
@@ -335,12 +335,12 @@ void TestLink::silentServerWaitsUntilCancelled()
     connect(&session, &ServerSession::status, [&](const QString &s) { statuses << s; });
     bool waitingAfterBound = false;
     QTimer::singleShot(1500, &session, [&] {
-        waitingAfterBound = session.Busy() && !session.ReplyFlag() && statuses.last() == "Sending message...";
-        session.Cancel("test over");
+        waitingAfterBound = session.busy() && !session.replyFlag() && statuses.last() == "Sending message...";
+        session.cancel("test over");
     });
     QVERIFY(!session.SeqTndirect("E!/ADDON!", "S"));
     QVERIFY(waitingAfterBound);
-    QVERIFY(!session.Busy());
+    QVERIFY(!session.busy());
     QCOMPARE(statuses.mid(statuses.size() - 3),
              (QStringList{"SendMessages: Lost connection", "Disconnecting... ", "Disconnecting, error during Sending messages"}));
     QVERIFY(logLines().contains("Session aborted: test over"));
@@ -356,8 +356,8 @@ void TestLink::droppedConnectionStillWaits()
     ServerSession session(m_ini.get());
     bool waiting = false;
     QTimer::singleShot(800, &session, [&] {
-        waiting = session.Busy();
-        session.Cancel("gave up");
+        waiting = session.busy();
+        session.cancel("gave up");
     });
     QVERIFY(!session.SeqTndirect("E!/ADDON!", "S"));
     QVERIFY(waiting);
@@ -396,7 +396,7 @@ void TestLink::secondSessionWaitsForItsOwnPrompt()
     // The same session against a server that never answers: the prompt of the first must not count.
     auto silent = Loopback::start(LoopbackServer::Mode::Silent);
     m_ini->Prt = QString::number(silent->port());
-    QTimer::singleShot(700, &session, [&] { session.Cancel("test over"); });
+    QTimer::singleShot(700, &session, [&] { session.cancel("test over"); });
     QVERIFY(!session.SeqTndirect("B!/ADDON!", "B"));
     QCOMPARE(silent->connections(), 1);
 }

@@ -91,20 +91,20 @@ void TestReportForm::init()
 {
     m_dir = std::make_unique<QTemporaryDir>();
     QString why;
-    QVERIFY(ProgramFolder::Prepare(m_dir->path(), &why));
-    m_ini = std::make_unique<ZelvatIni>(ProgramFolder::StationFile(m_dir->path()));
-    m_ini->Load();
+    QVERIFY(ProgramFolder::prepare(m_dir->path(), &why));
+    m_ini = std::make_unique<ZelvatIni>(ProgramFolder::stationFile(m_dir->path()));
+    m_ini->load();
     m_ini->Lid = "SPF";
     m_ini->Uid = "KN1ABC";
     m_ini->Loc = "EOC";
     m_refreshes = 0;
-    frmZelvatcts::ClearLastUsed();
+    frmZelvatcts::clearLastUsed();
     DatetimeLib::setFixedNow(QDateTime(QDate(2026, 11, 16), QTime(14, 5, 0)));
 }
 
 void TestReportForm::cleanup()
 {
-    if (frmZelvatcts *f = frmZelvatcts::Current())
+    if (frmZelvatcts *f = frmZelvatcts::current())
         f->close();
     QTest::qWait(0);
     DatetimeLib::setFixedNow({});
@@ -113,7 +113,7 @@ void TestReportForm::cleanup()
 frmZelvatcts *TestReportForm::open(const QString &eventRecord)
 {
     ReportFormContext context{m_dir->path(), m_ini.get(), [this] { ++m_refreshes; }};
-    return frmZelvatcts::Open(context, eventRecord);
+    return frmZelvatcts::open(context, eventRecord);
 }
 
 void TestReportForm::writeReport(const QString &name, const QByteArray &extra, int ast, const QString &typ)
@@ -161,7 +161,7 @@ void TestReportForm::stateTable()
     QFETCH(bool, submitOn);
     writeReport("R1", "", ast);
     frmZelvatcts *f = open("R1");
-    QCOMPARE(f->ReportState(), ast);
+    QCOMPARE(f->reportState(), ast);
     QCOMPARE(f->windowTitle(), QString("Zelvat - Report form"));
     QCOMPARE(f->Label22->text(), caption);
     QCOMPARE(f->cmdSave->text(), saveCaption);
@@ -205,8 +205,8 @@ void TestReportForm::updateReopensASubmittedReport()
     QVERIFY(!f->cmdSubmit->isEnabled());
     QTest::mouseClick(f->cmdSave, Qt::LeftButton);
     QVERIFY(f->isVisible());
-    QVERIFY(f->UpdateFlag());
-    QCOMPARE(f->ReportState(), 1);
+    QVERIFY(f->updateFlag());
+    QCOMPARE(f->reportState(), 1);
     QCOMPARE(f->cmdSave->text(), QString("Save"));
     QVERIFY(f->cmdSubmit->isEnabled());
     QCOMPARE(f->Label22->text(), QString("New Report"));
@@ -349,7 +349,7 @@ void TestReportForm::loadingSelectsTypes()
     QCOMPARE(f->BuildTypeList(), selected);
     QCOMPARE(f->SSTab1->currentIndex(), currentTab);
     for (int i = 0; i < 4; ++i) {
-        const bool on = f->TypeSelected(i);
+        const bool on = f->typeSelected(i);
         QCOMPARE(f->cmdRtype[i]->text().endsWith(">>"), on);
         QCOMPARE(f->cmdRtype[i]->font().bold(), on);
         QCOMPARE(f->SSTab1->isTabEnabled(i), on);
@@ -389,8 +389,8 @@ void TestReportForm::medicalAnswersFromTheFile()
     QFETCH(int, breathing);
     writeReport("M1", answers, 6);
     frmZelvatcts *f = open("M1");
-    QCOMPARE(int(f->ConsciousAnswer()), conscious);
-    QCOMPARE(int(f->BreathingAnswer()), breathing);
+    QCOMPARE(int(f->consciousAnswer()), conscious);
+    QCOMPARE(int(f->breathingAnswer()), breathing);
     for (int i = 0; i < 2; ++i) {
         QCOMPARE(f->optCons[i]->isChecked(), conscious == i);
         QCOMPARE(f->optBrea[i]->isChecked(), breathing == i);
@@ -478,10 +478,10 @@ void TestReportForm::typingClearsHighlights()
     frmZelvatcts *f = open("NEW");
     QCOMPARE(base(f->txtHeader[0]), kRequired); // empty required boxes start light red
     QCOMPARE(base(f->txtHeader[2]), QApplication::palette().color(QPalette::Base));
-    f->SetStatus("Missing data in a required field");
+    f->setStatus("Missing data in a required field");
     QTest::keyClicks(f->txtHeader[0], "x");
     QCOMPARE(base(f->txtHeader[0]), QApplication::palette().color(QPalette::Base));
-    QCOMPARE(f->StatusText(), QString());
+    QCOMPARE(f->statusText(), QString());
     // Either part of the reporting person's reach clears both.
     QPalette p = f->txtHeader[5]->palette();
     p.setColor(QPalette::Base, kMissing);
@@ -527,7 +527,7 @@ void TestReportForm::submitAWholeMedicalReport()
     QTest::mouseClick(f->optCons[1], Qt::LeftButton);
     QTest::mouseClick(f->optBrea[0], Qt::LeftButton);
     QStringList statuses;
-    connect(f->Session(), &ServerSession::status, [&](const QString &t) { statuses << t; });
+    connect(f->session(), &ServerSession::status, [&](const QString &t) { statuses << t; });
     QTest::mouseClick(f->cmdSubmit, Qt::LeftButton);
     QTest::qWait(0);
     QVERIFY(!guard || !guard->isVisible());
@@ -610,7 +610,7 @@ void TestReportForm::requiredFieldsBlockSubmission()
     for (const QString &name : fill)
         QTest::keyClicks(f->findChild<QWidget *>(name), "x");
     QTest::mouseClick(f->cmdSubmit, Qt::LeftButton);
-    QCOMPARE(f->StatusText(), QString("Missing data in a required field"));
+    QCOMPARE(f->statusText(), QString("Missing data in a required field"));
     QVERIFY(QDir(m_dir->path() + "/msg.d").isEmpty()); // nothing saved
     for (const QString &name : yellow) {
         QWidget *w = f->findChild<QWidget *>(name);
@@ -654,10 +654,10 @@ void TestReportForm::failedSendLeavesItReady()
     fillLgovReport(f);
     QTest::mouseClick(f->cmdSubmit, Qt::LeftButton);
     QVERIFY(f->isVisible());
-    QCOMPARE(f->ReportState(), 2);
+    QCOMPARE(f->reportState(), 2);
     QCOMPARE(f->Label22->text(), QString("Ready, not Submitted"));
     QVERIFY(!f->cmdSave->isEnabled());
-    QCOMPARE(f->StatusText(), QString("Message transfer problem"));
+    QCOMPARE(f->statusText(), QString("Message transfer problem"));
     QCOMPARE(capture.noticeTexts(), QStringList{"CmdSubmit: SendToClient Failed"});
     QVERIFY(readFile(msgPath("SPF26320.100")).contains("\r\nAST=2\r\n"));
     // The operator tries again once the server is back.
@@ -679,7 +679,7 @@ void TestReportForm::closingDuringAWaitKeepsItReady()
     fillLgovReport(f);
     bool waited = false;
     QTimer::singleShot(600, [&] {
-        waited = guard && guard->Session()->Busy();
+        waited = guard && guard->session()->busy();
         guard->close(); // the operator closes the window while the session waits for "OK>"
     });
     QTest::mouseClick(f->cmdSubmit, Qt::LeftButton);
@@ -740,10 +740,10 @@ void TestReportForm::misbehavingServerNeverFreezesTheWindow()
 
 void TestReportForm::layoutFollowsTheWidth()
 {
-    FormLayout a = FormLayout::Design();
-    FormLayout b = FormLayout::Design();
-    QVERIFY(a.Resize(FormLayout::DesignWidth, FormLayout::DesignHeight, 300));
-    QVERIFY(b.Resize(FormLayout::DesignWidth + 2000, FormLayout::DesignHeight + 500, 300));
+    FormLayout a = FormLayout::design();
+    FormLayout b = FormLayout::design();
+    QVERIFY(a.resize(FormLayout::DesignWidth, FormLayout::DesignHeight, 300));
+    QVERIFY(b.resize(FormLayout::DesignWidth + 2000, FormLayout::DesignHeight + 500, 300));
     QCOMPARE(b.Frame2.left - a.Frame2.left, 1000.0);
     QCOMPARE(b.Frame1.width - a.Frame1.width, 1000.0);
     QCOMPARE(b.Frame2.width - a.Frame2.width, 1000.0);
@@ -757,7 +757,7 @@ void TestReportForm::layoutFollowsTheWidth()
     for (int i = 2; i < 6; ++i)
         QCOMPARE(b.txtLaw[i].width, a.txtLaw[i].width);
     // At the design size the layout is what was designed.
-    const FormLayout design = FormLayout::Design();
+    const FormLayout design = FormLayout::design();
     QCOMPARE(a.Frame2.left, design.Frame2.left);
     QCOMPARE(a.Frame1.width, design.Frame1.width);
     QCOMPARE(a.cmdSubmit.left, design.cmdSubmit.left);
@@ -765,12 +765,12 @@ void TestReportForm::layoutFollowsTheWidth()
 
 void TestReportForm::layoutBelowTheMinimumDoesNothing()
 {
-    FormLayout f = FormLayout::Design();
-    QVERIFY(f.Resize(15000, 12000, 300));
+    FormLayout f = FormLayout::design();
+    QVERIFY(f.resize(15000, 12000, 300));
     const double frame2 = f.Frame2.left;
     const double tab = f.SSTab1.height;
-    QVERIFY(!f.Resize(3999, 12000, 300));
-    QVERIFY(!f.Resize(15000, 7749, 300));
+    QVERIFY(!f.resize(3999, 12000, 300));
+    QVERIFY(!f.resize(15000, 7749, 300));
     QCOMPARE(f.Frame2.left, frame2);
     QCOMPARE(f.SSTab1.height, tab);
 }

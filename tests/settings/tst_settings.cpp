@@ -39,7 +39,7 @@ private:
     std::unique_ptr<QTemporaryDir> m_dir;
 };
 
-static const QByteArray kVersion = Zelvat::VersionText().toLatin1();
+static const QByteArray kVersion = Zelvat::versionText().toLatin1();
 static const QByteArray kDefaults = "[Zelvat Call Taking System]\r\nVersion=" + kVersion
     + "\r\n\r\n[GENERAL OPTIONS]\r\nNam=\r\nUid=\r\nLoc=\r\nCty=\r\nLid=\r\nEno=100\r\nLvf=10\r\n"
       "Hst=127.0.0.1\r\nPrt=9334\r\nNto=5000\r\nEnc=BASE64\r\n";
@@ -52,7 +52,7 @@ void TestSettings::init()
 void TestSettings::missingStationFileIsCreatedWithDefaults()
 {
     ZelvatIni ini(stationPath());
-    QVERIFY(ini.Load());
+    QVERIFY(ini.load());
     QCOMPARE(readFile(stationPath()), kDefaults);
     QCOMPARE(ini.Eno, 100);
     QCOMPARE(ini.Hst, QString("127.0.0.1"));
@@ -84,7 +84,7 @@ void TestSettings::stationValues()
     Capture capture;
     writeFile(stationPath(), "[GENERAL OPTIONS]\r\n" + line + "\r\n");
     ZelvatIni ini(stationPath());
-    QVERIFY(ini.Load());
+    QVERIFY(ini.load());
     const QHash<QString, QString> values = {
         {"Nam", ini.Nam}, {"Lid", ini.Lid}, {"Loc", ini.Loc}, {"Hst", ini.Hst}, {"Enc", ini.Enc},
         {"Eno", QString::number(ini.Eno)}, {"Nto", QString::number(ini.Nto)}, {"Lvf", QString::number(ini.Lvf)},
@@ -97,7 +97,7 @@ void TestSettings::headerOnlyFileIsNotRewritten()
 {
     writeFile(stationPath(), "[GENERAL OPTIONS]\r\n");
     ZelvatIni ini(stationPath());
-    QVERIFY(ini.Load());
+    QVERIFY(ini.load());
     QCOMPARE(ini.Eno, 100);
     QCOMPARE(ini.Enc, QString("BASE64"));
     QCOMPARE(readFile(stationPath()), QByteArray("[GENERAL OPTIONS]\r\n"));
@@ -123,21 +123,21 @@ void TestSettings::brokenStationFile()
     const QByteArray content = "[GENERAL OPTIONS]\r\nNam=Pat\r\n" + badLine + "\r\nHst=radio\r\n";
     writeFile(stationPath(), content);
     ZelvatIni ini(stationPath());
-    QVERIFY(!ini.Load());
+    QVERIFY(!ini.load());
     // The other values are taken, the bad one keeps its default.
     QCOMPARE(ini.Nam, QString("Pat"));
     QCOMPARE(ini.Hst, QString("radio"));
     QCOMPARE(ini.Eno, 100);
     QCOMPARE(ini.Nto, qint16(5000));
     QCOMPARE(ini.Lvf, 10.0f);
-    QCOMPARE(ini.Problems().size(), 1);
-    QCOMPARE(ini.Problems()[0].line, 3);
+    QCOMPARE(ini.problems().size(), 1);
+    QCOMPARE(ini.problems()[0].line, 3);
     // One message naming the file, the line and the value; the file as it was is kept.
     QCOMPARE(capture.notices.size(), 1);
     const QString text = capture.notices[0].text;
     QVERIFY2(text.contains(stationPath()) && text.contains("line 3") && text.contains(named), qPrintable(text));
     QCOMPARE(readFile(stationPath() + ".bad"), content);
-    QVERIFY(ini.Save());
+    QVERIFY(ini.save());
     QCOMPARE(readFile(stationPath() + ".bad"), content);
     QVERIFY(readFile(stationPath()).contains("\r\nNam=Pat\r\n"));
 }
@@ -147,7 +147,7 @@ void TestSettings::unreadableStationFileKeepsDefaults()
     Capture capture;
     QVERIFY(QDir().mkpath(stationPath())); // a folder where the file should be
     ZelvatIni ini(stationPath());
-    QVERIFY(!ini.Load());
+    QVERIFY(!ini.load());
     QCOMPARE(ini.Eno, 100);
     QCOMPARE(capture.notices.size(), 1);
     QVERIFY(capture.notices[0].text.contains(stationPath()));
@@ -169,10 +169,10 @@ void TestSettings::lvfIsWrittenWithoutTrailingZeros()
     QFETCH(QByteArray, line);
     ZelvatIni ini(stationPath());
     ini.Lvf = lvf;
-    QVERIFY(ini.Save());
+    QVERIFY(ini.save());
     QVERIFY2(readFile(stationPath()).contains(line), readFile(stationPath()).constData());
     ZelvatIni again(stationPath());
-    QVERIFY(again.Load());
+    QVERIFY(again.load());
     QCOMPARE(again.Lvf, lvf);
 }
 
@@ -182,16 +182,16 @@ static const QByteArray kGlobalDefaults = "[GENERAL VARIABLES]\r\nVersion=" + kV
 
 void TestSettings::missingGlobalFileIsWrittenAtOnce()
 {
-    TnGlobal::SetDefaultPrinterName("Office Laser");
+    TnGlobal::setDefaultPrinterName("Office Laser");
     {
         TnGlobal glo(m_dir->path());
-        QVERIFY(TnGlobal::SettingsFileMissing());
+        QVERIFY(TnGlobal::settingsFileMissing());
         QCOMPARE(readFile(globalPath()), kGlobalDefaults); // before any property is read
-        QVERIFY(!glo.Changed());
+        QVERIFY(!glo.changed());
     }
-    TnGlobal::SetDefaultPrinterName({});
+    TnGlobal::setDefaultPrinterName({});
     TnGlobal again(m_dir->path());
-    QVERIFY(!TnGlobal::SettingsFileMissing());
+    QVERIFY(!TnGlobal::settingsFileMissing());
     QCOMPARE(again.PrinterName(), QString("Office Laser"));
     QCOMPARE(again.LstFontSize(), qint16(9));
 }
@@ -205,8 +205,8 @@ void TestSettings::globalFileOfAnotherVersionIsRewritten()
         QCOMPARE(glo.ProfSave(), qint16(0));
         QCOMPARE(glo.FolderLabels(), QString("In|Out"));
         QCOMPARE(glo.LstFontSize(), qint16(12));
-        QCOMPARE(glo.Version(), Zelvat::VersionText()); // the file's version is held aside
-        QVERIFY(glo.Changed());
+        QCOMPARE(glo.Version(), Zelvat::versionText()); // the file's version is held aside
+        QVERIFY(glo.changed());
     }
     const QByteArray bytes = readFile(globalPath());
     QVERIFY(bytes.startsWith("[GENERAL VARIABLES]\r\nVersion=" + kVersion + "\r\nUseGlobalMsgNum=1\r\nProfSave=0\r\n"));
@@ -221,7 +221,7 @@ void TestSettings::globalFileWithoutEqualsKeepsDefaults()
         TnGlobal glo(m_dir->path());
         QCOMPARE(glo.UseGlobalMsgNum(), 1);
         QCOMPARE(glo.FolderLabels(), QString("Folder 1|Folder 2|Folder 3|Folder 4|Folder 5"));
-        QVERIFY(!glo.Changed());
+        QVERIFY(!glo.changed());
     }
     QCOMPARE(readFile(globalPath()), QByteArray("[GENERAL VARIABLES]\r\njust words\r\n"));
 }
@@ -233,13 +233,13 @@ void TestSettings::runFlagAloneCausesNoRewrite()
     {
         TnGlobal glo(m_dir->path());
         glo.setRunFlag(false);
-        QVERIFY(!glo.Changed());
+        QVERIFY(!glo.changed());
     }
     QCOMPARE(readFile(globalPath()), current);
     {
         TnGlobal glo(m_dir->path());
         QVERIFY(!glo.setUseGlobalMsgNum(40000));
-        QVERIFY(!glo.Changed());
+        QVERIFY(!glo.changed());
         QVERIFY(glo.setUseGlobalMsgNum(0));
     }
     QVERIFY(readFile(globalPath()).contains("\r\nUseGlobalMsgNum=0\r\n"));
@@ -252,7 +252,7 @@ void TestSettings::globalConversionErrorGoesToTheEventLog()
     TnGlobal glo(m_dir->path());
     QCOMPARE(glo.ProfSave(), qint16(0));  // read before the error: stands
     QCOMPARE(glo.PtrDuplex(), qint16(1)); // after it: never read
-    QCOMPARE(glo.Step(), 3);
+    QCOMPARE(glo.step(), 3);
     QCOMPARE(capture.events.size(), 1);
     QVERIFY(capture.events[0].startsWith("13, Type mismatch"));
     QVERIFY(capture.events[0].endsWith("; TnGlobal:GloRead, FileName = " + globalPath() + ", Step = 3"));

@@ -73,7 +73,7 @@ void TestStore::init()
 {
     m_dir = std::make_unique<QTemporaryDir>();
     QString why;
-    QVERIFY(ProgramFolder::Prepare(m_dir->path(), &why));
+    QVERIFY(ProgramFolder::prepare(m_dir->path(), &why));
     DatetimeLib::setFixedNow(QDateTime(QDate(2026, 11, 16), QTime(14, 32, 7)));
 }
 
@@ -98,7 +98,7 @@ void TestStore::saveReport(const QString &eid, const QString &typ, qint16 ast, c
     QVERIFY(m.Fadd());
 }
 
-static const QByteArray kStamp = "Version=" + Zelvat::VersionText().toLatin1() + "/26320:143207\r\n";
+static const QByteArray kStamp = "Version=" + Zelvat::versionText().toLatin1() + "/26320:143207\r\n";
 static const QByteArray kGeneral = "TYP=%T\r\nEID=ABC26320.007\r\nMID=ABC-007\r\nISS=Fall\r\nAD1=12 Oak St\r\n"
                                    "CTY=Springfield\r\nAD2=\r\nLAS=Lobby\r\nDTL=Slipped\r\nRPN=J. Smith\r\nRPA=\r\n"
                                    "RPP=555-0100\r\nRPC=0\r\n";
@@ -165,7 +165,7 @@ void TestStore::saveKeepsRawValuesAndEscapesBreaks()
     writeReport("R1", "EID=R1\r\nTYP= LAW\r\nCTY= Town \r\n");
     ZelvatMsg m(m_dir->path());
     QVERIFY(m.Load("R1"));
-    m.SetText(Key::PDE, "a\r\nb\nc");
+    m.setText(Key::PDE, "a\r\nb\nc");
     QVERIFY(m.Fadd());
     const QByteArray bytes = readFile(msgDir() + "/R1.911");
     QVERIFY(bytes.contains("\r\nTYP= LAW\r\n"));
@@ -209,13 +209,13 @@ void TestStore::loadRules()
     ZelvatMsg m(m_dir->path());
     m.setCTY("left from before");
     QVERIFY(m.Load(" R1 "));
-    const auto k = *std::find_if(ZelvatMsg::AllKeys().begin(), ZelvatMsg::AllKeys().end(),
-                                 [&](Key x) { return ZelvatMsg::KeyName(x) == key; });
-    if (ZelvatMsg::IsIntegerKey(k)) {
-        QCOMPARE(QString::number(m.Number(k)), raw);
+    const auto k = *std::find_if(ZelvatMsg::allKeys().begin(), ZelvatMsg::allKeys().end(),
+                                 [&](Key x) { return ZelvatMsg::keyName(x) == key; });
+    if (ZelvatMsg::isIntegerKey(k)) {
+        QCOMPARE(QString::number(m.number(k)), raw);
     } else {
-        QCOMPARE(m.RawText(k), raw);
-        QCOMPARE(m.Text(k), getter);
+        QCOMPARE(m.rawText(k), raw);
+        QCOMPARE(m.text(k), getter);
     }
     if (key != "CTY")
         QCOMPARE(m.CTY(), QString()); // cleared by the load
@@ -251,13 +251,13 @@ void TestStore::loadFailures()
     const QString path = msgDir() + "/R1.911";
     ZelvatMsg m(m_dir->path());
     QVERIFY(!m.Load("R1"));
-    QCOMPARE(m.Step(), step);
-    QVERIFY2(m.LastError().startsWith(error), qPrintable(m.LastError()));
+    QCOMPARE(m.step(), step);
+    QVERIFY2(m.lastError().startsWith(error), qPrintable(m.lastError()));
     QCOMPARE(capture.events.size(), 1);
-    QCOMPARE(capture.events[0], m.LastError() + "; Zelvat:Load, FileName = " + path + ", Step = " + QString::number(step));
+    QCOMPARE(capture.events[0], m.lastError() + "; Zelvat:Load, FileName = " + path + ", Step = " + QString::number(step));
     QCOMPARE(capture.notices.size(), 1);
     QCOMPARE(capture.notices[0].text, "Tn911:Load, Step=" + QString::number(step) + "\r\nProblems loading " + path
-                                          + ", please try again\r\nError=" + m.LastError());
+                                          + ", please try again\r\nError=" + m.lastError());
     if (step == 3)
         QCOMPARE(m.CTY(), QString("Kept")); // what was read before the error stays
     QCOMPARE(m.ISS(), QString());
@@ -277,20 +277,20 @@ void TestStore::loadOfMissingOrBlankNameIsSilent()
 void TestStore::saveRoundTrip()
 {
     ZelvatMsg a(m_dir->path());
-    for (Key k : ZelvatMsg::AllKeys()) {
-        if (ZelvatMsg::IsIntegerKey(k))
-            a.SetNumber(k, k == Key::RPC ? 0 : qint16(-1));
+    for (Key k : ZelvatMsg::allKeys()) {
+        if (ZelvatMsg::isIntegerKey(k))
+            a.setNumber(k, k == Key::RPC ? 0 : qint16(-1));
         else
-            a.SetText(k, ZelvatMsg::KeyName(k) + QString::fromUtf8(" välue=x"));
+            a.setText(k, ZelvatMsg::keyName(k) + QString::fromUtf8(" välue=x"));
     }
     a.setTYP("MED+FIRE+LAW+LGOV");
     a.setEID("E1");
     QVERIFY(a.Fadd());
     ZelvatMsg b(m_dir->path());
     QVERIFY(b.Load("E1"));
-    for (Key k : ZelvatMsg::AllKeys()) {
-        QCOMPARE(b.Text(k), a.Text(k));
-        QCOMPARE(b.Number(k), a.Number(k));
+    for (Key k : ZelvatMsg::allKeys()) {
+        QCOMPARE(b.text(k), a.text(k));
+        QCOMPARE(b.number(k), a.number(k));
     }
 }
 
@@ -402,11 +402,11 @@ void TestStore::existsAndReadOnly()
 void TestStore::programFolderOfAnInstalledProgram()
 {
     // A portable program keeps its data beside it; an installed one in the per-user data folder.
-    QCOMPARE(ProgramFolder::Resolve(m_dir->path()), QFileInfo(m_dir->path()).absoluteFilePath());
+    QCOMPARE(ProgramFolder::resolve(m_dir->path()), QFileInfo(m_dir->path()).absoluteFilePath());
     QStandardPaths::setTestModeEnabled(true);
     const QString data = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) + "/Zelvatcts";
-    QCOMPARE(ProgramFolder::Resolve(ZELVAT_TEST_INSTALLED_BINDIR), data);
-    QCOMPARE(ProgramFolder::Resolve(m_dir->path() + "/missing"), data);
+    QCOMPARE(ProgramFolder::resolve(ZELVAT_TEST_INSTALLED_BINDIR), data);
+    QCOMPARE(ProgramFolder::resolve(m_dir->path() + "/missing"), data);
     QStandardPaths::setTestModeEnabled(false);
 }
 
@@ -436,61 +436,61 @@ void TestStore::eventPairFormat()
     QFETCH(QString, eventNumber);
     QFETCH(QString, messageId);
     DatetimeLib::setFixedNow(QDateTime(date, QTime(9, 0)));
-    const EventPair pair = EventNumbers::PairFor(lid, qint16(counter));
+    const EventPair pair = EventNumbers::pairFor(lid, qint16(counter));
     QCOMPARE(pair.eventNumber, eventNumber);
     QCOMPARE(pair.messageId, messageId);
 }
 
 void TestStore::consecutiveNumbersAndCounterOnDisk()
 {
-    ZelvatIni ini(ProgramFolder::StationFile(m_dir->path()));
-    ini.Load();
+    ZelvatIni ini(ProgramFolder::stationFile(m_dir->path()));
+    ini.load();
     ini.Lid = "ABC";
     ZelvatMsg store(m_dir->path());
     QString why;
-    QCOMPARE(EventNumbers::NewEventPair(ini, store, &why)->eventNumber, QString("ABC26320.100"));
-    QCOMPARE(EventNumbers::NewEventPair(ini, store, &why)->messageId, QString("ABC-101"));
+    QCOMPARE(EventNumbers::newEventPair(ini, store, &why)->eventNumber, QString("ABC26320.100"));
+    QCOMPARE(EventNumbers::newEventPair(ini, store, &why)->messageId, QString("ABC-101"));
     QCOMPARE(ini.Eno, 102);
-    QVERIFY(readFile(ini.Path()).contains("\r\nLid=ABC\r\nEno=102\r\n"));
+    QVERIFY(readFile(ini.path()).contains("\r\nLid=ABC\r\nEno=102\r\n"));
 }
 
 void TestStore::numberOfAnExistingReportIsPassedOver()
 {
-    ZelvatIni ini(ProgramFolder::StationFile(m_dir->path()));
-    ini.Load();
+    ZelvatIni ini(ProgramFolder::stationFile(m_dir->path()));
+    ini.load();
     saveReport("26320.100", "", 6, "");
     saveReport("26320.101", "", 6, "");
     ZelvatMsg store(m_dir->path());
     QString why;
-    QCOMPARE(EventNumbers::NewEventPair(ini, store, &why)->eventNumber, QString("26320.102"));
+    QCOMPARE(EventNumbers::newEventPair(ini, store, &why)->eventNumber, QString("26320.102"));
     QCOMPARE(ini.Eno, 103);
 }
 
 void TestStore::counterOverflowGivesNoNumber()
 {
-    ZelvatIni ini(ProgramFolder::StationFile(m_dir->path()));
-    ini.Load();
+    ZelvatIni ini(ProgramFolder::stationFile(m_dir->path()));
+    ini.load();
     ini.Eno = 32767;
     ZelvatMsg store(m_dir->path());
     QString why;
-    QCOMPARE(EventNumbers::NewEventPair(ini, store, &why)->messageId, QString("-32767"));
-    const QByteArray onDisk = readFile(ini.Path());
+    QCOMPARE(EventNumbers::newEventPair(ini, store, &why)->messageId, QString("-32767"));
+    const QByteArray onDisk = readFile(ini.path());
     QVERIFY(onDisk.contains("\r\nEno=32768\r\n"));
-    QVERIFY(!EventNumbers::NewEventPair(ini, store, &why));
+    QVERIFY(!EventNumbers::newEventPair(ini, store, &why));
     QVERIFY2(why.contains("32768") && why.contains("32767"), qPrintable(why));
     QCOMPARE(ini.Eno, 32768);
-    QCOMPARE(readFile(ini.Path()), onDisk);
+    QCOMPARE(readFile(ini.path()), onDisk);
 }
 
 void TestStore::locationIdThatLeavesTheFolderIsRefused()
 {
-    ZelvatIni ini(ProgramFolder::StationFile(m_dir->path()));
-    ini.Load();
+    ZelvatIni ini(ProgramFolder::stationFile(m_dir->path()));
+    ini.load();
     ZelvatMsg store(m_dir->path());
     for (const char *lid : {"../", "a/b", "x\\y", ".."}) {
         ini.Lid = lid;
         QString why;
-        QVERIFY(!EventNumbers::NewEventPair(ini, store, &why));
+        QVERIFY(!EventNumbers::newEventPair(ini, store, &why));
         QVERIFY(why.contains(QString(lid)));
     }
     QCOMPARE(ini.Eno, 100); // no number was used up
@@ -500,37 +500,37 @@ void TestStore::twoProgramsNeverShareANumber()
 {
     // Two programs on one folder, each with the station file loaded: numbers taken by one are
     // seen by the other, and a plain save by either never winds the counter back.
-    ZelvatIni window(ProgramFolder::StationFile(m_dir->path()));
-    window.Load();
-    ZelvatIni client(window.Path());
-    client.Load();
+    ZelvatIni window(ProgramFolder::stationFile(m_dir->path()));
+    window.load();
+    ZelvatIni client(window.path());
+    client.load();
     ZelvatMsg store(m_dir->path());
     QString why;
     QSet<QString> seen;
     for (int i = 0; i < 5; ++i) {
-        seen.insert(EventNumbers::NewEventPair(client, store, &why)->eventNumber);
-        seen.insert(EventNumbers::NewEventPair(window, store, &why)->eventNumber);
+        seen.insert(EventNumbers::newEventPair(client, store, &why)->eventNumber);
+        seen.insert(EventNumbers::newEventPair(window, store, &why)->eventNumber);
     }
     QCOMPARE(seen.size(), 10);
-    QVERIFY(client.Save());
-    QVERIFY(window.Save());
-    ZelvatIni later(window.Path());
-    later.Load();
+    QVERIFY(client.save());
+    QVERIFY(window.save());
+    ZelvatIni later(window.path());
+    later.load();
     QCOMPARE(later.Eno, 110);
 }
 
 void TestStore::operatorsNewCounterStillCounts()
 {
-    ZelvatIni window(ProgramFolder::StationFile(m_dir->path()));
-    window.Load();
-    ZelvatIni client(window.Path());
-    client.Load();
+    ZelvatIni window(ProgramFolder::stationFile(m_dir->path()));
+    window.load();
+    ZelvatIni client(window.path());
+    client.load();
     ZelvatMsg store(m_dir->path());
     QString why;
-    EventNumbers::NewEventPair(client, store, &why); // the file now says 101
+    EventNumbers::newEventPair(client, store, &why); // the file now says 101
     window.Eno = 500;                                 // the operator's deliberate new value
-    QCOMPARE(EventNumbers::NewEventPair(window, store, &why)->messageId, QString("-500"));
-    QCOMPARE(EventNumbers::NewEventPair(client, store, &why)->messageId, QString("-501"));
+    QCOMPARE(EventNumbers::newEventPair(window, store, &why)->messageId, QString("-500"));
+    QCOMPARE(EventNumbers::newEventPair(client, store, &why)->messageId, QString("-501"));
 }
 
 // --- report list -------------------------------------------------------------------------
@@ -550,7 +550,7 @@ void TestStore::dateTimeCell()
     QFETCH(QString, adt);
     QFETCH(QString, atm);
     QFETCH(QString, cell);
-    QCOMPARE(ReportList::DateTimeCell(adt, atm), cell);
+    QCOMPARE(ReportList::dateTimeCell(adt, atm), cell);
 }
 
 void TestStore::listFiltersByFolder()
@@ -563,7 +563,7 @@ void TestStore::listFiltersByFolder()
     ZelvatMsg reader(m_dir->path());
     const auto idx = [&](int folder) {
         QStringList names;
-        for (const auto &row : ReportList::Build(reader, folder))
+        for (const auto &row : ReportList::build(reader, folder))
             names << row.cells[ReportList::Idx] + ':' + row.cells[ReportList::State];
         names.sort();
         return names;
@@ -575,7 +575,7 @@ void TestStore::listFiltersByFolder()
     QCOMPARE(idx(1), QStringList{"N1:"});
     QCOMPARE(idx(0), (QStringList{"D6:Draft", "N1:", "R2:Ready", "S9:Submitted", "X8:Deleted"}));
 
-    const auto rows = ReportList::Build(reader, 6);
+    const auto rows = ReportList::build(reader, 6);
     QCOMPARE(rows.size(), 1);
     const std::array<QString, 8> expected = {"D6", "Draft", "D6", "FIRE", "Issue D6", "1 Main St", "B", "03/07/26 14:05"};
     QCOMPARE(rows[0].cells, expected);
@@ -588,8 +588,8 @@ void TestStore::listDefaultOrderIsByCity()
     saveReport("R3", "", 2, "Boston", "270101", "0900");
     saveReport("R0", "", 2, "albany", "260101", "0800");
     ZelvatMsg reader(m_dir->path());
-    auto rows = ReportList::Build(reader, 2);
-    ReportList::SortDefault(rows);
+    auto rows = ReportList::build(reader, 2);
+    ReportList::sortDefault(rows);
     QStringList order;
     for (const auto &r : rows)
         order << r.cells[ReportList::Idx];
@@ -599,8 +599,8 @@ void TestStore::listDefaultOrderIsByCity()
     for (const auto &r : rows)
         order << r.cells[ReportList::Idx];
     QCOMPARE(order, (QStringList{"R3", "R1", "R0", "R2"}));
-    QCOMPARE(ReportList::ItemsText(rows.size()), QString("Items: 4"));
-    QCOMPARE(ReportList::ItemsText(0), QString("Items: 0"));
+    QCOMPARE(ReportList::itemsText(rows.size()), QString("Items: 4"));
+    QCOMPARE(ReportList::itemsText(0), QString("Items: 0"));
 }
 
 void TestStore::chronoValue_data()
@@ -620,7 +620,7 @@ void TestStore::chronoValue()
 {
     QFETCH(QString, cell);
     QFETCH(double, value);
-    QCOMPARE(ReportList::ChronoValue(cell), value);
+    QCOMPARE(ReportList::chronoValue(cell), value);
 }
 
 QTEST_GUILESS_MAIN(TestStore)

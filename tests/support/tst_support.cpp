@@ -121,7 +121,7 @@ void TestSupport::stripTrailingBreaks()
 {
     QFETCH(QString, text);
     QFETCH(QString, stripped);
-    QCOMPARE(StringLib::StripTrailingBreaks(text), stripped);
+    QCOMPARE(StringLib::stripTrailingBreaks(text), stripped);
 }
 
 void TestSupport::filterKey_data()
@@ -206,7 +206,7 @@ void TestSupport::properCase()
 {
     QFETCH(QString, text);
     QFETCH(QString, proper);
-    QCOMPARE(StringLib::ProperCase(text), proper);
+    QCOMPARE(StringLib::properCase(text), proper);
 }
 
 void TestSupport::toInteger_data()
@@ -236,7 +236,7 @@ void TestSupport::toInteger()
     QFETCH(qint64, value);
     QFETCH(int, errorNumber);
     RunError error;
-    const auto result = StringLib::ToInteger(text, -32768, 32767, QStringLiteral("X=") + text, &error);
+    const auto result = StringLib::toInteger(text, -32768, 32767, QStringLiteral("X=") + text, &error);
     QCOMPARE(result.has_value(), ok);
     if (ok) {
         QCOMPARE(*result, value);
@@ -262,14 +262,14 @@ void TestSupport::zeroPadded()
 {
     QFETCH(qint64, value);
     QFETCH(QString, text);
-    QCOMPARE(StringLib::ZeroPadded(value, 3), text);
+    QCOMPARE(StringLib::zeroPadded(value, 3), text);
 }
 
 // --- session log -------------------------------------------------------------------------
 
 void TestSupport::init()
 {
-    ZelvatLogLib::ResetLog();
+    ZelvatLogLib::resetLog();
     DatetimeLib::setFixedNow(QDateTime(QDate(2026, 3, 7), QTime(14, 5, 9)));
     QDir(m_dir.path()).removeRecursively();
     QDir().mkpath(m_dir.path() + QStringLiteral("/logs"));
@@ -278,23 +278,23 @@ void TestSupport::init()
 void TestSupport::cleanup()
 {
     DatetimeLib::setFixedNow({});
-    ZelvatLogLib::ResetLog();
+    ZelvatLogLib::resetLog();
 }
 
 void TestSupport::logHeaderAndLines()
 {
     Capture capture;
     ZelvatLogLib::SetupLog(m_dir.path(), true);
-    QVERIFY(ZelvatLogLib::LoggingEnabled());
-    QCOMPARE(ZelvatLogLib::LogPath(), m_dir.path() + QStringLiteral("/logs/Zelvat_260307.log"));
+    QVERIFY(ZelvatLogLib::loggingEnabled());
+    QCOMPARE(ZelvatLogLib::logPath(), m_dir.path() + QStringLiteral("/logs/Zelvat_260307.log"));
     ZelvatLogLib::WriteLogLine(QStringLiteral("Connection Failed"));
     // A second start on the same day appends a second header to the same file.
     ZelvatLogLib::SetupLog(m_dir.path(), true);
     ZelvatLogLib::WriteLogLine(QString::fromUtf8("Caf\u00e9 \u20ac"));
 
     const QByteArray sep(51, '-');
-    const QByteArray header = sep + "\r\n07-Mar-26 14:05:09: Zelvat v" + Zelvat::VersionText().toLatin1() + "\r\n" + sep + "\r\n";
-    QCOMPARE(readFile(ZelvatLogLib::LogPath()),
+    const QByteArray header = sep + "\r\n07-Mar-26 14:05:09: Zelvat v" + Zelvat::versionText().toLatin1() + "\r\n" + sep + "\r\n";
+    QCOMPARE(readFile(ZelvatLogLib::logPath()),
              header + "07-Mar-26 14:05:09: Connection Failed\r\n" + header + "07-Mar-26 14:05:09: Caf\xE9 \x80\r\n");
     QVERIFY(capture.notices.isEmpty());
 }
@@ -315,7 +315,7 @@ void TestSupport::logTextIsFlattenedAndTrimmed()
     QFETCH(QByteArray, line);
     ZelvatLogLib::SetupLog(m_dir.path(), false);
     ZelvatLogLib::WriteLogLine(text);
-    QCOMPARE(readFile(ZelvatLogLib::LogPath()), line);
+    QCOMPARE(readFile(ZelvatLogLib::logPath()), line);
 }
 
 void TestSupport::logSetupFailureDisablesLogging()
@@ -323,30 +323,30 @@ void TestSupport::logSetupFailureDisablesLogging()
     Capture capture;
     QDir(m_dir.path() + QStringLiteral("/logs")).removeRecursively();
     ZelvatLogLib::SetupLog(m_dir.path(), true);
-    QVERIFY(!ZelvatLogLib::LoggingEnabled());
+    QVERIFY(!ZelvatLogLib::loggingEnabled());
     QCOMPARE(capture.notices.size(), 1);
     QVERIFY(capture.notices[0].text.startsWith(QStringLiteral("SetupLog Error 53, File not found")));
     QVERIFY(capture.notices[0].text.endsWith(QStringLiteral("Could not start Pembrel logging")));
     ZelvatLogLib::WriteLogLine(QStringLiteral("x"));
     QCOMPARE(capture.notices.size(), 1);
-    QVERIFY(!QFileInfo::exists(ZelvatLogLib::LogPath()));
+    QVERIFY(!QFileInfo::exists(ZelvatLogLib::logPath()));
 }
 
 void TestSupport::logWriteFailureIsReportedOnce()
 {
     Capture capture;
     ZelvatLogLib::SetupLog(m_dir.path(), false);
-    QVERIFY(ZelvatLogLib::LoggingEnabled());
+    QVERIFY(ZelvatLogLib::loggingEnabled());
     // The log file turns into a folder: no write can succeed any more.
-    QFile::remove(ZelvatLogLib::LogPath());
-    QVERIFY(QDir().mkpath(ZelvatLogLib::LogPath()));
+    QFile::remove(ZelvatLogLib::logPath());
+    QVERIFY(QDir().mkpath(ZelvatLogLib::logPath()));
     ZelvatLogLib::WriteLogLine(QStringLiteral("first"));
     ZelvatLogLib::WriteLogLine(QStringLiteral("second"));
     QCOMPARE(capture.notices.size(), 1);
     QVERIFY(capture.notices[0].text.startsWith(QStringLiteral("SetupLog Error ")));
     QVERIFY(capture.notices[0].text.endsWith(
         QStringLiteral("; Could not write to the session log file; disabled session logging")));
-    QVERIFY(!ZelvatLogLib::LoggingEnabled());
+    QVERIFY(!ZelvatLogLib::loggingEnabled());
 }
 
 QTEST_GUILESS_MAIN(TestSupport)

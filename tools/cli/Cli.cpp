@@ -16,28 +16,28 @@ Cli::Cli(const QString &programFolder)
 
 Cli::~Cli() = default;
 
-ZelvatIni &Cli::Station()
+ZelvatIni &Cli::station()
 {
     if (!m_station) {
-        m_station = std::make_unique<ZelvatIni>(ProgramFolder::StationFile(m_folder));
-        m_station->Load();
+        m_station = std::make_unique<ZelvatIni>(ProgramFolder::stationFile(m_folder));
+        m_station->load();
     }
     return *m_station;
 }
 
-void Cli::OutBytes(const QByteArray &bytes)
+void Cli::outBytes(const QByteArray &bytes)
 {
     std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stdout);
 }
 
-void Cli::Out(const QString &line)
+void Cli::out(const QString &line)
 {
     // Each line goes out as it happens: a script reading a long resend sees every report when done.
-    OutBytes(CodePage::encode(line) + '\n');
+    outBytes(CodePage::encode(line) + '\n');
     std::fflush(stdout);
 }
 
-void Cli::Err(const QString &line)
+void Cli::err(const QString &line)
 {
     // Messages are for the person at the terminal, in the terminal's own encoding; only the
     // data on standard output is 8-bit text as stored.
@@ -46,14 +46,14 @@ void Cli::Err(const QString &line)
     std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stderr);
 }
 
-int Cli::CheckReport(const QString &name)
+int Cli::checkReport(const QString &name)
 {
-    if (!ZelvatMsg::IsSafeName(name)) {
-        Err(QStringLiteral("the report name \"%1\" would reach outside the message folder").arg(name));
+    if (!ZelvatMsg::isSafeName(name)) {
+        err(QStringLiteral("the report name \"%1\" would reach outside the message folder").arg(name));
         return Usage;
     }
-    if (!QFileInfo::exists(m_store->PathFor(name))) {
-        Err(QStringLiteral("no report %1 in %2").arg(name, m_store->MessageFolder()));
+    if (!QFileInfo::exists(m_store->pathFor(name))) {
+        err(QStringLiteral("no report %1 in %2").arg(name, m_store->messageFolder()));
         return Failure;
     }
     return Success;

@@ -16,19 +16,19 @@ public:
 
     enum Exit { Success = 0, Failure = 1, Usage = 2 };
 
-    QString ProgramFolder() const { return m_folder; }
-    ZelvatIni &Station();      // loaded on first use; a missing file is created
-    ZelvatMsg &Store() { return *m_store; }
+    QString programFolder() const { return m_folder; }
+    ZelvatIni &station();      // loaded on first use; a missing file is created
+    ZelvatMsg &store() { return *m_store; }
 
     // Standard output and error as 8-bit text; each call writes the text and LF.
-    static void Out(const QString &line);
-    static void OutBytes(const QByteArray &bytes);
-    static void Err(const QString &line);
+    static void out(const QString &line);
+    static void outBytes(const QByteArray &bytes);
+    static void err(const QString &line);
 
     // Success when the report `name` has a file; otherwise says why on standard error and
     // returns Usage for a name that would reach outside the message folder, Failure for a
     // report that does not exist.
-    int CheckReport(const QString &name);
+    int checkReport(const QString &name);
 
 private:
     QString m_folder;
@@ -37,16 +37,16 @@ private:
 };
 
 // The commands over the report store.
-int CmdList(Cli &cli, const QStringList &args);
-int CmdShow(Cli &cli, const QStringList &args);
-int CmdNextEvent(Cli &cli, const QStringList &args);
-int CmdNew(Cli &cli, const QStringList &args);
-int CmdDelete(Cli &cli, const QStringList &args);
+int listCommand(Cli &cli, const QStringList &args);
+int showCommand(Cli &cli, const QStringList &args);
+int nextEventCommand(Cli &cli, const QStringList &args);
+int newCommand(Cli &cli, const QStringList &args);
+int deleteCommand(Cli &cli, const QStringList &args);
 
 // The commands over the message server link.
-int CmdSubject(Cli &cli, const QStringList &args);
-int CmdBody(Cli &cli, const QStringList &args);
-int CmdEnvelope(Cli &cli, const QStringList &args);
-int CmdSubmit(Cli &cli, const QStringList &args);
-int CmdResend(Cli &cli, const QStringList &args);
-int CmdLinkTest(Cli &cli, const QStringList &args);
+int subjectCommand(Cli &cli, const QStringList &args);
+int bodyCommand(Cli &cli, const QStringList &args);
+int envelopeCommand(Cli &cli, const QStringList &args);
+int submitCommand(Cli &cli, const QStringList &args);
+int resendCommand(Cli &cli, const QStringList &args);
+int linkTestCommand(Cli &cli, const QStringList &args);

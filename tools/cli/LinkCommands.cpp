@@ -38,7 +38,7 @@ bool parseFlags(QStringList args, bool allowWait, Flags *flags, QStringList *res
         } else if (a == QLatin1String("--update")) {
             flags->update = true;
         } else if (allowWait && a == QLatin1String("--wait") && i + 1 < args.size()) {
-            const auto seconds = StringLib::ToInteger(args[++i], 1, 86400, QString(), nullptr);
+            const auto seconds = StringLib::toInteger(args[++i], 1, 86400, QString(), nullptr);
             if (!seconds)
                 return false;
             flags->waitSeconds = int(*seconds);
@@ -54,9 +54,9 @@ bool parseFlags(QStringList args, bool allowWait, Flags *flags, QStringList *res
 // Loads the report `name` for a link command; an exit code other than Success on failure.
 int loadReport(Cli &cli, const QString &name)
 {
-    if (const int check = cli.CheckReport(name))
+    if (const int check = cli.checkReport(name))
         return check;
-    return cli.Store().Load(name) ? Cli::Success : Cli::Usage;
+    return cli.store().Load(name) ? Cli::Success : Cli::Usage;
 }
 
 // SIGINT and SIGTERM end a running session cleanly: the handler writes to a pipe that the event
@@ -78,7 +78,7 @@ public:
             QObject::connect(m_notifier.get(), &QSocketNotifier::activated, &session, [&session] {
                 char c;
                 [[maybe_unused]] const auto n = ::read(g_signalPipe[0], &c, 1);
-                session.Cancel(QStringLiteral("the headless client was interrupted"));
+                session.cancel(QStringLiteral("the headless client was interrupted"));
             });
             std::signal(SIGINT, onSignal);
             std::signal(SIGTERM, onSignal);
@@ -86,7 +86,7 @@ public:
         if (waitSeconds > 0) {
             m_timer.setSingleShot(true);
             QObject::connect(&m_timer, &QTimer::timeout, &session, [&session, waitSeconds] {
-                session.Cancel(QStringLiteral("no answer within %1 seconds (--wait)").arg(waitSeconds));
+                session.cancel(QStringLiteral("no answer within %1 seconds (--wait)").arg(waitSeconds));
             });
             m_timer.start(waitSeconds * 1000);
         }
@@ -112,134 +112,134 @@ private:
 // standard output as they happen; missing fields are named on standard error.
 Submission::Outcome submitLoaded(Cli &cli, ServerSession &session, const Flags &flags)
 {
-    ZelvatMsg &record = cli.Store();
+    ZelvatMsg &record = cli.store();
     const ZelvatMsg loaded = record; // the report as it stands on disk stands for the form's boxes
     Submission::Hooks hooks;
     hooks.checkRequiredFields = [&] {
         const auto failures = RequiredFields::check(loaded, flags.contact);
         for (const RequiredFields::Failure &f : failures)
-            Cli::Err(QStringLiteral("%1: missing %2%3").arg(loaded.EID(), f.name,
+            Cli::err(QStringLiteral("%1: missing %2%3").arg(loaded.EID(), f.name,
                                                              f.key.isEmpty() ? QString() : QStringLiteral(" (%1)").arg(f.key)));
         return failures.isEmpty();
     };
     hooks.saveAs = [&](qint16 state) {
         record = loaded;
         record.setAST(state);
-        ApplySaveStamps(record, cli.Station(), DatetimeLib::Now());
+        applySaveStamps(record, cli.station(), DatetimeLib::now());
         return record.Fadd();
     };
     hooks.stateChanged = [](qint16) {};
     hooks.refreshList = [] {};
-    return Submission::Submit(loaded.AST(), record, flags.contact, flags.update, session, cli.Station().Enc, hooks);
+    return Submission::submit(loaded.AST(), record, flags.contact, flags.update, session, cli.station().Enc, hooks);
 }
 
 } // namespace
 
-int CmdText(Cli &cli, const QStringList &args, const QString &what)
+int textCommand(Cli &cli, const QStringList &args, const QString &what)
 {
     Flags flags;
     QStringList names;
     if (!parseFlags(args, false, &flags, &names) || names.size() != 1 || (what == QLatin1String("subject") && flags.contact)
         || (what == QLatin1String("body") && flags.update)) {
-        Cli::Err(QStringLiteral("usage: zelvatcts-cli [--home DIR] subject NAME [--update] | body NAME [--contact] | "
+        Cli::err(QStringLiteral("usage: zelvatcts-cli [--home DIR] subject NAME [--update] | body NAME [--contact] | "
                                 "envelope NAME [--contact] [--update]"));
         return Cli::Usage;
     }
     if (const int code = loadReport(cli, names[0]))
         return code;
-    const ZelvatMsg &r = cli.Store();
+    const ZelvatMsg &r = cli.store();
     const QString subject = MessageText::BuildSubject(r, flags.update);
     const QString body = MessageText::WrapBody(MessageText::BuildBody(r, flags.contact));
     QString text = subject;
     if (what == QLatin1String("body"))
         text = body;
     else if (what == QLatin1String("envelope"))
-        text = MessageText::BuildEnvelope(body, subject, cli.Station().Enc);
-    Cli::OutBytes(CodePage::encode(text)); // the bytes as they are sent, no line break added
+        text = MessageText::BuildEnvelope(body, subject, cli.station().Enc);
+    Cli::outBytes(CodePage::encode(text)); // the bytes as they are sent, no line break added
     return Cli::Success;
 }
 
-int CmdSubject(Cli &cli, const QStringList &args) { return CmdText(cli, args, QStringLiteral("subject")); }
-int CmdBody(Cli &cli, const QStringList &args) { return CmdText(cli, args, QStringLiteral("body")); }
-int CmdEnvelope(Cli &cli, const QStringList &args) { return CmdText(cli, args, QStringLiteral("envelope")); }
+int subjectCommand(Cli &cli, const QStringList &args) { return textCommand(cli, args, QStringLiteral("subject")); }
+int bodyCommand(Cli &cli, const QStringList &args) { return textCommand(cli, args, QStringLiteral("body")); }
+int envelopeCommand(Cli &cli, const QStringList &args) { return textCommand(cli, args, QStringLiteral("envelope")); }
 
-int CmdSubmit(Cli &cli, const QStringList &args)
+int submitCommand(Cli &cli, const QStringList &args)
 {
     Flags flags;
     QStringList names;
     if (!parseFlags(args, true, &flags, &names) || names.size() != 1) {
-        Cli::Err(QStringLiteral("usage: zelvatcts-cli [--home DIR] submit NAME [--contact] [--update] [--wait SECONDS]"));
+        Cli::err(QStringLiteral("usage: zelvatcts-cli [--home DIR] submit NAME [--contact] [--update] [--wait SECONDS]"));
         return Cli::Usage;
     }
     if (const int code = loadReport(cli, names[0]))
         return code;
-    ZelvatLogLib::SetupLog(cli.ProgramFolder(), true);
-    ServerSession session(&cli.Station());
-    QObject::connect(&session, &ServerSession::status, [](const QString &s) { Cli::Out(s); });
+    ZelvatLogLib::SetupLog(cli.programFolder(), true);
+    ServerSession session(&cli.station());
+    QObject::connect(&session, &ServerSession::status, [](const QString &s) { Cli::out(s); });
     SessionGuard guard(session, flags.waitSeconds);
     switch (submitLoaded(cli, session, flags)) {
     case Submission::Outcome::Sent:
         return Cli::Success;
     case Submission::Outcome::NotSubmittable:
-        Cli::Err(QStringLiteral("%1 is %2: only new, Draft and Ready reports are submitted")
-                     .arg(names[0], Zelvat::StateName(cli.Store().AST()).isEmpty() ? QStringLiteral("in state %1").arg(cli.Store().AST())
-                                                                                  : Zelvat::StateName(cli.Store().AST())));
+        Cli::err(QStringLiteral("%1 is %2: only new, Draft and Ready reports are submitted")
+                     .arg(names[0], Zelvat::stateName(cli.store().AST()).isEmpty() ? QStringLiteral("in state %1").arg(cli.store().AST())
+                                                                                  : Zelvat::stateName(cli.store().AST())));
         return Cli::Failure;
     default:
         return Cli::Failure;
     }
 }
 
-int CmdResend(Cli &cli, const QStringList &args)
+int resendCommand(Cli &cli, const QStringList &args)
 {
     Flags flags;
     QStringList rest;
     if (!parseFlags(args, true, &flags, &rest) || !rest.isEmpty() || flags.contact || flags.update) {
-        Cli::Err(QStringLiteral("usage: zelvatcts-cli [--home DIR] resend [--wait SECONDS]"));
+        Cli::err(QStringLiteral("usage: zelvatcts-cli [--home DIR] resend [--wait SECONDS]"));
         return Cli::Usage;
     }
-    ZelvatLogLib::SetupLog(cli.ProgramFolder(), true);
+    ZelvatLogLib::SetupLog(cli.programFolder(), true);
     QStringList ready;
-    for (const QString &name : cli.Store().FileNames()) {
-        if (cli.Store().Load(name) && cli.Store().AST() == Zelvat::StateReady)
+    for (const QString &name : cli.store().fileNames()) {
+        if (cli.store().Load(name) && cli.store().AST() == Zelvat::StateReady)
             ready.append(name);
     }
     ready.sort();
     int sent = 0;
     int failed = 0;
     for (const QString &name : std::as_const(ready)) {
-        if (!cli.Store().Load(name)) {
+        if (!cli.store().Load(name)) {
             ++failed;
             continue;
         }
-        ServerSession session(&cli.Station());
+        ServerSession session(&cli.station());
         SessionGuard guard(session, flags.waitSeconds);
         const Submission::Outcome outcome = submitLoaded(cli, session, flags);
         const bool ok = outcome == Submission::Outcome::Sent;
-        Cli::Out(QStringLiteral("%1\t%2").arg(name, ok ? QStringLiteral("Submitted") : QStringLiteral("still Ready")));
+        Cli::out(QStringLiteral("%1\t%2").arg(name, ok ? QStringLiteral("Submitted") : QStringLiteral("still Ready")));
         ok ? ++sent : ++failed;
-        if (session.Cancelled())
+        if (session.cancelled())
             break;
     }
-    Cli::Out(QStringLiteral("resent %1 of %2 Ready reports; %3 still Ready").arg(sent).arg(ready.size()).arg(ready.size() - sent));
+    Cli::out(QStringLiteral("resent %1 of %2 Ready reports; %3 still Ready").arg(sent).arg(ready.size()).arg(ready.size() - sent));
     return failed == 0 && sent == ready.size() ? Cli::Success : Cli::Failure;
 }
 
-int CmdLinkTest(Cli &cli, const QStringList &args)
+int linkTestCommand(Cli &cli, const QStringList &args)
 {
     if (!args.isEmpty()) {
-        Cli::Err(QStringLiteral("usage: zelvatcts-cli [--home DIR] link-test"));
+        Cli::err(QStringLiteral("usage: zelvatcts-cli [--home DIR] link-test"));
         return Cli::Usage;
     }
-    ZelvatLogLib::SetupLog(cli.ProgramFolder(), true);
-    ServerSession session(&cli.Station());
-    QObject::connect(&session, &ServerSession::status, [](const QString &s) { Cli::Out(s); });
+    ZelvatLogLib::SetupLog(cli.programFolder(), true);
+    ServerSession session(&cli.station());
+    QObject::connect(&session, &ServerSession::status, [](const QString &s) { Cli::out(s); });
     SessionGuard guard(session, 0);
     if (session.TndirectTest(QStringLiteral("<test>This is an Zelvat test msg</test>"))) {
-        Cli::Out(QStringLiteral("Tndirect link test passed!"));
+        Cli::out(QStringLiteral("Tndirect link test passed!"));
         return Cli::Success;
     }
-    Cli::Err(QStringLiteral("Link Test to Tndirect failed.  Check the following:\n1. Confirm that Tndirect is running\n"
+    Cli::err(QStringLiteral("Link Test to Tndirect failed.  Check the following:\n1. Confirm that Tndirect is running\n"
                             "2. Confirm the Host Name and Port Number match Tndirect"));
     return Cli::Failure;
 }

@@ -15,7 +15,7 @@
 
 using Key = ZelvatMsg::Key;
 
-int CmdList(Cli &cli, const QStringList &args)
+int listCommand(Cli &cli, const QStringList &args)
 {
     static const QHash<QString, int> folders = {
         {QStringLiteral("all"), Zelvat::StateAll},       {QStringLiteral("ready"), Zelvat::StateReady},
@@ -23,12 +23,12 @@ int CmdList(Cli &cli, const QStringList &args)
         {QStringLiteral("deleted"), Zelvat::StateDeleted},
     };
     if (args.size() > 1 || (args.size() == 1 && !folders.contains(args[0]))) {
-        Cli::Err(QStringLiteral("usage: zelvatcts-cli [--home DIR] list [all|ready|draft|submitted|deleted]"));
+        Cli::err(QStringLiteral("usage: zelvatcts-cli [--home DIR] list [all|ready|draft|submitted|deleted]"));
         return Cli::Usage;
     }
     const int folder = args.isEmpty() ? int(Zelvat::StateReady) : folders.value(args[0]);
-    QList<ReportList::Row> rows = ReportList::Build(cli.Store(), folder);
-    ReportList::SortDefault(rows);
+    QList<ReportList::Row> rows = ReportList::build(cli.store(), folder);
+    ReportList::sortDefault(rows);
     QByteArray out;
     for (const ReportList::Row &row : std::as_const(rows)) {
         for (int c = 0; c < ReportList::ColumnCount; ++c) {
@@ -38,44 +38,44 @@ int CmdList(Cli &cli, const QStringList &args)
         }
         out += '\n';
     }
-    out += CodePage::encode(ReportList::ItemsText(rows.size())) + '\n';
-    Cli::OutBytes(out);
+    out += CodePage::encode(ReportList::itemsText(rows.size())) + '\n';
+    Cli::outBytes(out);
     return Cli::Success;
 }
 
-int CmdShow(Cli &cli, const QStringList &args)
+int showCommand(Cli &cli, const QStringList &args)
 {
     if (args.size() != 1) {
-        Cli::Err(QStringLiteral("usage: zelvatcts-cli [--home DIR] show NAME"));
+        Cli::err(QStringLiteral("usage: zelvatcts-cli [--home DIR] show NAME"));
         return Cli::Usage;
     }
-    if (const int check = cli.CheckReport(args[0]))
+    if (const int check = cli.checkReport(args[0]))
         return check;
-    ZelvatMsg &msg = cli.Store();
+    ZelvatMsg &msg = cli.store();
     if (!msg.Load(args[0]))
         return Cli::Usage; // the loader has said what is wrong with the file
     QByteArray out;
-    for (Key k : ZelvatMsg::AllKeys()) {
-        const QString value = ZelvatMsg::IsIntegerKey(k) ? QString::number(msg.Number(k)) : msg.Text(k);
-        out += CodePage::encode(ZelvatMsg::KeyName(k) + QLatin1Char('=') + value) + '\n';
+    for (Key k : ZelvatMsg::allKeys()) {
+        const QString value = ZelvatMsg::isIntegerKey(k) ? QString::number(msg.number(k)) : msg.text(k);
+        out += CodePage::encode(ZelvatMsg::keyName(k) + QLatin1Char('=') + value) + '\n';
     }
-    Cli::OutBytes(out);
+    Cli::outBytes(out);
     return Cli::Success;
 }
 
-int CmdNextEvent(Cli &cli, const QStringList &args)
+int nextEventCommand(Cli &cli, const QStringList &args)
 {
     if (!args.isEmpty()) {
-        Cli::Err(QStringLiteral("usage: zelvatcts-cli [--home DIR] next-event"));
+        Cli::err(QStringLiteral("usage: zelvatcts-cli [--home DIR] next-event"));
         return Cli::Usage;
     }
     QString why;
-    const auto pair = EventNumbers::NewEventPair(cli.Station(), cli.Store(), &why);
+    const auto pair = EventNumbers::newEventPair(cli.station(), cli.store(), &why);
     if (!pair) {
-        Cli::Err(why);
+        Cli::err(why);
         return Cli::Failure;
     }
-    Cli::Out(pair->eventNumber + QLatin1Char('\t') + pair->messageId);
+    Cli::out(pair->eventNumber + QLatin1Char('\t') + pair->messageId);
     return Cli::Success;
 }
 
@@ -95,16 +95,16 @@ QString settableKeyNames()
 {
     QStringList names;
     for (Key k : settableKeys())
-        names << ZelvatMsg::KeyName(k);
+        names << ZelvatMsg::keyName(k);
     return names.join(QLatin1Char(' '));
 }
 
 } // namespace
 
-int CmdNew(Cli &cli, const QStringList &args)
+int newCommand(Cli &cli, const QStringList &args)
 {
     const QString usage = QStringLiteral("usage: zelvatcts-cli [--home DIR] new [--set KEY=VALUE]...");
-    ZelvatMsg &msg = cli.Store();
+    ZelvatMsg &msg = cli.store();
     msg.Clear();
     // An unanswered medical question is -1, as the form saves it.
     msg.setCON(-1);
@@ -113,7 +113,7 @@ int CmdNew(Cli &cli, const QStringList &args)
     // Every argument is checked before a number is taken, so a typing mistake wastes none.
     for (int i = 0; i < args.size(); ++i) {
         if (args[i] != QLatin1String("--set") || i + 1 >= args.size()) {
-            Cli::Err(usage);
+            Cli::err(usage);
             return Cli::Usage;
         }
         const QString assignment = args[++i];
@@ -121,68 +121,68 @@ int CmdNew(Cli &cli, const QStringList &args)
         const QString keyName = eq < 0 ? assignment : assignment.left(eq);
         const QString value = eq < 0 ? QString() : assignment.mid(eq + 1);
         const QList<Key> keys = settableKeys();
-        const auto found = std::find_if(keys.begin(), keys.end(), [&](Key k) { return ZelvatMsg::KeyName(k) == keyName; });
+        const auto found = std::find_if(keys.begin(), keys.end(), [&](Key k) { return ZelvatMsg::keyName(k) == keyName; });
         if (eq < 0 || found == keys.end()) {
-            Cli::Err(QStringLiteral("--set %1: the key must be one of %2, followed by \"=\" and the value")
+            Cli::err(QStringLiteral("--set %1: the key must be one of %2, followed by \"=\" and the value")
                          .arg(assignment, settableKeyNames()));
             return Cli::Usage;
         }
         const Key key = *found;
         if (!CodePage::canEncode(value)) {
-            Cli::Err(QStringLiteral("--set %1: the characters \"%2\" cannot be stored in a report file")
+            Cli::err(QStringLiteral("--set %1: the characters \"%2\" cannot be stored in a report file")
                          .arg(keyName, CodePage::unencodable(value)));
             return Cli::Usage;
         }
-        if (ZelvatMsg::IsIntegerKey(key)) {
-            const auto answer = StringLib::ToInteger(value, -1, 1, keyName, nullptr);
+        if (ZelvatMsg::isIntegerKey(key)) {
+            const auto answer = StringLib::toInteger(value, -1, 1, keyName, nullptr);
             if (!answer) {
-                Cli::Err(QStringLiteral("--set %1: %2 is 1 (yes), 0 (no) or -1 (not answered)").arg(assignment, keyName));
+                Cli::err(QStringLiteral("--set %1: %2 is 1 (yes), 0 (no) or -1 (not answered)").arg(assignment, keyName));
                 return Cli::Usage;
             }
-            msg.SetNumber(key, qint16(*answer));
+            msg.setNumber(key, qint16(*answer));
             continue;
         }
         const FormFields::Box *box = FormFields::boxOf(key);
         const bool multiLine = box && box->multiLine;
         if (!multiLine && (value.contains(QLatin1Char('\r')) || value.contains(QLatin1Char('\n')))) {
-            Cli::Err(QStringLiteral("--set %1: only DTL and PDE may hold line breaks").arg(keyName));
+            Cli::err(QStringLiteral("--set %1: only DTL and PDE may hold line breaks").arg(keyName));
             return Cli::Usage;
         }
-        msg.SetText(key, multiLine ? EscapeBreaks(value) : value);
+        msg.setText(key, multiLine ? escapeBreaks(value) : value);
     }
 
     QString why;
-    const auto pair = EventNumbers::NewEventPair(cli.Station(), msg, &why);
+    const auto pair = EventNumbers::newEventPair(cli.station(), msg, &why);
     if (!pair) {
-        Cli::Err(why);
+        Cli::err(why);
         return Cli::Failure;
     }
     msg.setEID(pair->eventNumber);
     msg.setMID(pair->messageId);
     msg.setAST(Zelvat::StateDraft);
-    ApplySaveStamps(msg, cli.Station(), DatetimeLib::Now());
+    applySaveStamps(msg, cli.station(), DatetimeLib::now());
     if (!msg.Fadd())
         return Cli::Failure;
-    Cli::Out(pair->eventNumber);
+    Cli::out(pair->eventNumber);
     return Cli::Success;
 }
 
-int CmdDelete(Cli &cli, const QStringList &args)
+int deleteCommand(Cli &cli, const QStringList &args)
 {
     if (args.size() != 1) {
-        Cli::Err(QStringLiteral("usage: zelvatcts-cli [--home DIR] delete NAME"));
+        Cli::err(QStringLiteral("usage: zelvatcts-cli [--home DIR] delete NAME"));
         return Cli::Usage;
     }
     const QString name = args[0];
-    if (const int check = cli.CheckReport(name))
+    if (const int check = cli.checkReport(name))
         return check;
-    ZelvatMsg &msg = cli.Store();
+    ZelvatMsg &msg = cli.store();
     if (!msg.Load(name))
         return Cli::Usage;
     const qint16 state = msg.AST();
     if (msg.Fdelete(name, state) != QLatin1String("-1"))
         return Cli::Failure;
-    Cli::Out(state == Zelvat::StateDeleted ? QStringLiteral("%1 removed").arg(StringLib::TrimBlanks(name))
-                                           : QStringLiteral("%1 marked Deleted").arg(StringLib::TrimBlanks(name)));
+    Cli::out(state == Zelvat::StateDeleted ? QStringLiteral("%1 removed").arg(StringLib::trimBlanks(name))
+                                           : QStringLiteral("%1 marked Deleted").arg(StringLib::trimBlanks(name)));
     return Cli::Success;
 }

@@ -17,22 +17,22 @@ struct Command {
 };
 
 const Command kCommands[] = {
-    {"list", CmdList},
-    {"show", CmdShow},
-    {"next-event", CmdNextEvent},
-    {"new", CmdNew},
-    {"delete", CmdDelete},
-    {"subject", CmdSubject},
-    {"body", CmdBody},
-    {"envelope", CmdEnvelope},
-    {"submit", CmdSubmit},
-    {"resend", CmdResend},
-    {"link-test", CmdLinkTest},
+    {"list", listCommand},
+    {"show", showCommand},
+    {"next-event", nextEventCommand},
+    {"new", newCommand},
+    {"delete", deleteCommand},
+    {"subject", subjectCommand},
+    {"body", bodyCommand},
+    {"envelope", envelopeCommand},
+    {"submit", submitCommand},
+    {"resend", resendCommand},
+    {"link-test", linkTestCommand},
 };
 
 int usage()
 {
-    Cli::Err(QStringLiteral(
+    Cli::err(QStringLiteral(
         "usage: zelvatcts-cli [--home DIR] COMMAND [ARGS]\n"
         "  list [all|ready|draft|submitted|deleted]   the report list of a folder (default: ready)\n"
         "  show NAME                                  the 29 fields of a report\n"
@@ -65,19 +65,19 @@ int main(int argc, char *argv[])
         home = args[at + 1];
         args.remove(at, 2);
         if (!QFileInfo(home).isDir()) {
-            Cli::Err(QStringLiteral("--home %1: no such folder").arg(home));
+            Cli::err(QStringLiteral("--home %1: no such folder").arg(home));
             return Cli::Usage;
         }
         home = QFileInfo(home).absoluteFilePath();
     } else {
-        home = ProgramFolder::Resolve(QCoreApplication::applicationDirPath());
+        home = ProgramFolder::resolve(QCoreApplication::applicationDirPath());
     }
     if (args.isEmpty())
         return usage();
 
     QString why;
-    if (!ProgramFolder::Prepare(home, &why)) {
-        Cli::Err(why);
+    if (!ProgramFolder::prepare(home, &why)) {
+        Cli::err(why);
         return Cli::Failure;
     }
 
@@ -88,6 +88,6 @@ int main(int argc, char *argv[])
             return command.run(cli, args);
         }
     }
-    Cli::Err(QStringLiteral("unknown command: %1").arg(name));
+    Cli::err(QStringLiteral("unknown command: %1").arg(name));
     return usage();
 }
