@@ -5,10 +5,12 @@
 //
 //   tndirect-sim [--host 127.0.0.1] [--port 9334] [--outbox DIR]
 //                [--mode normal|silent|split|drop|garbage|flood]
+//   tndirect-sim --help | --version
 //
 // The first line of standard output is "listening on HOST:PORT"; then one line per message.
 
 #include "support/CodePage.h"
+#include "support/CommonConst.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
@@ -104,9 +106,11 @@ void serve(QTcpSocket *socket, Options *o)
 int main(int argc, char *argv[])
 {
     QCoreApplication app(argc, argv);
+    QCoreApplication::setApplicationVersion(Zelvat::VersionText());
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral("Loopback stand-in for the packet message server"));
     parser.addHelpOption();
+    parser.addVersionOption();
     parser.addOption({QStringLiteral("host"), QStringLiteral("Address to listen on."), QStringLiteral("host"),
                       QStringLiteral("127.0.0.1")});
     parser.addOption({QStringLiteral("port"), QStringLiteral("Port (0 picks one)."), QStringLiteral("port"),
