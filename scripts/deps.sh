@@ -7,6 +7,7 @@ packages=(
   g++ cmake ninja-build pkg-config
   qt6-base-dev qt6-base-dev-tools qt6-qpa-plugins
   fonts-crosextra-carlito fonts-liberation
+  help2man
 )
 # Extra packages a caller asks for (xvfb for screenshots, clang for fuzzing, ...).
 packages+=("$@")

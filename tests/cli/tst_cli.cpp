@@ -2,9 +2,11 @@
 // leaves in the program folder.
 
 #include "common/Capture.h"
+#include "support/CommonConst.h"
 
 #include <QDate>
 #include <QDir>
+#include <QFileInfo>
 #include <QProcess>
 #include <QSet>
 #include <QTemporaryDir>
@@ -20,6 +22,8 @@ private slots:
     void newStoresWhatTheFormWould();
     void usageErrors_data();
     void usageErrors();
+    void helpAndVersionTouchNothing_data();
+    void helpAndVersionTouchNothing();
     void missingReport();
     void brokenReportDoesNotHideTheOthers();
     void parallelClientsNeverShareANumber();
@@ -173,6 +177,41 @@ void TestCli::usageErrors()
     QVERIFY(QDir(m_dir->path() + "/msg.d").isEmpty());
     // A refused "new" takes no event number.
     QVERIFY(!readFile(m_dir->path() + "/Zelvatcts.ini").contains("Eno=101"));
+}
+
+void TestCli::helpAndVersionTouchNothing_data()
+{
+    // "DIR" stands for the test's program folder.
+    QTest::addColumn<QString>("program");
+    QTest::addColumn<QStringList>("args");
+    QTest::addColumn<QByteArray>("firstLine");
+    const QByteArray version = Zelvat::versionText().toLatin1();
+    const QByteArray usage = "Usage: zelvatcts-cli [--home DIR] COMMAND [ARGS]";
+    QTest::newRow("client help") << ZELVATCTS_CLI << QStringList{"--home", "DIR", "--help"} << usage;
+    QTest::newRow("client help before --home") << ZELVATCTS_CLI << QStringList{"--help", "--home", "DIR"} << usage;
+    QTest::newRow("client help with more words") << ZELVATCTS_CLI << QStringList{"--home", "DIR", "--help", "list"} << usage;
+    QTest::newRow("client version") << ZELVATCTS_CLI << QStringList{"--home", "DIR", "--version"}
+                                    << "zelvatcts-cli (Zelvat Call Taking System) " + version;
+    QTest::newRow("server help") << TNDIRECT_SIM << QStringList{"--help"} << QByteArray("Usage: ./tndirect-sim [options]");
+    QTest::newRow("server version") << TNDIRECT_SIM << QStringList{"--version"} << "tndirect-sim " + version;
+}
+
+void TestCli::helpAndVersionTouchNothing()
+{
+    QFETCH(QString, program);
+    QFETCH(QStringList, args);
+    QFETCH(QByteArray, firstLine);
+    args.replaceInStrings(QRegularExpression("^DIR$"), m_dir->path());
+    // Run as the manual-page generator runs it: from the program's folder, by its own name.
+    QProcess p;
+    p.setWorkingDirectory(QFileInfo(program).absolutePath());
+    p.start("./" + QFileInfo(program).fileName(), args);
+    QVERIFY(p.waitForFinished(30000));
+    QCOMPARE(p.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(p.exitCode(), 0);
+    QCOMPARE(p.readAllStandardError(), QByteArray());
+    QCOMPARE(p.readAllStandardOutput().split('\n').value(0), firstLine);
+    QVERIFY(QDir(m_dir->path()).isEmpty());
 }
 
 void TestCli::missingReport()

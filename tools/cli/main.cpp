@@ -4,6 +4,7 @@
 #include "Cli.h"
 
 #include "store/ProgramFolder.h"
+#include "support/CommonConst.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -30,10 +31,9 @@ const Command kCommands[] = {
     {"link-test", linkTestCommand},
 };
 
-int usage()
-{
-    Cli::err(QStringLiteral(
-        "usage: zelvatcts-cli [--home DIR] COMMAND [ARGS]\n"
+const char kSynopsis[] = "zelvatcts-cli [--home DIR] COMMAND [ARGS]";
+
+const char kCommandList[] =
         "  list [all|ready|draft|submitted|deleted]   the report list of a folder (default: ready)\n"
         "  show NAME                                  the 29 fields of a report\n"
         "  next-event                                 take the next event number: EID TAB MID\n"
@@ -46,8 +46,46 @@ int usage()
         "                                             submit as the report form does; exit 1 if not sent\n"
         "  resend [--wait SECONDS]                    submit every Ready report in turn (without the\n"
         "                                             contact line: the form's check box is not stored)\n"
-        "  link-test                                  the preferences dialog's link test"));
+        "  link-test                                  the preferences dialog's link test";
+
+int usage()
+{
+    Cli::err(QStringLiteral("usage: %1\n%2").arg(QLatin1String(kSynopsis), QLatin1String(kCommandList)));
     return Cli::Usage;
+}
+
+// The answers to --help and --version, on standard output, laid out the way manual-page
+// generators read them: "Usage:" lines, a description, then headed sections.
+int help()
+{
+    Cli::out(QStringLiteral(
+        "Usage: %1\n"
+        "  or:  zelvatcts-cli --help | --version\n"
+        "Works on the reports of a program folder and submits them to the message server, as the\n"
+        "window program does, for scripts and for resending after an outage.\n"
+        "\n"
+        "Commands:\n"
+        "%2\n"
+        "\n"
+        "Options:\n"
+        "  --home DIR  the program folder: station file Zelvatcts.ini, reports in msg.d, session logs\n"
+        "              in logs (default: the per-user data folder's Zelvatcts, or the program's own\n"
+        "              folder when that is writable and not the installed programs' folder)\n"
+        "  --help      show this text and exit\n"
+        "  --version   show the version and exit\n"
+        "\n"
+        "Exit status:\n"
+        "  0  done\n"
+        "  1  failed: no such report, not sent, a folder or file that cannot be written\n"
+        "  2  wrong use (a bad command, argument or field value), or a report file that cannot be read")
+                 .arg(QLatin1String(kSynopsis), QLatin1String(kCommandList)));
+    return Cli::Success;
+}
+
+int version()
+{
+    Cli::out(QStringLiteral("zelvatcts-cli (%1) %2").arg(QString::fromLatin1(Zelvat::Title), Zelvat::versionText()));
+    return Cli::Success;
 }
 
 } // namespace
@@ -64,6 +102,14 @@ int main(int argc, char *argv[])
             return usage();
         home = args[at + 1];
         args.remove(at, 2);
+    }
+    // Asking for help or the version touches no folder: the answer comes before the program
+    // folder is looked for or prepared.
+    if (!args.isEmpty() && args.first() == QLatin1String("--help"))
+        return help();
+    if (!args.isEmpty() && args.first() == QLatin1String("--version"))
+        return version();
+    if (at >= 0) {
         if (!QFileInfo(home).isDir()) {
             Cli::err(QStringLiteral("--home %1: no such folder").arg(home));
             return Cli::Usage;

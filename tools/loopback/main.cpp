@@ -4,12 +4,14 @@
 //
 //   tndirect-sim [--host 127.0.0.1] [--port 9334] [--outbox DIR]
 //                [--mode normal|silent|split|drop|garbage|flood]
+//   tndirect-sim --help | --version
 //
 // The first line of standard output is "listening on HOST:PORT"; then one line per message.
 
 #include "LoopbackServer.h"
 
 #include "support/CodePage.h"
+#include "support/CommonConst.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
@@ -36,9 +38,11 @@ QString subjectOf(const QByteArray &envelope)
 int main(int argc, char *argv[])
 {
     QCoreApplication app(argc, argv);
+    QCoreApplication::setApplicationVersion(Zelvat::versionText());
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral("Loopback stand-in for the packet message server"));
     parser.addHelpOption();
+    parser.addVersionOption();
     parser.addOption({QStringLiteral("host"), QStringLiteral("Address to listen on."), QStringLiteral("host"),
                       QStringLiteral("127.0.0.1")});
     parser.addOption({QStringLiteral("port"), QStringLiteral("Port (0 picks one)."), QStringLiteral("port"),
