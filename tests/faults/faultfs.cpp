@@ -27,6 +27,7 @@
 namespace {
 
 enum class Op { None, Write, Fsync, Close, Rename };
+const char *const kOpNames[] = {"none", "write", "fsync", "close", "rename"};
 
 std::mutex g_lock;
 std::atomic<Op> g_op{Op::None};
@@ -45,11 +46,10 @@ F real(const char *name)
 
 Op opNamed(const char *name)
 {
-    if (!name) return Op::None;
-    if (!strcmp(name, "write")) return Op::Write;
-    if (!strcmp(name, "fsync")) return Op::Fsync;
-    if (!strcmp(name, "close")) return Op::Close;
-    if (!strcmp(name, "rename")) return Op::Rename;
+    for (int op = 1; name && op <= int(Op::Rename); ++op) {
+        if (!strcmp(name, kOpNames[op]))
+            return Op(op);
+    }
     return Op::None;
 }
 
@@ -83,7 +83,7 @@ long long allowance(Op op, const char *path, const char *other, long long wanted
     if (g_op != op || !(strstr(path, g_match) || (other && strstr(other, g_match))))
         return -1;
     if (g_trace)
-        fprintf(stderr, "faultfs: %d on %s (%lld used)\n", int(op), path, g_used);
+        fprintf(stderr, "faultfs: %s on %s (%lld used)\n", kOpNames[int(op)], path, g_used);
     const long long left = g_at > g_used ? g_at - g_used : 0;
     const long long granted = op == Op::Write ? (wanted < left ? wanted : left) : (left > 0 ? 1 : 0);
     g_used += op == Op::Write ? granted : 1;
