@@ -1,0 +1,321 @@
+#include "support/SafeFile.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+#ifdef Q_OS_UNIX
+#include <QRandomGenerator>
+
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#else
+#include <QSaveFile>
+#endif
+
+namespace SafeFile {
+
+QString describe(Kind kind)
+{
+    static const char *const words[] = {"missing", "a regular file", "a folder", "a symbolic link",
+                                        "a named pipe (FIFO)", "a socket", "a device", "neither a file nor a folder"};
+    return QLatin1String(words[int(kind)]);
+}
+
+namespace {
+
+QString native(const QString &path)
+{
+    return QDir::toNativeSeparators(path);
+}
+
+bool fail(RunError *error, const RunError &what)
+{
+    if (error)
+        *error = what;
+    return false;
+}
+
+RunError notRegular(const QString &path, Kind kind)
+{
+    return RunError::make(RunError::PathFileAccessError,
+                          native(path) + QStringLiteral(" is ") + describe(kind) + QStringLiteral(", not a regular file"));
+}
+
+RunError tooLarge(const QString &path, qint64 maxBytes)
+{
+    return RunError::make(RunError::InvalidFileFormat,
+                          native(path) + QStringLiteral(" is larger than %1 bytes, more than a file of its kind can be").arg(maxBytes));
+}
+
+// For the paths that must not be opened: refuses anything but a regular file (or a missing one,
+// when `missingOk`), with the error that names what it is.
+bool acceptable(Kind kind, bool missingOk, const QString &path, RunError *error)
+{
+    if (kind == Kind::Regular || (kind == Kind::Missing && missingOk))
+        return true;
+    if (kind == Kind::Missing)
+        return fail(error, RunError::make(RunError::FileNotFound, native(path) + QStringLiteral(" does not exist")));
+    return fail(error, notRegular(path, kind));
+}
+
+} // namespace
+
+#ifdef Q_OS_UNIX
+
+namespace {
+
+QString leftAlone(bool existed)
+{
+    return existed ? QStringLiteral(", which was left as it was") : QStringLiteral("; nothing was written");
+}
+
+Kind kindOfMode(mode_t mode)
+{
+    if (S_ISREG(mode)) return Kind::Regular;
+    if (S_ISDIR(mode)) return Kind::Directory;
+    if (S_ISLNK(mode)) return Kind::SymbolicLink;
+    if (S_ISFIFO(mode)) return Kind::Fifo;
+    if (S_ISSOCK(mode)) return Kind::Socket;
+    if (S_ISCHR(mode) || S_ISBLK(mode)) return Kind::Device;
+    return Kind::Other;
+}
+
+// The system's error number in plain words, with the run-time error it stands for, then what
+// could not be done.
+RunError fromErrno(int err, const QString &what)
+{
+    RunError::Number number = RunError::DeviceIoError;
+    QString why;
+    switch (err) {
+    case ENOSPC: case EDQUOT: number = RunError::DiskFull; why = QStringLiteral("the disk is full"); break;
+    case EIO: why = QStringLiteral("the disk reported an input/output error"); break;
+    case EROFS: number = RunError::PermissionDenied; why = QStringLiteral("the folder is read-only"); break;
+    case EACCES: case EPERM: number = RunError::PermissionDenied; why = QStringLiteral("permission denied"); break;
+    case ENOENT: number = RunError::PathNotFound; why = QStringLiteral("the folder does not exist"); break;
+    case ENOTDIR: number = RunError::PathNotFound; why = QStringLiteral("a part of the path is not a folder"); break;
+    case ENAMETOOLONG: number = RunError::BadFileName; why = QStringLiteral("the name is too long"); break;
+    case ELOOP: number = RunError::PathFileAccessError; why = QStringLiteral("it is a symbolic link"); break;
+    default: why = qt_error_string(err); break;
+    }
+    return RunError::make(number, why + QStringLiteral(": ") + what);
+}
+
+// Closes the descriptor it holds when it goes out of scope, for the paths that give up early.
+struct Descriptor {
+    int fd = -1;
+    ~Descriptor() { if (fd >= 0) ::close(fd); }
+    // Closes now and tells the close's own error (0 when none): on a network file system a
+    // close is where a failed write may first show.
+    int close() { const int rc = ::close(fd); fd = -1; return rc == 0 ? 0 : errno; }
+};
+
+// Writes every byte, going on after a short write; 0 or the error number.
+int writeAll(int fd, const QByteArray &bytes)
+{
+    const char *p = bytes.constData();
+    size_t left = size_t(bytes.size());
+    while (left > 0) {
+        const ssize_t n = ::write(fd, p, left);
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n <= 0)
+            return n < 0 ? errno : EIO;
+        p += n;
+        left -= size_t(n);
+    }
+    return 0;
+}
+
+// What stands at `name` in the folder `dirFd` (or at a path, with AT_FDCWD), link not followed;
+// `err` is set when the look itself fails.
+Kind lookAt(int dirFd, const QByteArray &name, struct stat *st, int *err)
+{
+    *err = 0;
+    if (::fstatat(dirFd, name.constData(), st, AT_SYMLINK_NOFOLLOW) == 0)
+        return kindOfMode(st->st_mode);
+    if (errno != ENOENT)
+        *err = errno;
+    return Kind::Missing;
+}
+
+// Opens a regular file for readAll or append. What is not one is refused before it is opened (a
+// device may act on an open); the open neither follows a link nor waits for a FIFO's other end,
+// and what was opened is checked again, so a swap between the look and the open is caught.
+bool openRegular(const QString &path, int flags, Descriptor *file, struct stat *st, const QString &what, RunError *error)
+{
+    const QByteArray name = QFile::encodeName(path);
+    int err = 0;
+    Kind kind = lookAt(AT_FDCWD, name, st, &err);
+    if (err)
+        return fail(error, fromErrno(err, what));
+    if (!acceptable(kind, flags & O_CREAT, path, error))
+        return false;
+    file->fd = ::open(name.constData(), flags | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0666);
+    if (file->fd < 0)
+        return fail(error, fromErrno(errno, what));
+    if (::fstat(file->fd, st) != 0)
+        st->st_mode = 0;
+    kind = kindOfMode(st->st_mode);
+    return kind == Kind::Regular || fail(error, notRegular(path, kind));
+}
+
+} // namespace
+
+Kind kindOf(const QString &path)
+{
+    struct stat st {};
+    int err = 0;
+    const Kind kind = lookAt(AT_FDCWD, QFile::encodeName(path), &st, &err);
+    return err ? Kind::Other : kind;
+}
+
+bool readAll(const QString &path, qint64 maxBytes, QByteArray *bytes, RunError *error)
+{
+    bytes->clear();
+    const QString what = QStringLiteral("could not read ") + native(path);
+    Descriptor file;
+    struct stat st {};
+    if (!openRegular(path, O_RDONLY, &file, &st, what, error))
+        return false;
+    if (st.st_size > maxBytes)
+        return fail(error, tooLarge(path, maxBytes));
+    QByteArray data;
+    char chunk[16384];
+    for (ssize_t n; (n = ::read(file.fd, chunk, sizeof chunk)) != 0;) {
+        if (n < 0 && errno != EINTR)
+            return fail(error, fromErrno(errno, what));
+        if (n > 0)
+            data.append(chunk, n);
+        if (data.size() > maxBytes) // it grew after the look
+            return fail(error, tooLarge(path, maxBytes));
+    }
+    *bytes = data;
+    return true;
+}
+
+bool writeAtomically(const QString &path, const QByteArray &bytes, RunError *error)
+{
+    const QFileInfo info(path);
+    const QByteArray name = QFile::encodeName(info.fileName());
+    if (name.isEmpty())
+        return fail(error, RunError::make(RunError::BadFileName, native(path) + QStringLiteral(" names no file")));
+    // Everything below happens in this one folder, even should its path be changed meanwhile.
+    Descriptor folder{::open(QFile::encodeName(info.path()).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
+    if (folder.fd < 0)
+        return fail(error, fromErrno(errno, QStringLiteral("could not open the folder of ") + native(path)));
+
+    struct stat old {};
+    int err = 0;
+    const Kind kind = lookAt(folder.fd, name, &old, &err);
+    if (err)
+        return fail(error, fromErrno(err, QStringLiteral("could not look at ") + native(path)));
+    if (!acceptable(kind, true, path, error))
+        return false;
+    const bool existed = kind == Kind::Regular;
+    const QString what = QStringLiteral("could not save ") + native(path) + leftAlone(existed);
+
+    // Created exclusively: an existing file or link of that name is never opened.
+    QByteArray temp;
+    Descriptor file;
+    for (int attempt = 0; file.fd < 0 && attempt < 20; ++attempt) {
+        const quint32 draw = QRandomGenerator::global()->bounded(2176782336u); // 36 to the 6th
+        temp = name + ".~" + QByteArray::number(draw, 36).rightJustified(6, '0');
+        file.fd = ::openat(folder.fd, temp.constData(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666);
+        if (file.fd < 0 && errno != EEXIST)
+            break;
+    }
+    if (file.fd < 0)
+        return fail(error, fromErrno(errno, what));
+    if (existed) {
+        // Best effort: a file system without owners or modes (a FAT stick) refuses, and the
+        // save goes on with the usual permissions.
+        if (old.st_uid != ::geteuid() || old.st_gid != ::getegid())
+            (void)!::fchown(file.fd, old.st_uid, old.st_gid);
+        (void)!::fchmod(file.fd, old.st_mode & 07777);
+    }
+
+    err = writeAll(file.fd, bytes);
+    if (!err && ::fsync(file.fd) != 0)
+        err = errno;
+    const int closeErr = file.close();
+    if (!err)
+        err = closeErr;
+    if (!err && ::renameat(folder.fd, temp.constData(), folder.fd, name.constData()) != 0)
+        err = errno;
+    if (err) {
+        ::unlinkat(folder.fd, temp.constData(), 0);
+        return fail(error, fromErrno(err, what));
+    }
+    if (::fsync(folder.fd) != 0 && errno != EINVAL)
+        return fail(error, fromErrno(errno, native(path) + QStringLiteral(" was replaced, but the folder could not be "
+                                                                          "flushed: the change may not survive a power cut")));
+    return true;
+}
+
+bool append(const QString &path, const QByteArray &bytes, RunError *error)
+{
+    const QString what = QStringLiteral("could not add to ") + native(path) + leftAlone(kindOf(path) == Kind::Regular);
+    Descriptor file;
+    struct stat st {};
+    if (!openRegular(path, O_WRONLY | O_APPEND | O_CREAT, &file, &st, what, error))
+        return false;
+    if (int err = writeAll(file.fd, bytes)) {
+        (void)!::ftruncate(file.fd, st.st_size); // no half line stays behind
+        return fail(error, fromErrno(err, what));
+    }
+    const int err = file.close();
+    return err == 0 || fail(error, fromErrno(err, what));
+}
+
+#else // Qt's own file classes, where the calls above do not exist.
+
+Kind kindOf(const QString &path)
+{
+    const QFileInfo info(path);
+    if (info.isSymbolicLink() || info.isShortcut() || info.isJunction()) return Kind::SymbolicLink;
+    if (!info.exists()) return Kind::Missing;
+    if (info.isDir()) return Kind::Directory;
+    return info.isFile() ? Kind::Regular : Kind::Other;
+}
+
+bool readAll(const QString &path, qint64 maxBytes, QByteArray *bytes, RunError *error)
+{
+    bytes->clear();
+    QFile file(path);
+    if (!acceptable(kindOf(path), false, path, error))
+        return false;
+    if (!file.open(QIODevice::ReadOnly))
+        return fail(error, RunError::fromFile(file));
+    if (file.size() > maxBytes)
+        return fail(error, tooLarge(path, maxBytes));
+    *bytes = file.readAll();
+    return file.error() == QFileDevice::NoError || fail(error, RunError::fromFile(file));
+}
+
+bool writeAtomically(const QString &path, const QByteArray &bytes, RunError *error)
+{
+    QSaveFile file(path);
+    file.setDirectWriteFallback(false);
+    if (!acceptable(kindOf(path), true, path, error))
+        return false;
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit())
+        return fail(error, RunError::fromFile(file));
+    return true;
+}
+
+bool append(const QString &path, const QByteArray &bytes, RunError *error)
+{
+    QFile file(path);
+    if (!acceptable(kindOf(path), true, path, error))
+        return false;
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Append | QIODevice::Unbuffered) || file.write(bytes) != bytes.size())
+        return fail(error, RunError::fromFile(file));
+    return true;
+}
+
+#endif
+
+} // namespace SafeFile

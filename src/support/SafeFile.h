@@ -1,0 +1,39 @@
+#pragma once
+
+#include "support/RunError.h"
+
+#include <QByteArray>
+#include <QString>
+
+// The one way the program reads and writes its files (reports, settings, the session log).
+// Nothing here blocks on a named pipe or a device, writes through a symbolic link, or replaces
+// anything that is not a regular file; a failed save leaves the old file as it was.
+namespace SafeFile {
+
+// What stands at a path, looked at without opening it and without following a symbolic link.
+enum class Kind { Missing, Regular, Directory, SymbolicLink, Fifo, Socket, Device, Other };
+Kind kindOf(const QString &path);
+// For messages: "a folder", "a symbolic link", "a named pipe (FIFO)", ...
+QString describe(Kind kind);
+
+// Reads a whole regular file. Anything else (a symbolic link included) is refused without being
+// opened; the opened file is checked again, so a swap between the look and the open is caught.
+// A file over maxBytes is refused without being read. A missing file gives FileNotFound.
+bool readAll(const QString &path, qint64 maxBytes, QByteArray *bytes, RunError *error);
+
+// Replaces the file at `path` with `bytes`, all or nothing. The bytes go to a temporary file
+// "NAME.~XXXXXX" beside it (so a listing of "*.911" never shows one), which takes the old file's
+// permissions, is flushed to the disk and then renamed over the old file; the folder is flushed
+// last. On any failure before the rename the temporary file is removed and the old file is left
+// exactly as it was. Should only the last flush of the folder fail, the new file is in place but
+// may not survive a power cut: that too returns false, and the error says so.
+// A `path` that exists and is not a regular file is refused: nothing is written through it and
+// nothing replaces it.
+bool writeAtomically(const QString &path, const QByteArray &bytes, RunError *error);
+
+// Appends `bytes` to a regular file, created when missing (for the session log). Unbuffered and
+// checked; when the bytes cannot all be written the file is cut back to its old length, so a
+// line is added whole or not at all. Anything but a regular file is refused without blocking.
+bool append(const QString &path, const QByteArray &bytes, RunError *error);
+
+} // namespace SafeFile
