@@ -4,7 +4,7 @@
 // the time from start to the station dialog shown, and, last, refresh_ratio for 10,000.
 
 #include "app/frmZelvatmain.h"
-#include "SampleReport.h"
+#include "common/SampleReport.h"
 
 #include <QApplication>
 #include <QDir>
@@ -37,7 +37,7 @@ Figures measure(int count, int repeats)
     QDir(dir.path()).mkpath(QStringLiteral("logs"));
     QStringList paths;
     for (int i = 0; i < count; ++i) {
-        const ZelvatMsg m = SampleReport(dir.path(), i, 2);
+        const ZelvatMsg m = SampleReport::make(dir.path(), i, 2);
         const QString path = m.pathFor(m.EID());
         QFile f(path);
         f.open(QIODevice::WriteOnly);

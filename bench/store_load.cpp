@@ -2,7 +2,7 @@
 // against a plain read of the same files (open, read all, close each) in the same run.
 // Prints the medians for 10,000 and 100,000 report files and, last, load_ratio for 10,000.
 
-#include "SampleReport.h"
+#include "common/SampleReport.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -35,7 +35,7 @@ Figures measure(int count, int repeats)
     qint64 bytes = 0;
     for (int i = 0; i < count; ++i) {
         const QByteArray content =
-            SampleReport(dir.path(), i, qint16(i % 3 == 0 ? 2 : 6)).fileContent(QStringLiteral("1.0.0/26320:143207"));
+            SampleReport::make(dir.path(), i, qint16(i % 3 == 0 ? 2 : 6)).fileContent(QStringLiteral("1.0.0/26320:143207"));
         const QString path = dir.path() + QStringLiteral("/msg.d/ABC26320.%1.911").arg(i, 6, 10, QLatin1Char('0'));
         QFile f(path);
         if (!f.open(QIODevice::WriteOnly))

@@ -4,7 +4,7 @@
 // taken from when its line appears, minus those 400 ms is the overhead. Prints the median time per
 // report and, last, overhead_ms.
 
-#include "SampleReport.h"
+#include "common/SampleReport.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -40,7 +40,7 @@ int main(int argc, char *argv[])
     ini.close();
     constexpr int reports = 100;
     for (int i = 0; i < reports; ++i) {
-        ZelvatMsg m = SampleReport(dir.path(), i, 2);
+        ZelvatMsg m = SampleReport::make(dir.path(), i, 2);
         m.setTYP(QStringLiteral("MED"));
         m.Fadd();
     }

@@ -1,0 +1,37 @@
+#pragma once
+
+#include "common/Loopback.h"
+#include "common/ProgramHome.h"
+
+#include <QStringList>
+#include <memory>
+
+class frmZelvatcts;
+class frmZelvatmain;
+
+// What the window suites share: a program home, the per-user settings store in test mode and
+// empty, a loopback message server the station points at when asked, report forms opened with a
+// counted list refresh and closed after the case.
+class WindowHome : public ProgramHome {
+public:
+    explicit WindowHome(const QByteArray &stationLines = DefaultStation);
+    ~WindowHome();
+
+    // Starts a loopback server and points the station at it.
+    LoopbackServer &serve(LoopbackServer::Mode mode = LoopbackServer::Mode::Normal);
+    // Points the station at a port where nobody listens.
+    void refuse();
+
+    // The report form for "NEW" or a report name, as the main window opens it.
+    frmZelvatcts *openForm(const QString &eventRecord);
+    // The main window after its start-up; the station dialog and the report form are not shown
+    // but counted and recorded.
+    std::unique_ptr<frmZelvatmain> startMainWindow();
+
+    int refreshes = 0;      // list refreshes asked for by report forms
+    int stationDialogs = 0; // station dialogs the main window would have shown
+    QStringList opened;     // what the main window asked the report form to open
+
+private:
+    std::unique_ptr<LoopbackServer> m_server;
+};
