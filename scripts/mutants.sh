@@ -1,0 +1,45 @@
+#!/usr/bin/env bash
+# Puts in, one at a time, each deliberate fault listed in scripts/mutants.txt (or the file given),
+# rebuilds, runs the suite, and prints which test caught it, or SURVIVED. Works on a scratch
+# copy of the committed tree in build-mutants/, never on the checkout itself.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+list=$(realpath "${1:-scripts/mutants.txt}")
+scratch=$PWD/build-mutants
+rm -rf "$scratch/src"; mkdir -p "$scratch"
+git archive HEAD | tar -x -C "$scratch" --one-top-level=src
+cd "$scratch/src"
+BUILD_DIR=$scratch/build ./scripts/build.sh >/dev/null
+python3 - "$list" "$scratch" <<'PY'
+import subprocess, sys, os
+lst, scratch = sys.argv[1], sys.argv[2]
+os.chdir(os.path.join(scratch, "src"))
+caught = survived = 0
+for raw in open(lst):
+    if not raw.strip() or raw.startswith("#"):
+        continue
+    parts = [p.strip() for p in raw.replace("\\|", "\x00").split(" | ")]
+    path, old, new, rule = [p.replace("\x00", "|").replace("\\n", "\n") for p in parts]
+    text = open(path).read()
+    if old not in text:
+        print(f"NOT FOUND  {rule}  ({path})", flush=True)
+        continue
+    open(path, "w").write(text.replace(old, new, 1))
+    try:
+        b = subprocess.run(["cmake", "--build", scratch + "/build"], capture_output=True, text=True)
+        if b.returncode != 0:
+            print(f"NO BUILD   {rule}", flush=True)
+            continue
+        t = subprocess.run(["ctest", "--test-dir", scratch + "/build", "--stop-on-failure", "--timeout", "120"],
+                           capture_output=True, text=True, env=dict(os.environ, QT_QPA_PLATFORM="offscreen"))
+        failed = [l.split()[3] for l in t.stdout.splitlines() if "***" in l or ("Test #" in l and "Failed" in l)]
+        if t.returncode != 0:
+            caught += 1
+            print(f"caught     {rule}  by {failed[0] if failed else '?'}", flush=True)
+        else:
+            survived += 1
+            print(f"SURVIVED   {rule}  ({path})", flush=True)
+    finally:
+        open(path, "w").write(text)
+print(f"{caught} caught, {survived} survived", flush=True)
+PY
