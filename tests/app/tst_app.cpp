@@ -1,24 +1,23 @@
 // The main window driven with real clicks and keys, offscreen: start-up and shutdown through the
-// per-user settings store, the folders, sorting, deleting, the font commands, the guide, and
-// the unreadable-file message.
+// per-user settings store, the folders, sorting, deleting, the font commands, the guide, and the
+// unreadable-file message.
 
 #include "app/ReportListModel.h"
 #include "app/frmZelvatmain.h"
 #include "common/Capture.h"
-#include "support/DatetimeLib.h"
-#include "store/ProgramFolder.h"
+#include "common/WindowHome.h"
 #include "support/CommonConst.h"
+#include "support/DatetimeLib.h"
 
+#include <QAbstractItemModelTester>
 #include <QAction>
 #include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
-#include <QStatusBar>
 #include <QPushButton>
 #include <QSettings>
 #include <QSortFilterProxyModel>
-#include <QStandardPaths>
-#include <QTemporaryDir>
+#include <QStatusBar>
 #include <QTest>
 #include <QTreeView>
 
@@ -26,79 +25,35 @@ class TestApp : public QObject {
     Q_OBJECT
 
 private slots:
-    void initTestCase();
-    void init();
-    void cleanup();
-
     void firstStartWithAnEmptyStore();
-    void closingWhileMaximisedKeepsThePlacement();
-    void columnWidthsComeBackRoundedHalfToEven();
-    void foldersFilterTheList();
-    void headerClicksSort();
-    void dateTimeSortIsChronological();
-    void deleteInAllThenInDeleted();
-    void deleteKeyDeletesTheSelection();
+    void placementAndWidthsFromTheSettingsStore();
     void fontSizeSurvivesARestart();
+    void foldersFilterTheList();
+    void sorts_data();
+    void sorts();
+    void deletes_data();
+    void deletes();
     void packAndResetColumns();
-    void unreadableReportsAreReportedOnce();
-    void missingGuideGreysTheMenuEntry();
-    void configPanelInProperCase();
-    void newReportAndDoubleClickOpenTheForm();
+    void unreadableReportsAreToldOnce();
+    void commandsAndPanels();
     void resizeFollowsTheWindow();
-
-private:
-    std::unique_ptr<frmZelvatmain> start();
-    void report(const QString &name, int ast, const QString &city, const QString &adt = "260307",
-                const QString &atm = "1405");
-    QStringList column(frmZelvatmain &w, int c) const;
-    QSettings store() const { return QSettings(QSettings::NativeFormat, QSettings::UserScope, Zelvat::Title); }
-    int px(frmZelvatmain &w, double twips) const { return qRound(twips * w.logicalDpiX() / 1440.0); }
-
-    std::unique_ptr<QTemporaryDir> m_dir;
-    int m_stationDialogs = 0;
-    QStringList m_opened;
 };
 
-void TestApp::initTestCase()
+// The per-user settings store's group "Settings".
+static std::unique_ptr<QSettings> store()
 {
-    QStandardPaths::setTestModeEnabled(true);
+    auto s = std::make_unique<QSettings>(QSettings::NativeFormat, QSettings::UserScope, Zelvat::Title);
+    s->beginGroup("Settings");
+    return s;
 }
 
-void TestApp::init()
+static int px(const QWidget &w, double twips)
 {
-    m_dir = std::make_unique<QTemporaryDir>();
-    QString why;
-    QVERIFY(ProgramFolder::prepare(m_dir->path(), &why));
-    QSettings s(QSettings::NativeFormat, QSettings::UserScope, Zelvat::Title);
-    s.clear();
-    s.sync();
-    m_stationDialogs = 0;
-    m_opened.clear();
+    return qRound(twips * w.logicalDpiX() / 1440.0);
 }
 
-void TestApp::cleanup()
-{
-    m_dir.reset();
-}
-
-std::unique_ptr<frmZelvatmain> TestApp::start()
-{
-    auto w = std::make_unique<frmZelvatmain>(m_dir->path());
-    w->showStationDialog = [this] { ++m_stationDialogs; };
-    w->startReportForm = [this](const QString &name) { m_opened << name; };
-    w->Form_Load();
-    return w;
-}
-
-void TestApp::report(const QString &name, int ast, const QString &city, const QString &adt, const QString &atm)
-{
-    writeFile(m_dir->path() + "/msg.d/" + name + ".911",
-              ("EID=" + name + "\r\nTYP=MED\r\nISS=Issue " + name + "\r\nCTY=" + city + "\r\nAST=" + QString::number(ast)
-               + "\r\nADT=" + adt + "\r\nATM=" + atm + "\r\n")
-                  .toLatin1());
-}
-
-QStringList TestApp::column(frmZelvatmain &w, int c) const
+// The cells of one column in the order the list shows them.
+static QStringList column(const frmZelvatmain &w, int c)
 {
     QStringList cells;
     const QAbstractItemModel *rows = w.listRows();
@@ -107,82 +62,97 @@ QStringList TestApp::column(frmZelvatmain &w, int c) const
     return cells;
 }
 
+static void report(WindowHome &home, const QString &name, int ast, const QString &city, const QString &adt = "260307",
+                   const QString &atm = "1405")
+{
+    home.writeReport(name, ("EID=" + name + "\r\nTYP=MED\r\nISS=Issue " + name + "\r\nCTY=" + city + "\r\nAST="
+                            + QString::number(ast) + "\r\nADT=" + adt + "\r\nATM=" + atm + "\r\n")
+                               .toLatin1());
+}
+
 void TestApp::firstStartWithAnEmptyStore()
 {
-    auto w = start();
+    WindowHome home;
+    auto w = home.startMainWindow();
     QCOMPARE(w->pos(), QPoint(px(*w, 105), px(*w, 105)));
     QCOMPARE(w->size(), QSize(px(*w, 11235), px(*w, 7200)));
     QCOMPARE(w->columnWidths(), (std::array<qint32, 8>{1, 1000, 1000, 1000, 2000, 4000, 2000, 2000}));
     QCOMPARE(w->currentFolder(), 2);
     QCOMPARE(w->lblCurrentFolder->text(), QString("  Ready to Send"));
-    QCOMPARE(m_stationDialogs, 1);
+    QCOMPARE(home.stationDialogs, 1);
     QCOMPARE(w->windowTitle(), "Zelvat Call Taking System v" + Zelvat::versionText());
     QCOMPARE(w->statusText(), QString("Items: 0"));
-    QVERIFY(QFile::exists(m_dir->path() + "/Zelvatcts.ini"));
-    QVERIFY(QFile::exists(m_dir->path() + "/logs/Zelvat_" + DatetimeLib::yymmdd(DatetimeLib::now()) + ".log"));
-    QVERIFY(!w->LV->isEnabled() || w->LV->focusPolicy() == Qt::NoFocus); // an empty list takes no keys
+    QVERIFY(QFile::exists(home.logPath()));
+    QCOMPARE(w->LV->focusPolicy(), Qt::NoFocus); // an empty list takes no keys
     w->close();
-    QSettings s = store();
-    s.beginGroup("Settings");
-    QCOMPARE(s.value("MainWidth").toString().toDouble(), 11235.0);
-    QCOMPARE(s.value("lvCW6").toString(), QString("4000"));
-    QCOMPARE(s.value("lvCW1").toString(), QString("1"));
+    QCOMPARE(store()->value("MainWidth").toString().toDouble(), 11235.0);
+    QCOMPARE(store()->value("lvCW6").toString(), QString("4000"));
+    QCOMPARE(store()->value("lvCW1").toString(), QString("1"));
 }
 
-void TestApp::closingWhileMaximisedKeepsThePlacement()
+void TestApp::placementAndWidthsFromTheSettingsStore()
 {
-    {
-        QSettings s = store();
-        s.beginGroup("Settings");
-        s.setValue("MainLeft", "300");
-        s.setValue("MainWidth", "9000");
-    }
-    auto w = start();
-    w->LV->header()->resizeSection(3, px(*w, 1500));
-    w->setWindowState(Qt::WindowMaximized);
-    w->close();
-    QSettings s = store();
-    s.beginGroup("Settings");
-    QCOMPARE(s.value("MainLeft").toString(), QString("300"));
-    QCOMPARE(s.value("MainWidth").toString(), QString("9000"));
-    QCOMPARE(s.value("lvCW4").toString().toDouble(), 1500.0);
-}
-
-void TestApp::columnWidthsComeBackRoundedHalfToEven()
-{
+    WindowHome home;
     Capture capture;
     {
-        QSettings s = store();
-        s.beginGroup("Settings");
-        s.setValue("lvCW2", "1500.5");
-        s.setValue("lvCW3", "1501.5");
-        s.setValue("lvCW4", "abc");   // edited from outside: the default stands, and the operator hears of it
-        s.setValue("MainTop", "1e99"); // no placement a window can take
+        const auto s = store();
+        s->setValue("MainLeft", "300");
+        s->setValue("MainWidth", "9000");
+        s->setValue("lvCW2", "1500.5");
+        s->setValue("lvCW3", "1501.5");
+        s->setValue("lvCW4", "abc");    // edited from outside: the default stands, and the operator hears of it
+        s->setValue("MainTop", "1e99"); // no placement a window can take
     }
-    auto w = start();
-    QCOMPARE(w->columnWidths()[1], 1500);
+    auto w = home.startMainWindow();
+    QCOMPARE(w->columnWidths()[1], 1500); // rounded half to even
     QCOMPARE(w->columnWidths()[2], 1502);
     QCOMPARE(w->columnWidths()[3], 1000);
     QCOMPARE(w->pos().y(), px(*w, 105));
     QCOMPARE(capture.notices.size(), 1);
     const QString text = capture.notices[0].text;
-    QVERIFY2(text.contains(store().fileName()), qPrintable(text));
-    QVERIFY2(text.contains("lvCW4=\"abc\"") && text.contains("MainTop=\"1e99\""), qPrintable(text));
-    QVERIFY2(!text.contains("lvCW2"), qPrintable(text));
+    QVERIFY2(text.contains(store()->fileName()) && text.contains("lvCW4=\"abc\"") && text.contains("MainTop=\"1e99\"")
+                 && !text.contains("lvCW2"),
+             qPrintable(text));
+    // Closed while maximised, the window keeps its normal placement; a resized column its width.
+    w->LV->header()->resizeSection(5, px(*w, 1500));
+    w->setWindowState(Qt::WindowMaximized);
     w->close();
-    QSettings s = store();
-    s.beginGroup("Settings");
-    QCOMPARE(s.value("lvCW4").toString(), QString("1000"));
+    const auto s = store();
+    QCOMPARE(s->value("MainLeft").toString(), QString("300"));
+    QCOMPARE(s->value("MainWidth").toString(), QString("9000"));
+    QCOMPARE(s->value("lvCW4").toString(), QString("1000"));
+    QCOMPARE(s->value("lvCW6").toString().toDouble(), 1500.0);
+}
+
+void TestApp::fontSizeSurvivesARestart()
+{
+    WindowHome home;
+    {
+        auto w = home.startMainWindow();
+        for (int i = 0; i < 3; ++i)
+            QTest::mouseClick(w->cmdBigger, Qt::LeftButton);
+        QCOMPARE(w->LV->font().pointSizeF(), 13.0);
+        w->close();
+    }
+    QVERIFY(readFile(home.stationPath()).contains("\r\nLvf=13\r\n"));
+    auto again = home.startMainWindow();
+    QCOMPARE(again->listFontSize(), 13.0);
+    QTest::mouseClick(again->cmdSmaller, Qt::LeftButton);
+    QCOMPARE(again->LV->font().pointSizeF(), 12.0);
+    again->mnuResetFont_Click();
+    QCOMPARE(again->LV->font().pointSizeF(), 10.0);
 }
 
 void TestApp::foldersFilterTheList()
 {
-    report("R1", 2, "A");
-    report("D1", 6, "B");
-    report("X1", 8, "C");
-    report("S1", 9, "D");
-    report("N1", 1, "E");
-    auto w = start();
+    WindowHome home;
+    report(home, "R1", 2, "A");
+    report(home, "D1", 6, "B");
+    report(home, "X1", 8, "C");
+    report(home, "S1", 9, "D");
+    report(home, "N1", 1, "E");
+    auto w = home.startMainWindow();
+    QAbstractItemModelTester tester(w->listRows(), QAbstractItemModelTester::FailureReportingMode::QtTest);
     QCOMPARE(column(*w, 0), QStringList{"R1"});
     const std::pair<int, QStringList> expected[] = {
         {6, {"D1"}}, {8, {"X1"}}, {9, {"S1"}}, {0, {"R1", "D1", "X1", "S1", "N1"}}, {2, {"R1"}}};
@@ -196,175 +166,173 @@ void TestApp::foldersFilterTheList()
     QCOMPARE(column(*w, 1), (QStringList{"Ready", "Draft", "Deleted", "Submitted", ""}));
 }
 
-void TestApp::headerClicksSort()
+void TestApp::sorts_data()
 {
-    report("R1", 2, "Boston");
-    report("R2", 2, "albany");
-    report("R3", 2, "Chicago");
-    auto w = start();
-    QCOMPARE(column(*w, 6), (QStringList{"albany", "Boston", "Chicago"})); // by City after a refill
-    QTest::mouseClick(w->LV->header()->viewport(), Qt::LeftButton, {},
-                      QPoint(w->LV->header()->sectionViewportPosition(6) + 5, 5));
-    QCOMPARE(column(*w, 6), (QStringList{"Chicago", "Boston", "albany"})); // the same header flips
-    w->LV_ColumnClick(0);
-    QCOMPARE(column(*w, 0), (QStringList{"R3", "R2", "R1"})); // another keeps the direction
-    w->LV_ColumnClick(0);
-    QCOMPARE(column(*w, 0), (QStringList{"R1", "R2", "R3"}));
-    w->BuildNewMsgList();
-    QCOMPARE(column(*w, 6), (QStringList{"albany", "Boston", "Chicago"}));
+    QTest::addColumn<QList<int>>("clicks"); // header clicks, in turn
+    QTest::addColumn<int>("shown");         // the column compared
+    QTest::addColumn<QStringList>("order");
+
+    // R1 Boston 12/31/09 23:00, R2 albany 01/01/10 01:00, R3 Chicago without a date
+    QTest::newRow("after a refill by City") << QList<int>{} << 6 << QStringList{"albany", "Boston", "Chicago"};
+    QTest::newRow("the same header flips") << QList<int>{6} << 6 << QStringList{"Chicago", "Boston", "albany"};
+    QTest::newRow("another header keeps the direction") << QList<int>{6, 0} << 0 << QStringList{"R3", "R2", "R1"};
+    QTest::newRow("and flips on its second click") << QList<int>{6, 0, 0} << 0 << QStringList{"R1", "R2", "R3"};
+    QTest::newRow("date/time: newest first") << QList<int>{7} << 0 << QStringList{"R2", "R1", "R3"};
+    QTest::newRow("date/time again: oldest first") << QList<int>{7, 7} << 0 << QStringList{"R3", "R1", "R2"};
+    QTest::newRow("a refill goes back to City") << QList<int>{7, 0, -1} << 6 << QStringList{"albany", "Boston", "Chicago"};
 }
 
-void TestApp::dateTimeSortIsChronological()
+void TestApp::sorts()
 {
-    report("A", 2, "x", "091231", "2300"); // 12/31/09 23:00
-    report("B", 2, "x", "100101", "0100"); // 01/01/10 01:00: later, though "01/" sorts first as text
-    report("C", 2, "x", "", "");           // no date: value 0
-    auto w = start();
-    w->LV_ColumnClick(7); // order flips from ascending: newest first
-    QCOMPARE(column(*w, 0), (QStringList{"B", "A", "C"}));
-    w->LV_ColumnClick(7);
-    QCOMPARE(column(*w, 0), (QStringList{"C", "A", "B"}));
-}
-
-void TestApp::deleteInAllThenInDeleted()
-{
-    report("R1", 2, "A");
-    report("R2", 6, "B");
-    auto w = start();
-    QTest::mouseClick(w->cmdFolder[0], Qt::LeftButton);
-    w->LV->selectAll();
-    QTest::mouseClick(w->cmdDelete, Qt::LeftButton);
-    QCOMPARE(w->listModel()->rowCount(), 0);
-    QCOMPARE(w->statusText(), QString("Items: 2")); // the count changes on the next refill
-    w->BuildNewMsgList();
-    QCOMPARE(column(*w, 1), (QStringList{"Deleted", "Deleted"}));
-    QVERIFY(readFile(m_dir->path() + "/msg.d/R1.911").contains("AST=8"));
-    QTest::mouseClick(w->cmdFolder[8], Qt::LeftButton);
-    w->LV->selectionModel()->select(w->listRows()->index(0, 0), QItemSelectionModel::Select | QItemSelectionModel::Rows);
-    QTest::mouseClick(w->cmdDelete, Qt::LeftButton);
-    QVERIFY(!QFile::exists(m_dir->path() + "/msg.d/R1.911"));
-    QVERIFY(QFile::exists(m_dir->path() + "/msg.d/R2.911"));
-    w->BuildNewMsgList();
-    QCOMPARE(column(*w, 0), QStringList{"R2"});
-}
-
-void TestApp::deleteKeyDeletesTheSelection()
-{
-    report("R1", 2, "A");
-    report("R2", 2, "B");
-    auto w = start();
-    w->LV->selectionModel()->select(w->listRows()->index(1, 0), QItemSelectionModel::Select | QItemSelectionModel::Rows);
-    QTest::keyClick(w->LV, Qt::Key_Delete);
-    QCOMPARE(column(*w, 0), QStringList{"R1"});
-    QVERIFY(readFile(m_dir->path() + "/msg.d/R2.911").contains("AST=8"));
-}
-
-void TestApp::fontSizeSurvivesARestart()
-{
-    {
-        auto w = start();
-        for (int i = 0; i < 3; ++i)
-            QTest::mouseClick(w->cmdBigger, Qt::LeftButton);
-        QCOMPARE(w->LV->font().pointSizeF(), 13.0);
-        w->close();
+    QFETCH(QList<int>, clicks);
+    QFETCH(int, shown);
+    QFETCH(QStringList, order);
+    WindowHome home;
+    report(home, "R1", 2, "Boston", "091231", "2300");
+    report(home, "R2", 2, "albany", "100101", "0100"); // later, though "01/" sorts first as text
+    report(home, "R3", 2, "Chicago", "", "");
+    auto w = home.startMainWindow();
+    QHeaderView *header = w->LV->header();
+    for (int c : clicks) {
+        if (c < 0)
+            w->BuildNewMsgList();
+        else
+            QTest::mouseClick(header->viewport(), Qt::LeftButton, {}, QPoint(header->sectionViewportPosition(c) + 5, 5));
     }
-    QVERIFY(readFile(m_dir->path() + "/Zelvatcts.ini").contains("\r\nLvf=13\r\n"));
-    auto again = start();
-    QCOMPARE(again->listFontSize(), 13.0);
-    QTest::mouseClick(again->cmdSmaller, Qt::LeftButton);
-    QCOMPARE(again->LV->font().pointSizeF(), 12.0);
-    again->mnuResetFont_Click();
-    QCOMPARE(again->LV->font().pointSizeF(), 10.0);
+    QCOMPARE(column(*w, shown), order);
+}
+
+void TestApp::deletes_data()
+{
+    QTest::addColumn<int>("folder");
+    QTest::addColumn<QString>("how");         // the Delete button, the Delete key, the Edit menu
+    QTest::addColumn<QStringList>("selected");
+    QTest::addColumn<QStringList>("deleted");  // reports now marked Deleted
+    QTest::addColumn<QStringList>("gone");     // files removed
+
+    QTest::newRow("in All: marked, the rows go") << 0 << "button" << QStringList{"R1", "R2"}
+                                                 << QStringList{"R1", "R2", "X1"} << QStringList{};
+    QTest::newRow("the Delete key in Ready") << 2 << "key" << QStringList{"R1"} << QStringList{"R1", "X1"}
+                                                << QStringList{};
+    QTest::newRow("in Deleted: the file goes") << 8 << "menu" << QStringList{"X1"} << QStringList{}
+                                               << QStringList{"X1"};
+}
+
+void TestApp::deletes()
+{
+    QFETCH(int, folder);
+    QFETCH(QString, how);
+    QFETCH(QStringList, selected);
+    QFETCH(QStringList, deleted);
+    QFETCH(QStringList, gone);
+    WindowHome home;
+    report(home, "R1", 2, "A");
+    report(home, "R2", 6, "B");
+    report(home, "X1", 8, "C");
+    auto w = home.startMainWindow();
+    QTest::mouseClick(w->cmdFolder[folder], Qt::LeftButton);
+    const QString countBefore = w->statusText();
+    const QStringList names = column(*w, 0);
+    for (const QString &name : selected)
+        w->LV->selectionModel()->select(w->listRows()->index(int(names.indexOf(name)), 0),
+                                        QItemSelectionModel::Select | QItemSelectionModel::Rows);
+    if (how == "button")
+        QTest::mouseClick(w->cmdDelete, Qt::LeftButton);
+    else if (how == "key")
+        QTest::keyClick(w->LV, Qt::Key_Delete);
+    else
+        w->findChild<QAction *>("mnuDelete")->trigger();
+    QStringList left = names;
+    for (const QString &name : selected)
+        left.removeAll(name);
+    QCOMPARE(column(*w, 0), left);
+    QCOMPARE(w->statusText(), countBefore); // the count changes on the next refill
+    for (const QString name : {"R1", "R2", "X1"}) {
+        QCOMPARE(!QFile::exists(home.reportPath(name)), gone.contains(name));
+        if (!gone.contains(name))
+            QCOMPARE(home.readReport(name).contains("AST=8"), deleted.contains(name));
+    }
 }
 
 void TestApp::packAndResetColumns()
 {
-    report("R1", 2, "A rather long city name for a column");
-    auto w = start();
+    WindowHome home;
+    report(home, "R1", 2, "A rather long city name for a column");
+    auto w = home.startMainWindow();
     w->mnuPackColumns_Click();
     QCOMPARE(w->columnWidths()[0], 1); // the file-name column stays hidden
-    QVERIFY(w->LV->header()->sectionSize(6) >= w->LV->header()->sectionSizeHint(6));
     QVERIFY(w->LV->header()->sectionSize(6) >= w->LV->fontMetrics().horizontalAdvance("A rather long city name"));
     w->mnuResetColumns_Click();
     QCOMPARE(w->columnWidths(), (std::array<qint32, 8>{1, 1000, 1000, 1000, 2000, 4000, 2000, 2000}));
-    QCOMPARE(w->listModel()->rowCount(), 1); // the rows stay
+    QCOMPARE(w->listRows()->rowCount(), 1); // the rows stay
 }
 
-void TestApp::unreadableReportsAreReportedOnce()
+void TestApp::unreadableReportsAreToldOnce()
 {
+    WindowHome home;
     Capture capture;
-    report("GOOD", 2, "A");
+    report(home, "GOOD", 2, "A");
     for (int i = 0; i < 30; ++i)
-        writeFile(m_dir->path() + QString("/msg.d/BAD%1.911").arg(i), "AST=2\r\nCON=what\r\n");
-    auto w = start();
+        home.writeReport(QString("BAD%1").arg(i), "AST=2\r\nCON=what\r\n");
+    auto w = home.startMainWindow();
     QCOMPARE(capture.notices.size(), 1);
     QVERIFY(capture.notices[0].text.startsWith("30 report files could not be read:"));
     QVERIFY(capture.notices[0].text.contains("... and 20 more"));
-    QCOMPARE(w->listModel()->rowCount(), 31); // rows for what could be read
+    QCOMPARE(w->listRows()->rowCount(), 31); // rows for what could be read
     QTest::mouseClick(w->cmdFolder[0], Qt::LeftButton);
     QTest::mouseClick(w->cmdFolder[2], Qt::LeftButton);
     QCOMPARE(capture.notices.size(), 1); // not again on every refill
-    writeFile(m_dir->path() + "/msg.d/NEWBAD.911", "AST=2\r\nBRE=x\r\n");
+    home.writeReport("NEWBAD", "AST=2\r\nBRE=x\r\n");
     w->BuildNewMsgList();
     QCOMPARE(capture.notices.size(), 2);
     const QString newly = capture.notices[1].text; // the loader's own message for the one new file
-    QVERIFY2(newly.startsWith("Tn911:Load, Step=3") && newly.contains("/NEWBAD.911,"), qPrintable(newly));
-    QVERIFY2(!newly.contains("/BAD"), qPrintable(newly));
-
+    QVERIFY2(newly.startsWith("Tn911:Load, Step=3") && newly.contains("/NEWBAD.911,") && !newly.contains("/BAD"),
+             qPrintable(newly));
     // A file that reads again is forgotten; when it breaks once more, the operator hears of it.
-    report("BAD7", 2, "B");
+    report(home, "BAD7", 2, "B");
     w->BuildNewMsgList();
     QCOMPARE(capture.notices.size(), 2);
-    writeFile(m_dir->path() + "/msg.d/BAD7.911", "AST=2\r\nCON=no\r\n");
+    home.writeReport("BAD7", "AST=2\r\nCON=no\r\n");
     w->BuildNewMsgList();
     QCOMPARE(capture.notices.size(), 3);
     QVERIFY2(capture.notices[2].text.contains("/BAD7.911,"), qPrintable(capture.notices[2].text));
 }
 
-void TestApp::missingGuideGreysTheMenuEntry()
+void TestApp::commandsAndPanels()
 {
+    WindowHome home("Nam=PAT SMITH\r\nUid=1234\r\nLoc=EOC1\r\n");
     Capture capture;
-    auto w = start();
-    w->mnuZelvatQuickStart_Click();
-    QVERIFY(!w->mnuZelvatQuickStart->isEnabled());
-    QCOMPARE(capture.notices.size(), 1);
-    QCOMPARE(capture.notices[0].text, "Hmmm, can't find '" + m_dir->path()
-                                          + "/docs/ZelvatUG-QuickStart.pdf'\r\nMake sure Zelvat was installed correctly");
-    QCOMPARE(capture.notices[0].title, QString("Zelvat Call Taking System"));
-}
-
-void TestApp::configPanelInProperCase()
-{
-    writeFile(m_dir->path() + "/Zelvatcts.ini", "[GENERAL OPTIONS]\r\nNam=PAT SMITH\r\nUid=1234\r\nLoc=EOC1\r\n");
-    auto w = start();
+    report(home, "R1", 2, "A");
+    auto w = home.startMainWindow();
     QCOMPARE(w->sbrConfig->text(), QString("Name: Pat Smith -- UID: 1234 -- LOC: EOC1"));
     w->station().Loc = "EOC2";
     w->mnuStationID_Click();
-    QCOMPARE(m_stationDialogs, 2);
+    QCOMPARE(home.stationDialogs, 2);
     QCOMPARE(w->sbrConfig->text(), QString("Name: Pat Smith -- UID: 1234 -- LOC: EOC2"));
-}
 
-void TestApp::newReportAndDoubleClickOpenTheForm()
-{
-    report("R1", 2, "A");
-    auto w = start();
     QTest::mouseClick(w->cmdMorvel, Qt::LeftButton);
     w->LV->setCurrentIndex(w->listRows()->index(0, 3));
     w->LV_DblClick();
-    QCOMPARE(m_opened, (QStringList{"NEW", "R1"}));
+    QCOMPARE(home.opened, (QStringList{"NEW", "R1"}));
+
+    w->mnuZelvatQuickStart_Click();
+    QVERIFY(!w->mnuZelvatQuickStart->isEnabled());
+    QCOMPARE(capture.noticeTexts(), QStringList{"Hmmm, can't find '" + home.path()
+                                                + "/docs/ZelvatUG-QuickStart.pdf'\r\nMake sure Zelvat was installed correctly"});
+    QCOMPARE(capture.notices[0].title, QString("Zelvat Call Taking System"));
 }
 
 void TestApp::resizeFollowsTheWindow()
 {
-    auto w = start();
+    WindowHome home;
+    auto w = home.startMainWindow();
     const int listWidth = w->LV->width();
     const int bigger = w->cmdBigger->x();
     w->resize(w->width() + 150, w->height() + 90);
     QCOMPARE(w->LV->width(), listWidth + 150);
     QCOMPARE(w->cmdBigger->x(), bigger + 150);
     QCOMPARE(w->cmdSmaller->x(), w->cmdBigger->x() - px(*w, 375));
-    QCOMPARE(w->txtArea->y() + w->txtArea->height() + px(*w, 400) - w->statusBar()->height(),
-             w->centralWidget()->height());
+    QCOMPARE(w->txtArea->y() + w->txtArea->height() + px(*w, 400) - w->statusBar()->height(), w->centralWidget()->height());
 }
 
 QTEST_MAIN(TestApp)
