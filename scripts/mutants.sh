@@ -6,14 +6,14 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 list=$(realpath "${1:-scripts/mutants.txt}")
 scratch=$PWD/build-mutants
-rm -rf "$scratch/src"; mkdir -p "$scratch"
-git archive HEAD | tar -x -C "$scratch" --one-top-level=src
-cd "$scratch/src"
+rm -rf "$scratch/tree"; mkdir -p "$scratch/tree"
+git archive HEAD | tar -x -C "$scratch/tree"
+cd "$scratch/tree"
 BUILD_DIR=$scratch/build ./scripts/build.sh >/dev/null
 python3 - "$list" "$scratch" <<'PY'
 import subprocess, sys, os
 lst, scratch = sys.argv[1], sys.argv[2]
-os.chdir(os.path.join(scratch, "src"))
+os.chdir(os.path.join(scratch, "tree"))
 caught = survived = 0
 for raw in open(lst):
     if not raw.strip() or raw.startswith("#"):
