@@ -8,38 +8,6 @@
 // change the fields a case is about.
 namespace SampleReport {
 
-// Report `i` of a series, about 500 bytes: a medical and law call with every field filled, in
-// `state`, named ABC26320.00000i.
-inline ZelvatMsg make(const QString &programFolder, int i = 0, qint16 state = 2)
-{
-    static const char *cities[] = {"Springfield", "Riverside", "Fairview", "Madison", "Georgetown"};
-    static const char *types[] = {"MED", "FIRE", "LAW", "MED+LAW", "LGOV"};
-    ZelvatMsg m(programFolder);
-    m.setTYP(QString::fromLatin1(types[i % 5]));
-    m.setEID(QStringLiteral("ABC26320.%1").arg(i, 6, 10, QLatin1Char('0')));
-    m.setMID(QStringLiteral("ABC-%1").arg(i));
-    m.setISS(QStringLiteral("Person down near the library"));
-    m.setAD1(QStringLiteral("%1 Oak Street").arg(100 + i % 900));
-    m.setCTY(QString::fromLatin1(cities[i % 5]));
-    m.setAD2(QStringLiteral("Corner of Oak and 5th, north side"));
-    m.setLAS(QStringLiteral("14:05"));
-    m.setDTL(QStringLiteral("Caller reports a man collapsed on the sidewalk, bystanders are with him\\nNo traffic hazard"));
-    m.setRPN(QStringLiteral("Jordan Smith"));
-    m.setRPA(QStringLiteral("12 Elm Road"));
-    m.setRPP(QStringLiteral("555-0100"));
-    m.setAGE(QStringLiteral("70"));
-    m.setGDR(QStringLiteral("Male"));
-    m.setCON(1);
-    m.setBRE(1);
-    m.setPDE(QStringLiteral("Tall, red jacket"));
-    m.setUID(QStringLiteral("KN1ABC"));
-    m.setULO(QStringLiteral("EOC Main"));
-    m.setAST(state);
-    m.setADT(QStringLiteral("261116"));
-    m.setATM(QStringLiteral("1432"));
-    return m;
-}
-
 // Applies "KEY=value" changes to the record: text as given, a number for RPC, CON, BRE and AST.
 inline void change(ZelvatMsg &record, const QStringList &changes)
 {
@@ -55,6 +23,23 @@ inline void change(ZelvatMsg &record, const QStringList &changes)
                 record.setText(k, value);
         }
     }
+}
+
+// Report `i` of a series, about 500 bytes: a medical and law call with every field filled, in
+// `state`, named ABC26320.00000i.
+inline ZelvatMsg make(const QString &programFolder, int i = 0, qint16 state = 2)
+{
+    static const char *cities[] = {"Springfield", "Riverside", "Fairview", "Madison", "Georgetown"};
+    static const char *types[] = {"MED", "FIRE", "LAW", "MED+LAW", "LGOV"};
+    ZelvatMsg m(programFolder);
+    change(m, {QStringLiteral("TYP=") + types[i % 5], QStringLiteral("EID=ABC26320.%1").arg(i, 6, 10, QLatin1Char('0')),
+               QStringLiteral("MID=ABC-%1").arg(i), "ISS=Person down near the library",
+               QStringLiteral("AD1=%1 Oak Street").arg(100 + i % 900), QStringLiteral("CTY=") + cities[i % 5],
+               "AD2=Corner of Oak and 5th, north side", "LAS=14:05", "RPN=Jordan Smith", "RPA=12 Elm Road", "RPP=555-0100",
+               "DTL=Caller reports a man collapsed on the sidewalk, bystanders are with him\\nNo traffic hazard",
+               "AGE=70", "GDR=Male", "CON=1", "BRE=1", "PDE=Tall, red jacket", "UID=KN1ABC", "ULO=EOC Main",
+               QStringLiteral("AST=%1").arg(state), "ADT=261116", "ATM=1432"});
+    return m;
 }
 
 // The sample report `i` with the changes, saved under its EID; returns the EID.
