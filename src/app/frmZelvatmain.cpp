@@ -483,12 +483,12 @@ void frmZelvatmain::cmdDelete_Click()
     for (const QModelIndex &i : LV->selectionModel()->selectedRows())
         selected << m_sorted->mapToSource(i).row();
     std::sort(selected.begin(), selected.end());
-    // From the last selected row to the first, so the rows still to go keep their places.
+    // From the last selected row to the first, so the rows still to go keep their places. A row
+    // leaves the list only when its file changed as asked; otherwise the operator has been told.
     for (auto it = selected.rbegin(); it != selected.rend(); ++it) {
         const QString name = m_model->rows()[*it].cells[ReportList::Idx];
-        m_reader->Load(name);
-        m_reader->Fdelete(name, qint16(m_currentFolder));
-        m_model->removeRow(*it);
+        if (m_reader->Fdelete(name, qint16(m_currentFolder)))
+            m_model->removeRow(*it);
     }
 }
 

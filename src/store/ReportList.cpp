@@ -2,6 +2,7 @@
 
 #include "store/ZelvatMsg.h"
 #include "support/CommonConst.h"
+#include "support/SafeFile.h"
 
 #include <QDate>
 #include <QTime>
@@ -30,11 +31,21 @@ QList<Row> build(ZelvatMsg &reader, int folder)
     const QStringList names = reader.fileNames();
     rows.reserve(names.size());
     for (const QString &name : names) {
-        reader.Load(name);
+        Row row;
+        if (!reader.Load(name)) {
+            // What is no report file at all is shown in every folder, for the operator to see.
+            const SafeFile::Kind kind = SafeFile::kindOf(reader.pathFor(name));
+            if (kind != SafeFile::Kind::Regular && kind != SafeFile::Kind::Missing) {
+                row.cells[Idx] = name;
+                row.cells[State] = QStringLiteral("Not a report");
+                row.cells[Issue] = SafeFile::describe(kind) + QStringLiteral(", not a report file");
+                rows.append(std::move(row));
+                continue;
+            }
+        }
         const qint16 state = reader.AST();
         if (folder != Zelvat::StateAll && state != folder)
             continue;
-        Row row;
         row.state = state;
         row.cells = {name,
                      Zelvat::stateName(state),

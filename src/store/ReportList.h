@@ -28,7 +28,9 @@ QString dateTimeCell(const QString &adt, const QString &atm);
 
 // One row per report file of the folder whose state equals `folder` (every report for 0, All),
 // in the order the folder lists the files. Each file is loaded through `reader`; a report that
-// fails to load gets a row of what the loader left in the record.
+// fails to load gets a row of what the loader left in the record. An entry named like a report
+// that is no regular file (a folder, a named pipe, a link) gets a row "Not a report" in every
+// folder, saying what it is.
 QList<Row> build(ZelvatMsg &reader, int folder);
 
 // What a row is ordered by in one column, as text that orders the same way: the cell's text with

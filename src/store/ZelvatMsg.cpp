@@ -5,13 +5,13 @@
 #include "support/CodePage.h"
 #include "support/CommonConst.h"
 #include "support/Platform.h"
+#include "support/SafeFile.h"
 #include "support/StringLib.h"
 
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
-#include <QSaveFile>
 
 namespace {
 
@@ -58,6 +58,34 @@ int fieldOf(QByteArrayView key)
     return -1;
 }
 
+// Walks the lines of a report file: a line ends at CR LF, a lone CR or a lone LF. `control` is
+// set for a line that holds a control character other than the tab. The walk ends when the
+// callback returns false.
+template <typename F>
+void forEachLine(QByteArrayView data, F &&f)
+{
+    qsizetype pos = 0;
+    const qsizetype n = data.size();
+    const char *bytes = data.data();
+    while (pos < n) {
+        qsizetype end = pos;
+        bool control = false;
+        for (; end < n; ++end) {
+            const auto b = static_cast<unsigned char>(bytes[end]);
+            if (b >= 0x20 && b != 0x7F)
+                continue;
+            if (b == '\r' || b == '\n')
+                break;
+            if (b != '\t')
+                control = true;
+        }
+        const QByteArrayView line(bytes + pos, end - pos);
+        pos = end + ((end + 1 < n && bytes[end] == '\r' && bytes[end + 1] == '\n') ? 2 : 1);
+        if (!f(line, control))
+            return;
+    }
+}
+
 QByteArrayView trimBlanks(QByteArrayView v)
 {
     while (!v.isEmpty() && v.front() == ' ')
@@ -100,16 +128,23 @@ QString ZelvatMsg::pathFor(const QString &name) const
     return m_folder + QLatin1Char('/') + StringLib::trimBlanks(name) + QStringLiteral(".911");
 }
 
-bool ZelvatMsg::isSafeName(const QString &name)
+QString ZelvatMsg::nameProblem(const QString &name)
 {
     const QString n = StringLib::trimBlanks(name);
-    if (n.isEmpty() || n.contains(QLatin1Char('/')) || n.contains(QLatin1Char('\\')) || n.contains(QStringLiteral("..")))
-        return false;
+    if (n.isEmpty())
+        return QStringLiteral("the name is empty");
+    if (n.contains(QLatin1Char('/')) || n.contains(QLatin1Char('\\')) || n.contains(QStringLiteral("..")))
+        return QStringLiteral("the name \"%1\" holds \"/\", \"\\\" or \"..\" and would reach outside the message folder").arg(n);
     for (QChar c : n) {
-        if (c.unicode() < 0x20)
-            return false;
+        if (c.unicode() < 0x20 || c.unicode() == 0x7F)
+            return QStringLiteral("the name \"%1\" holds a control character").arg(n);
     }
-    return true;
+    return {};
+}
+
+bool ZelvatMsg::isSafeName(const QString &name)
+{
+    return nameProblem(name).isEmpty();
 }
 
 QString ZelvatMsg::text(Key key) const
@@ -139,6 +174,29 @@ void ZelvatMsg::fail(const RunError &error, const QString &operation, const QStr
            + QStringLiteral("\r\n") + message + QStringLiteral("\r\nError=") + error.text());
 }
 
+QString ZelvatMsg::contentProblem(QByteArrayView content, int *lineNo)
+{
+    *lineNo = 0;
+    if (content.size() > kMaxFileBytes)
+        return QStringLiteral("it holds %1 bytes, a report file at most %2").arg(content.size()).arg(kMaxFileBytes);
+    QString why;
+    int number = 0;
+    forEachLine(content, [&](QByteArrayView line, bool control) {
+        ++number;
+        if (line.startsWith("[END]"))
+            return false;
+        if (line.size() > kMaxLineBytes)
+            why = QStringLiteral("line %1 is %2 bytes long, a line of a report file at most %3").arg(number).arg(line.size()).arg(kMaxLineBytes);
+        else if (control)
+            why = QStringLiteral("line %1 holds control characters").arg(number);
+        else
+            return true;
+        *lineNo = number;
+        return false;
+    });
+    return why;
+}
+
 bool ZelvatMsg::Load(const QString &name)
 {
     const QString trimmed = StringLib::trimBlanks(name);
@@ -151,96 +209,70 @@ bool ZelvatMsg::Load(const QString &name)
 
     Clear();
     m_step = 1;
-    if (!isSafeName(trimmed)) {
-        failLoad(RunError::make(RunError::BadFileName, QStringLiteral("the name would reach outside the message folder")));
+    if (const QString why = nameProblem(trimmed); !why.isEmpty()) {
+        failLoad(RunError::make(RunError::BadFileName, why));
         return false;
     }
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered)) {
-        if (!file.exists())
+    QByteArray data;
+    RunError error;
+    if (!SafeFile::readAll(path, kMaxFileBytes, &data, &error)) {
+        if (error.number == RunError::FileNotFound)
             return false; // no such report: not an error
-        failLoad(RunError::fromFile(file));
+        m_step = error.number == RunError::InvalidFileFormat ? 2 : 1; // too large to read, or not to be opened
+        failLoad(error);
         return false;
     }
 
     m_step = 2;
-    const qint64 size = file.size();
-    if (size > kMaxFileBytes) {
-        failLoad(RunError::make(RunError::InvalidFileFormat,
-                            QStringLiteral("the file holds %1 bytes, a report file at most %2").arg(size).arg(kMaxFileBytes)));
+    int badLine = 0;
+    if (const QString why = contentProblem(data, &badLine); !why.isEmpty()) {
+        failLoad(RunError::make(RunError::InvalidFileFormat, why + QStringLiteral("; this is not a report file")));
         return false;
     }
-    QByteArray data(size, Qt::Uninitialized);
-    const qint64 got = file.read(data.data(), size);
-    if (got < 0) {
-        failLoad(RunError::fromFile(file));
-        return false;
-    }
-    data.truncate(got);
-    file.close();
-
-    // Lines end at CR LF, a lone CR or a lone LF. Any other control character but the tab
-    // marks a file that is no report (binary data).
-    qsizetype pos = 0;
     int lineNo = 0;
-    const qsizetype n = data.size();
-    const char *bytes = data.constData();
-    while (pos < n) {
-        qsizetype end = pos;
-        bool control = false;
-        for (; end < n; ++end) {
-            const auto b = static_cast<unsigned char>(bytes[end]);
-            if (b >= 0x20 && b != 0x7F)
-                continue;
-            if (b == '\r' || b == '\n')
-                break;
-            if (b != '\t')
-                control = true;
-        }
-        const QByteArrayView line(bytes + pos, end - pos);
-        pos = end + ((end + 1 < n && bytes[end] == '\r' && bytes[end + 1] == '\n') ? 2 : 1);
+    bool anyKey = false;
+    bool ok = true;
+    forEachLine(data, [&](QByteArrayView line, bool) {
         ++lineNo;
-
         m_step = 2;
         if (line.startsWith("[END]"))
-            break;
-        if (line.isEmpty())
-            continue;
-        if (line.size() > kMaxLineBytes || control) {
-            const QString why = line.size() > kMaxLineBytes
-                ? QStringLiteral("line %1 is %2 bytes long; this is not a report file").arg(lineNo).arg(line.size())
-                : QStringLiteral("line %1 holds control characters; this is not a report file").arg(lineNo);
-            failLoad(RunError::make(RunError::InvalidFileFormat, why));
             return false;
-        }
         const qsizetype eq = line.indexOf('=');
         const int field = fieldOf(trimBlanks(eq < 0 ? line : line.first(eq)));
         if (field < 0)
-            continue;
+            return true;
+        anyKey = true;
         m_step = 3;
         const QLatin1StringView keyName(kKeyNames[field]);
         if (eq < 0) {
             failLoad(RunError::make(RunError::SubscriptOutOfRange,
-                                QStringLiteral("line %1: %2 has no \"=\" and no value").arg(lineNo).arg(keyName)));
-            return false;
+                                    QStringLiteral("line %1: %2 has no \"=\" and no value").arg(lineNo).arg(keyName)));
+            return ok = false;
         }
         const QString value = CodePage::decode(line.sliced(eq + 1));
-        const Key key = static_cast<Key>(field);
-        if (isIntegerKey(key)) {
-            const auto number = StringLib::toInteger(value, -32768, 32767, QString(), nullptr);
+        if (isIntegerKey(Key(field))) {
+            RunError conversion;
+            const auto number = StringLib::toInteger(value, -32768, 32767,
+                                                     QStringLiteral("line %1: %2=%3").arg(lineNo).arg(keyName, value), &conversion);
             if (!number) {
-                RunError error;
-                StringLib::toInteger(value, -32768, 32767, QStringLiteral("line %1: %2=%3").arg(lineNo).arg(keyName, value),
-                                     &error);
-                failLoad(error);
-                return false;
+                failLoad(conversion);
+                return ok = false;
             }
             m_number[field] = qint16(*number);
         } else {
             m_text[field] = value;
         }
+        return true;
+    });
+    if (!ok)
+        return false;
+    if (!anyKey) {
+        m_step = 2;
+        failLoad(RunError::make(RunError::InvalidFileFormat, QStringLiteral("it holds no report line; this is not a report file")));
+        return false;
     }
     m_step = 5;
+    m_fileName = trimmed;
     return true;
 }
 
@@ -293,7 +325,7 @@ bool ZelvatMsg::writeFile(const QString &path)
     const QString stamp = Zelvat::versionText() + QLatin1Char('/') + DatetimeLib::writeStamp(DatetimeLib::now());
 
     // The old file is not deleted before the new one is written: the new content goes to a
-    // temporary file beside it, which replaces the old one only once it is complete.
+    // temporary file beside it, which replaces the old one only once every byte is on the disk.
     const QFileInfo info(path);
     m_step = 2;
     if (!info.dir().exists()) {
@@ -301,77 +333,90 @@ bool ZelvatMsg::writeFile(const QString &path)
              QStringLiteral("Fadd"), path, problem);
         return false;
     }
-    if (info.exists() && !(info.permissions() & QFileDevice::WriteOwner)) {
+    if (info.isFile() && !info.isSymLink() && !(info.permissions() & QFileDevice::WriteOwner)) {
         fail(RunError::make(RunError::PathFileAccessError, QStringLiteral("the report file is read-only")),
              QStringLiteral("Fadd"), path, problem);
         return false;
     }
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly)) {
-        fail(RunError::fromFile(file), QStringLiteral("Fadd"), path, problem);
-        return false;
-    }
     m_step = 3;
     const QByteArray content = fileContent(stamp);
-    if (file.write(content) != content.size()) {
-        const RunError error = RunError::fromFile(file);
-        file.cancelWriting();
-        fail(error, QStringLiteral("Fadd"), path, problem);
+    // What is written must read back: the loader's own limits are checked before anything is.
+    int line = 0;
+    if (const QString why = contentProblem(content, &line); !why.isEmpty()) {
+        fail(RunError::make(RunError::InvalidFileFormat, unstorableField(content, line) + why), QStringLiteral("Fadd"), path,
+             problem);
         return false;
     }
     m_step = 4;
-    if (!file.commit()) {
-        fail(RunError::fromFile(file), QStringLiteral("Fadd"), path, problem);
+    RunError error;
+    if (!SafeFile::writeAtomically(path, content, &error)) {
+        fail(error, QStringLiteral("Fadd"), path, problem);
         return false;
     }
     return true;
 }
 
+QString ZelvatMsg::unstorableField(QByteArrayView content, int line)
+{
+    int at = 0;
+    QString key;
+    forEachLine(content, [&](QByteArrayView l, bool) {
+        if (++at < line)
+            return true;
+        key = CodePage::decode(l.first(std::min<qsizetype>(l.size(), 3)));
+        return false;
+    });
+    return key.isEmpty() ? QString() : key + QStringLiteral(": ");
+}
+
 bool ZelvatMsg::Fadd()
 {
-    const QString eid = EID();
-    if (!isSafeName(eid)) {
+    const QString name = m_fileName.isEmpty() ? EID() : m_fileName;
+    if (const QString why = nameProblem(name); !why.isEmpty()) {
         m_step = 1;
-        const QString path = pathFor(eid);
-        fail(RunError::make(RunError::BadFileName,
-                            eid.isEmpty() ? QStringLiteral("the report has no event number")
-                                          : QStringLiteral("the event number %1 would reach outside the message folder").arg(eid)),
+        const QString path = pathFor(name);
+        fail(RunError::make(RunError::BadFileName, name.isEmpty() ? QStringLiteral("the report has no event number") : why),
              QStringLiteral("Fadd"), path, QStringLiteral("Problems saving '") + path + QStringLiteral("', please try again"));
         return false;
     }
-    return writeFile(pathFor(eid));
+    return writeFile(pathFor(name));
 }
 
-QString ZelvatMsg::Fdelete(const QString &name, qint16 state)
+bool ZelvatMsg::Fdelete(const QString &name, qint16 state)
 {
     const QString path = pathFor(name);
+    const QString problem = QStringLiteral("Problems deleting ") + path + QStringLiteral(", please try again");
     m_step = 1;
-    if (!isSafeName(name)) {
-        fail(RunError::make(RunError::BadFileName, QStringLiteral("the name would reach outside the message folder")),
-             QStringLiteral("Fdelete"), path, QStringLiteral("Problems deleting ") + path + QStringLiteral(", please try again"));
-        return QStringLiteral("0");
+    if (const QString why = nameProblem(name); !why.isEmpty()) {
+        fail(RunError::make(RunError::BadFileName, why), QStringLiteral("Fdelete"), path, problem);
+        return false;
     }
+    // Nothing that does not load as a report is removed or rewritten: a report that cannot be
+    // read whole is left as it is rather than rewritten with less than it held, and what is no
+    // report file at all (a folder, a named pipe, a link) is never touched.
+    if (SafeFile::kindOf(path) == SafeFile::Kind::Missing)
+        return state == Zelvat::StateDeleted; // nothing left to remove is no error
+    if (!Load(name))
+        return false;
     if (state == Zelvat::StateDeleted) {
         QFile file(path);
-        if (file.exists() && !file.remove()) {
-            fail(RunError::fromFile(file), QStringLiteral("Fdelete"), path,
-                 QStringLiteral("Problems deleting ") + path + QStringLiteral(", please try again"));
-            return QStringLiteral("0");
+        if (!file.remove()) {
+            fail(RunError::fromFile(file), QStringLiteral("Fdelete"), path, problem);
+            return false;
         }
-        return QStringLiteral("-1");
+        return true;
     }
-    // A report that cannot be read whole is left alone rather than rewritten with less than it
-    // held. The marked report goes back into the file it came from, whatever its EID says.
-    if (!Load(name))
-        return QStringLiteral("0");
+    // The marked report goes back into the file it came from, whatever its EID says.
     setAST(Zelvat::StateDeleted);
-    return writeFile(path) ? QStringLiteral("-1") : QStringLiteral("0");
+    return writeFile(path);
 }
 
 QStringList ZelvatMsg::fileNames() const
 {
     QStringList names;
-    QDirIterator it(m_folder, QDir::Files | QDir::Hidden);
+    // Every entry named like a report, whatever it is: what is no report file is listed too, so
+    // that the operator sees it; the loader refuses it.
+    QDirIterator it(m_folder, QDir::AllEntries | QDir::System | QDir::Hidden | QDir::NoDotAndDotDot);
     while (it.hasNext()) {
         it.next();
         QString rest = it.fileName();

@@ -33,17 +33,24 @@ public:
 
     // Reads the report `name` into the record. False without a word when the name is blank
     // or no such file exists; false after telling the operator and the event log when the
-    // file cannot be read or holds a line that is no report line.
+    // file cannot be read, is no regular file, holds a line that is no report line or no
+    // report line at all.
     bool Load(const QString &name);
 
-    // Writes the record whole to the file named by its EID. The old file is replaced in one
-    // step, so a failed or interrupted save leaves it as it was.
+    // The report name the record was last loaded from; empty for a record made afresh.
+    QString fileName() const { return m_fileName; }
+
+    // Writes the record whole: to the file it was loaded from, or, for a new record, to the file
+    // named by its EID. The old file is replaced only once every byte of the new one is on the
+    // disk, so a failed or interrupted save leaves it as it was. A record the loader could not
+    // read back (control characters, a line or a file over the loader's limits) is not written.
     bool Fadd();
 
     // Deletes the report `name`: in state 8 (Deleted) its file is removed; in any other state
-    // it is loaded, marked 8 and saved back into the same file. Returns "-1" on completion,
-    // "0" when the report could not be read or written.
-    QString Fdelete(const QString &name, qint16 state);
+    // it is loaded, marked 8 and saved back into the same file. True when that was done; false,
+    // after telling the operator, when the report could not be read whole or written, and for
+    // anything that is no report file, which is never touched.
+    bool Fdelete(const QString &name, qint16 state);
 
     // The report names of the message folder (file names without ".911"), separated by CR LF,
     // in the order the folder lists them.
@@ -56,9 +63,15 @@ public:
     // True when the file of `name` exists and is write-protected.
     bool IsReadOnly(const QString &name) const;
 
-    // Whether `name` keeps its file inside the message folder: not empty, and no "/", "\"
-    // or "..". A name that fails is refused by every file operation.
+    // What is wrong with `name` as a report name, in words, or empty when nothing is: it must
+    // not be empty nor hold "/", "\", ".." or a control character, so that its file stays
+    // inside the message folder. A name that fails is refused by every file operation.
+    static QString nameProblem(const QString &name);
     static bool isSafeName(const QString &name);
+
+    // Why the bytes of a report file could not be read back by Load (a control character, a line
+    // or the whole over the loader's limits), naming the line in `lineNo`; empty when they can.
+    static QString contentProblem(QByteArrayView content, int *lineNo);
 
     QString lastError() const { return m_lastError; }
     int step() const { return m_step; }
@@ -113,9 +126,11 @@ public:
 private:
     static constexpr int index(Key key) { return static_cast<int>(key); }
     bool writeFile(const QString &path);
+    static QString unstorableField(QByteArrayView content, int line);
     void fail(const RunError &error, const QString &operation, const QString &path, const QString &message);
 
     QString m_folder;
+    QString m_fileName;
     std::array<QString, KeyCount> m_text;
     std::array<qint16, KeyCount> m_number {};
     int m_step = 0;

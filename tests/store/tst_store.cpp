@@ -234,7 +234,7 @@ void TestStore::unsafeNamesAreRefused()
     writeFile(home.path() + "/outside.911", "CTY=Secret\r\n");
     QVERIFY(!m.Load("../outside"));
     QCOMPARE(m.CTY(), QString());
-    QCOMPARE(m.Fdelete("..\\outside", 8), QString("0"));
+    QVERIFY(!m.Fdelete("..\\outside", 8));
     QVERIFY(QFile::exists(home.path() + "/outside.911"));
     QVERIFY(home.reportFiles().isEmpty() && !QFile::exists(home.path() + "/escape.911"));
     QCOMPARE(capture.notices.size(), 5);
@@ -246,26 +246,26 @@ void TestStore::deletes_data()
 {
     QTest::addColumn<QByteArray>("content"); // the file R1.911
     QTest::addColumn<int>("state");          // the folder the delete is made in
-    QTest::addColumn<QString>("result");
+    QTest::addColumn<bool>("result");
     QTest::addColumn<QStringList>("files");  // msg.d afterwards
     QTest::addColumn<QByteArray>("holds");   // what R1.911 then holds, if it is there
 
     QTest::newRow("a Ready report is marked Deleted, the rest kept")
-        << QByteArray("EID=R1\r\nCTY=Town\r\nAST=2\r\n") << 2 << "-1" << QStringList{"R1.911"} << QByteArray("\r\nCTY=Town\r\n");
-    QTest::newRow("in Deleted the file goes") << QByteArray("EID=R1\r\nAST=8\r\n") << 8 << "-1" << QStringList{} << QByteArray();
-    QTest::newRow("nothing left to remove is no error") << QByteArray() << 8 << "-1" << QStringList{} << QByteArray();
+        << QByteArray("EID=R1\r\nCTY=Town\r\nAST=2\r\n") << 2 << true << QStringList{"R1.911"} << QByteArray("\r\nCTY=Town\r\n");
+    QTest::newRow("in Deleted the file goes") << QByteArray("EID=R1\r\nAST=8\r\n") << 8 << true << QStringList{} << QByteArray();
+    QTest::newRow("nothing left to remove is no error") << QByteArray() << 8 << true << QStringList{} << QByteArray();
     QTest::newRow("a broken report is never rewritten")
-        << QByteArray("EID=R1\r\nCON=yes\r\nDTL=long story\r\n") << 6 << "0" << QStringList{"R1.911"}
+        << QByteArray("EID=R1\r\nCON=yes\r\nDTL=long story\r\n") << 6 << false << QStringList{"R1.911"}
         << QByteArray("EID=R1\r\nCON=yes\r\nDTL=long story\r\n");
     QTest::newRow("marked in its own file, whatever its EID says")
-        << QByteArray("EID=OTHER\r\nAST=2\r\n") << 2 << "-1" << QStringList{"R1.911"} << QByteArray("\r\nAST=8\r\n");
+        << QByteArray("EID=OTHER\r\nAST=2\r\n") << 2 << true << QStringList{"R1.911"} << QByteArray("\r\nAST=8\r\n");
 }
 
 void TestStore::deletes()
 {
     QFETCH(QByteArray, content);
     QFETCH(int, state);
-    QFETCH(QString, result);
+    QFETCH(bool, result);
     QFETCH(QStringList, files);
     QFETCH(QByteArray, holds);
     ProgramHome home;

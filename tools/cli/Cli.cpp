@@ -4,6 +4,7 @@
 #include "store/ProgramFolder.h"
 #include "store/ZelvatMsg.h"
 #include "support/CodePage.h"
+#include "support/SafeFile.h"
 
 #include <QFileInfo>
 #include <cstdio>
@@ -48,11 +49,11 @@ void Cli::err(const QString &line)
 
 int Cli::checkReport(const QString &name)
 {
-    if (!ZelvatMsg::isSafeName(name)) {
-        err(QStringLiteral("the report name \"%1\" would reach outside the message folder").arg(name));
+    if (const QString why = ZelvatMsg::nameProblem(name); !why.isEmpty()) {
+        err(QStringLiteral("report name: ") + why);
         return Usage;
     }
-    if (!QFileInfo::exists(m_store->pathFor(name))) {
+    if (SafeFile::kindOf(m_store->pathFor(name)) == SafeFile::Kind::Missing) {
         err(QStringLiteral("no report %1 in %2").arg(name, m_store->messageFolder()));
         return Failure;
     }

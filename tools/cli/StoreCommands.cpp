@@ -180,7 +180,7 @@ int deleteCommand(Cli &cli, const QStringList &args)
     if (!msg.Load(name))
         return Cli::Usage;
     const qint16 state = msg.AST();
-    if (msg.Fdelete(name, state) != QLatin1String("-1"))
+    if (!msg.Fdelete(name, state))
         return Cli::Failure;
     Cli::out(state == Zelvat::StateDeleted ? QStringLiteral("%1 removed").arg(StringLib::trimBlanks(name))
                                            : QStringLiteral("%1 marked Deleted").arg(StringLib::trimBlanks(name)));
