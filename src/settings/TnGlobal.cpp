@@ -4,11 +4,11 @@
 #include "support/CommonConst.h"
 #include "support/IniText.h"
 #include "support/Platform.h"
+#include "support/SafeFile.h"
 #include "support/StringLib.h"
 
 #include <QDir>
 #include <QFileInfo>
-#include <QSaveFile>
 
 namespace {
 QString g_defaultPrinter;
@@ -85,10 +85,10 @@ void TnGlobal::GloRead()
     }
     m_step = 1;
     QString text;
-    QString error;
+    RunError error;
     m_step = 2;
     if (!readSettingsFile(m_path, &text, &error)) {
-        fail(QStringLiteral("GloRead"), RunError::make(RunError::DeviceIoError, error).text());
+        fail(QStringLiteral("GloRead"), error.text());
         return;
     }
     if (!text.contains(QLatin1Char('='))) {
@@ -137,22 +137,9 @@ void TnGlobal::GLOWrite()
     // The old file is not deleted first: it is replaced in one step by the complete new one, so
     // an interrupted write never leaves it missing.
     m_step = 103;
-    QSaveFile file(m_path);
-    if (!file.open(QIODevice::WriteOnly)) {
-        fail(QStringLiteral("GLOWrite"), RunError::fromFile(file).text());
-        return;
-    }
-    m_step = 104;
-    const QByteArray content = fileContent();
-    if (file.write(content) != content.size()) {
-        const RunError error = RunError::fromFile(file);
-        file.cancelWriting();
+    RunError error;
+    if (!SafeFile::writeAtomically(m_path, fileContent(), &error)) {
         fail(QStringLiteral("GLOWrite"), error.text());
-        return;
-    }
-    m_step = 105;
-    if (!file.commit()) {
-        fail(QStringLiteral("GLOWrite"), RunError::fromFile(file).text());
         return;
     }
     m_changed = false;

@@ -4,12 +4,12 @@
 #include "support/CommonConst.h"
 #include "support/IniText.h"
 #include "support/Platform.h"
+#include "support/SafeFile.h"
 #include "support/StringLib.h"
 
 #include <QFile>
 #include <QFileInfo>
 #include <QLockFile>
-#include <QSaveFile>
 
 #include <limits>
 
@@ -61,19 +61,22 @@ bool ZelvatIni::load()
     }
 
     QString text;
-    QString fileError;
-    if (readSettingsFile(m_path, &text, &fileError))
+    QByteArray bytes;
+    RunError fileError;
+    const bool read = readSettingsFile(m_path, &text, &fileError, &bytes);
+    if (read)
         m_problems = readIniValues(text, keys(), false);
     else
-        m_problems.append({0, QString(), RunError::make(RunError::PathFileAccessError, fileError)});
+        m_problems.append({0, QString(), fileError});
     m_enoSeen = Eno;
     if (m_problems.isEmpty())
         return true;
 
-    // Keep the file as it was before anything rewrites it, then tell the operator once.
+    // Keep the file as it was before anything rewrites it, then tell the operator once. What
+    // could not be read at all (no regular file) is left where it is and never rewritten.
     const QString bad = m_path + QStringLiteral(".bad");
-    QFile::remove(bad);
-    const bool kept = QFile::copy(m_path, bad);
+    RunError keptError;
+    const bool kept = read && SafeFile::writeAtomically(bad, bytes, &keptError);
     QString message = QStringLiteral("The station settings file %1 could not be read as it stands:").arg(m_path);
     for (const IniProblem &p : std::as_const(m_problems)) {
         message += QStringLiteral("\r\n");
@@ -82,8 +85,10 @@ bool ZelvatIni::load()
         else
             message += p.error.description + QStringLiteral("; every setting has its default");
     }
-    message += kept ? QStringLiteral("\r\nThe file as it was is kept as %1.").arg(bad)
-                    : QStringLiteral("\r\nThe file could not be copied to %1.").arg(bad);
+    if (kept)
+        message += QStringLiteral("\r\nThe file as it was is kept as %1.").arg(bad);
+    else if (read)
+        message += QStringLiteral("\r\nThe file could not be copied to %1: %2").arg(bad, keptError.description);
     notify(message, Notice::Exclamation);
     return false;
 }
@@ -111,7 +116,7 @@ QByteArray ZelvatIni::fileContent() const
 std::optional<qint32> ZelvatIni::counterOnDisk() const
 {
     QString text;
-    QString ignored;
+    RunError ignored;
     if (!readSettingsFile(m_path, &text, &ignored))
         return std::nullopt;
     QString eno;
@@ -133,24 +138,45 @@ void ZelvatIni::followCounterOnDisk()
 
 bool ZelvatIni::saveLocked(QString *why)
 {
-    QSaveFile file(m_path);
-    const QByteArray content = fileContent();
-    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size() || !file.commit()) {
-        *why = QStringLiteral("The station settings file %1 could not be written: %2").arg(m_path, file.errorString());
+    RunError error;
+    if (!SafeFile::writeAtomically(m_path, fileContent(), &error)) {
+        *why = QStringLiteral("The station settings file %1 could not be written: %2").arg(m_path, error.description);
         return false;
     }
     m_enoSeen = Eno;
     return true;
 }
 
+// Takes the lock shared by every program on this folder. When it cannot be had, `why` says
+// whether another program holds it (and which) or the lock file cannot be made at all.
+bool ZelvatIni::lock(QLockFile &lock, const QString &consequence, QString *why) const
+{
+    lock.setStaleLockTime(30000);
+    if (lock.tryLock(kLockWaitMs))
+        return true;
+    const QString lockPath = m_path + QStringLiteral(".lock");
+    qint64 pid = 0;
+    QString host, application;
+    if (lock.error() == QLockFile::LockFailedError && lock.getLockInfo(&pid, &host, &application)) {
+        *why = QStringLiteral("The station settings file %1 is in use by another program (%2, process %3 on %4, lock %5); %6")
+                   .arg(m_path, application.isEmpty() ? QStringLiteral("unnamed") : application)
+                   .arg(pid)
+                   .arg(host, lockPath, consequence);
+    } else {
+        const RunError error = RunError::make(lock.error() == QLockFile::PermissionError ? RunError::PermissionDenied
+                                                                                        : RunError::DeviceIoError);
+        *why = QStringLiteral("The lock file %1 beside the station settings cannot be made (%2: the folder is read-only, or "
+                              "the disk is full); %3")
+                   .arg(lockPath, error.description, consequence);
+    }
+    return false;
+}
+
 bool ZelvatIni::save()
 {
-    QLockFile lock(m_path + QStringLiteral(".lock"));
+    QLockFile lockFile(m_path + QStringLiteral(".lock"));
     QString why;
-    if (!lock.tryLock(kLockWaitMs)) {
-        why = QStringLiteral("The station settings file %1 is locked by another program (%2.lock); it was not written.")
-                  .arg(m_path, m_path);
-    } else {
+    if (lock(lockFile, QStringLiteral("it was not written."), &why)) {
         followCounterOnDisk();
         if (saveLocked(&why))
             return true;
@@ -161,12 +187,9 @@ bool ZelvatIni::save()
 
 std::optional<qint16> ZelvatIni::takeNextEventNumber(const std::function<bool(qint16)> &inUse, QString *why)
 {
-    QLockFile lock(m_path + QStringLiteral(".lock"));
-    if (!lock.tryLock(kLockWaitMs)) {
-        *why = QStringLiteral("The station settings file %1 is locked by another program (%2.lock); no event number was taken.")
-                   .arg(m_path, m_path);
+    QLockFile lockFile(m_path + QStringLiteral(".lock"));
+    if (!lock(lockFile, QStringLiteral("no event number was taken."), why))
         return std::nullopt;
-    }
     followCounterOnDisk();
     const qint32 before = Eno;
     qint32 next = Eno;

@@ -3,6 +3,7 @@
 #include "support/IniText.h"
 
 #include <QList>
+#include <QLockFile>
 #include <QString>
 #include <functional>
 #include <optional>
@@ -55,6 +56,7 @@ public:
 
 private:
     QList<IniKey> keys();
+    bool lock(QLockFile &lock, const QString &consequence, QString *why) const;
     bool saveLocked(QString *why);
     void followCounterOnDisk();
     std::optional<qint32> counterOnDisk() const;

@@ -1,9 +1,9 @@
 #include "support/IniText.h"
 
 #include "support/CodePage.h"
+#include "support/SafeFile.h"
 #include "support/StringLib.h"
 
-#include <QFile>
 #include <algorithm>
 #include <cfloat>
 #include <cmath>
@@ -73,22 +73,13 @@ QList<IniProblem> readIniValues(QStringView text, const QList<IniKey> &keys, boo
     return problems;
 }
 
-bool readSettingsFile(const QString &path, QString *text, QString *error)
+bool readSettingsFile(const QString &path, QString *text, RunError *error, QByteArray *bytes)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        *error = file.errorString();
+    QByteArray data;
+    if (!SafeFile::readAll(path, kMaxFileBytes, &data, error))
         return false;
-    }
-    if (file.size() > kMaxFileBytes) {
-        *error = QStringLiteral("the file holds %1 bytes; a settings file is far smaller").arg(file.size());
-        return false;
-    }
-    const QByteArray bytes = file.readAll();
-    if (file.error() != QFileDevice::NoError) {
-        *error = file.errorString();
-        return false;
-    }
-    *text = CodePage::decode(bytes);
+    *text = CodePage::decode(data);
+    if (bytes)
+        *bytes = data;
     return true;
 }

@@ -33,6 +33,7 @@ struct IniProblem {
 // at the first such line.
 QList<IniProblem> readIniValues(QStringView text, const QList<IniKey> &keys, bool stopAtFirst);
 
-// Reads a whole settings file as 8-bit text. False, with the reason in `error`, when it cannot
-// be read or is larger than any settings file (1 MiB).
-bool readSettingsFile(const QString &path, QString *text, QString *error);
+// Reads a whole settings file as 8-bit text, and its bytes as they stand when `bytes` is given.
+// False, with the reason in `error`, when it cannot be read, is no regular file (a named pipe is
+// never waited on) or is larger than any settings file (1 MiB).
+bool readSettingsFile(const QString &path, QString *text, RunError *error, QByteArray *bytes = nullptr);

@@ -5,10 +5,10 @@
 #include "support/CommonConst.h"
 #include "support/Platform.h"
 #include "support/RunError.h"
+#include "support/SafeFile.h"
 #include "support/StringLib.h"
 
 #include <QDir>
-#include <QFile>
 
 namespace {
 
@@ -17,25 +17,15 @@ bool g_enabled = false;
 
 const QString kSeparator(51, QLatin1Char('-'));
 
-// Appends the given lines, each followed by CR LF; on failure fills `error`.
+// Appends the given lines, each followed by CR LF, whole or not at all; on failure fills `error`.
 bool appendLines(const QStringList &lines, RunError *error)
 {
-    QFile file(g_logPath);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Append)) {
-        *error = RunError::fromFile(file);
-        return false;
-    }
     QByteArray bytes;
     for (const QString &line : lines) {
         bytes += CodePage::encode(line);
         bytes += "\r\n";
     }
-    if (file.write(bytes) != bytes.size() || !file.flush()) {
-        *error = RunError::fromFile(file);
-        return false;
-    }
-    file.close();
-    return true;
+    return SafeFile::append(g_logPath, bytes, error);
 }
 
 } // namespace
