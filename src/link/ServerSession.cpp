@@ -64,6 +64,7 @@ void ServerSession::cancel(const QString &why)
     if (m_cancelled)
         return;
     m_cancelled = true;
+    m_failure = where() + QStringLiteral(": the session was cancelled: ") + why;
     WriteLogLine(QStringLiteral("Session aborted: ") + why);
     m_socket->abort();
     wake();
@@ -93,13 +94,20 @@ bool ServerSession::portNumber(quint16 *port) const
     return true;
 }
 
+QString ServerSession::where() const
+{
+    return m_station->Hst + QLatin1Char(':') + m_station->Prt;
+}
+
 // Starts connecting to Hst:Prt and waits until connected, refused, or `limitMs` elapsed.
 bool ServerSession::startConnect(int limitMs)
 {
     m_socket->abort();
     m_socketError = false;
+    m_failure.clear();
     quint16 port = 0;
     if (!portNumber(&port)) {
+        m_failure = where() + QStringLiteral(": the port is no number from 1 to 65535");
         notify(QStringLiteral("The message server port \"%1\" is not a port number (1 to 65535). "
                               "Correct it under Setup, Preferences.")
                    .arg(m_station->Prt),
@@ -111,13 +119,31 @@ bool ServerSession::startConnect(int limitMs)
     waitUntil([this] {
         return !m_gpTimer.isActive() || m_socket->state() == QAbstractSocket::ConnectedState || m_socketError;
     });
+    const bool timedOut = !m_gpTimer.isActive();
     m_gpTimer.stop();
-    if (m_socketError && (m_socket->error() == QAbstractSocket::UnsupportedSocketOperationError
-                          || m_socket->error() == QAbstractSocket::NetworkError)) {
-        notify(QStringLiteral("Network error.  Confirm this is a networked PC"));
+    if (m_cancelled)
         return false;
+    if (m_socket->state() == QAbstractSocket::ConnectedState)
+        return true;
+    switch (m_socketError ? m_socket->error() : QAbstractSocket::SocketTimeoutError) {
+    case QAbstractSocket::ConnectionRefusedError:
+        m_failure = where() + QStringLiteral(": the connection was refused (is the message server running?)");
+        break;
+    case QAbstractSocket::HostNotFoundError:
+        m_failure = where() + QStringLiteral(": the host name was not found");
+        break;
+    case QAbstractSocket::SocketTimeoutError:
+        m_failure = where() + (timedOut ? QStringLiteral(": no connection within %1 ms").arg(limitMs)
+                                        : QStringLiteral(": the connection timed out"));
+        break;
+    default:
+        m_failure = where() + QStringLiteral(": ") + m_socket->errorString();
+        break;
     }
-    return !m_cancelled && m_socket->state() == QAbstractSocket::ConnectedState;
+    if (m_socketError && (m_socket->error() == QAbstractSocket::UnsupportedSocketOperationError
+                          || m_socket->error() == QAbstractSocket::NetworkError))
+        notify(QStringLiteral("Network error.  Confirm this is a networked PC"));
+    return false;
 }
 
 bool ServerSession::SeqTndirect(const QString &message, const QString &subject)
@@ -163,6 +189,8 @@ bool ServerSession::SendToServer(const QString &message, const QString &subject)
     m_prompt = PromptOk;
     WinSend(message);
     if (!m_reply) {
+        if (m_failure.isEmpty())
+            m_failure = where() + QStringLiteral(": the line was lost before the server answered");
         showStatus(QStringLiteral("SendMessages: Lost connection"));
         WriteLogLine(QStringLiteral("SendMessage: Lost connection when sending message '") + subject + QLatin1Char('\''));
         Pause(100);

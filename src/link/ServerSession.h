@@ -47,6 +47,10 @@ public:
     void cancel(const QString &why);
     bool cancelled() const { return m_cancelled; }
 
+    // What went wrong with the last session, in words, naming the server: "127.0.0.1:9334: the
+    // connection was refused", or why it was cancelled. Empty after a session that went well.
+    QString failure() const { return m_failure; }
+
     bool busy() const { return m_busy; }
     bool replyFlag() const { return m_reply; }
     int promptState() const { return m_prompt; }
@@ -66,6 +70,7 @@ private:
     void waitUntil(const std::function<bool()> &done);
     void wake();
     bool startConnect(int limitMs);
+    QString where() const;
     bool portNumber(quint16 *port) const;
 
     const ZelvatIni *m_station;
@@ -79,6 +84,7 @@ private:
     bool m_busy = false;
     bool m_cancelled = false;
     bool m_socketError = false;
+    QString m_failure;
     int m_step = 0;
     QList<QEventLoop *> m_loops;
 };

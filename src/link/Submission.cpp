@@ -1,11 +1,13 @@
 #include "link/Submission.h"
 
 #include "link/MessageText.h"
+#include "link/SendLock.h"
 #include "link/ServerSession.h"
 #include "store/FormRules.h"
 #include "store/ZelvatMsg.h"
 #include "support/CommonConst.h"
 #include "support/Platform.h"
+#include "support/ZelvatLogLib.h"
 
 bool Submission::SendReport(ServerSession &session, const QString &envelope, const QString &subject)
 {
@@ -14,8 +16,8 @@ bool Submission::SendReport(ServerSession &session, const QString &envelope, con
     return ok;
 }
 
-Submission::Outcome Submission::submit(int state, ZelvatMsg &record, bool contactRequested, bool update,
-                                       ServerSession &session, const QString &encoding, const Hooks &hooks)
+Submission::Outcome Submission::submit(const QString &name, int state, ZelvatMsg &record, bool contactRequested,
+                                       bool update, ServerSession &session, const QString &encoding, const Hooks &hooks)
 {
     record.Clear();
     if (!FormRules::canSubmit(state))
@@ -23,6 +25,18 @@ Submission::Outcome Submission::submit(int state, ZelvatMsg &record, bool contac
     if (!hooks.checkRequiredFields()) {
         session.showStatus(QStringLiteral("Missing data in a required field"));
         return Outcome::MissingData;
+    }
+    const SendLock lock(record.messageFolder(), name);
+    if (!lock.locked()) {
+        notify(lock.why() + QStringLiteral("; it was not sent from here."), Notice::Exclamation);
+        return Outcome::Busy;
+    }
+    ZelvatMsg onDisk = record;
+    if (state != Zelvat::StateSubmitted && onDisk.Load(name) && onDisk.AST() == Zelvat::StateSubmitted) {
+        notify(QStringLiteral("%1 has been submitted by another program since it was opened here; it was not sent again.")
+                   .arg(name),
+               Notice::Exclamation);
+        return Outcome::AlreadySent;
     }
     // The report is on disk as Ready before anything is sent.
     hooks.stateChanged(Zelvat::StateReady);
@@ -37,10 +51,20 @@ Submission::Outcome Submission::submit(int state, ZelvatMsg &record, bool contac
     if (!SendReport(session, envelope, subject)) {
         if (session.cancelled())
             return Outcome::Cancelled;
-        notify(QStringLiteral("CmdSubmit: SendToClient Failed"), Notice::Exclamation);
+        notify(QStringLiteral("CmdSubmit: SendToClient Failed\r\n") + session.failure(), Notice::Exclamation);
         return Outcome::NotSent;
     }
-    hooks.saveAs(Zelvat::StateSubmitted);
+    if (!hooks.saveAs(Zelvat::StateSubmitted)) {
+        // The message went out: say so plainly, or the next resend sends it again.
+        ZelvatLogLib::WriteLogLine(QStringLiteral("SendMessage: %1 went out, but its file could not be marked Submitted")
+                                       .arg(name));
+        notify(QStringLiteral("%1 was sent, but its file could not be marked Submitted: it still says Ready. "
+                              "Mark it before the Ready reports are sent again, or it goes out twice.")
+                   .arg(name),
+               Notice::Exclamation);
+        hooks.refreshList();
+        return Outcome::SentNotMarked;
+    }
     hooks.refreshList();
     return Outcome::Sent;
 }

@@ -28,14 +28,20 @@ public:
         MissingData,    // required fields missing: nothing saved, nothing sent
         NotSaved,       // the Ready report could not be written: nothing sent
         Sent,           // accepted by the message server; stored as Submitted
+        SentNotMarked,  // accepted, but the file could not be marked Submitted: it says Ready
         NotSent,        // not accepted; stored as Ready
         Cancelled,      // the session was cancelled (window closed, interrupted); stored as Ready
+        Busy,           // another program is sending this report now: nothing done here
+        AlreadySent,    // another program has sent it since it was read: not sent again
     };
 
-    // cmdSubmit_Click without its widgets. `state` is the form's report state; `encoding` the
-    // station's Enc; status texts go out through the session's status signal.
-    static Outcome submit(int state, ZelvatMsg &record, bool contactRequested, bool update, ServerSession &session,
-                          const QString &encoding, const Hooks &hooks);
+    // cmdSubmit_Click without its widgets. `name` is the report's file name (its event number for
+    // a report not yet saved), `state` the form's report state, `encoding` the station's Enc;
+    // status texts go out through the session's status signal. The report's send lock is held
+    // from before its state on disk is looked at to the final save, so that no two programs
+    // send one report twice.
+    static Outcome submit(const QString &name, int state, ZelvatMsg &record, bool contactRequested, bool update,
+                          ServerSession &session, const QString &encoding, const Hooks &hooks);
 
     // Runs one session for the envelope and reports "Message transferred" or "Message transfer
     // problem"; returns the session's result.

@@ -138,6 +138,11 @@ void frmZelvatcts::StartForm(const QString &eventRecord)
         if (m_record.Load(eventRecord)) {
             m_state = m_record.AST();
             LoadRecordToForm();
+            if (m_record.fileName() != m_record.EID())
+                notify(QStringLiteral("The report file %1.911 holds the event ID %2. It is saved back to %1.911; no other "
+                                      "report is overwritten.")
+                           .arg(m_record.fileName(), m_record.EID()),
+                       Notice::Information);
         } else {
             notify(QStringLiteral("Could not load message file \r\n") + eventRecord, Notice::Exclamation, QStringLiteral(" "));
             close();
@@ -540,6 +545,15 @@ bool frmZelvatcts::saveRecord(qint16 state)
                    + unencodable.join(QStringLiteral("\r\n")),
                Notice::Exclamation);
 
+    // Text the report file cannot hold is refused here, naming the box; the form stays open.
+    ZelvatMsg::Key key {};
+    if (const QString why = m_record.storageProblem(&key); !why.isEmpty()) {
+        const FormFields::Box *b = FormFields::boxOf(key);
+        notify(QStringLiteral("The report was not saved: %1 %2. Shorten it, or take out the control characters.")
+                   .arg(b ? QStringLiteral("\"%1\"").arg(QString::fromLatin1(b->name)) : QString(), why),
+               Notice::Exclamation);
+        return false;
+    }
     const bool saved = m_record.Fadd();
     LastUsed &last = lastUsedValues();
     last.address = boxText(txtHeader[1]);
@@ -928,9 +942,12 @@ void frmZelvatcts::cmdSubmit_Click()
         ShowStateCaption(state);
     };
     hooks.refreshList = [this] { refreshList(); };
-    const Submission::Outcome outcome = Submission::submit(m_state, m_record, chkReqContact->isChecked(), m_update,
+    const QString name = m_record.fileName().isEmpty() ? m_eventNumber : m_record.fileName();
+    const Submission::Outcome outcome = Submission::submit(name, m_state, m_record, chkReqContact->isChecked(), m_update,
                                                            *m_session, m_context.station ? m_context.station->Enc : QString(),
                                                            hooks);
+    if (outcome == Submission::Outcome::SentNotMarked)
+        setStatus(QStringLiteral("Message transferred, but not marked Submitted"));
     if (outcome == Submission::Outcome::Sent || m_closeWhenIdle) {
         m_closeWhenIdle = false;
         close();

@@ -273,6 +273,7 @@ bool ZelvatMsg::Load(const QString &name)
     }
     m_step = 5;
     m_fileName = trimmed;
+    m_fileEid = EID();
     return true;
 }
 
@@ -341,10 +342,10 @@ bool ZelvatMsg::writeFile(const QString &path)
     m_step = 3;
     const QByteArray content = fileContent(stamp);
     // What is written must read back: the loader's own limits are checked before anything is.
-    int line = 0;
-    if (const QString why = contentProblem(content, &line); !why.isEmpty()) {
-        fail(RunError::make(RunError::InvalidFileFormat, unstorableField(content, line) + why), QStringLiteral("Fadd"), path,
-             problem);
+    Key key = Key(-1);
+    if (!problemIn(content, &key).isEmpty()) {
+        const QString field = int(key) >= 0 ? keyName(key) + QLatin1Char(' ') : QString();
+        fail(RunError::make(RunError::InvalidFileFormat, field + storageProblem()), QStringLiteral("Fadd"), path, problem);
         return false;
     }
     m_step = 4;
@@ -356,22 +357,52 @@ bool ZelvatMsg::writeFile(const QString &path)
     return true;
 }
 
-QString ZelvatMsg::unstorableField(QByteArrayView content, int line)
+QString ZelvatMsg::storageProblem(Key *key) const
 {
+    const QByteArray content =
+        fileContent(Zelvat::versionText() + QLatin1Char('/') + DatetimeLib::writeStamp(DatetimeLib::now()));
+    Key field = Key(-1);
+    if (problemIn(content, &field).isEmpty())
+        return {};
+    if (key)
+        *key = field;
+    if (int(field) < 0)
+        return QStringLiteral("the report as a whole holds %1 bytes; a report file holds at most %2")
+            .arg(content.size())
+            .arg(kMaxFileBytes);
+    const QByteArray value = CodePage::encode(escapeBreaks(m_text[index(field)]));
+    for (const char c : value) {
+        const auto b = static_cast<unsigned char>(c);
+        if ((b < 0x20 && b != '\t') || b == 0x7F)
+            return QStringLiteral("holds a control character (0x%1)").arg(b, 2, 16, QLatin1Char('0'));
+    }
+    return QStringLiteral("holds %1 characters; at most %2 fit").arg(value.size()).arg(kMaxLineBytes - 4);
+}
+
+QString ZelvatMsg::problemIn(const QByteArray &content, Key *key)
+{
+    int line = 0;
+    const QString why = contentProblem(content, &line);
+    if (why.isEmpty() || !key)
+        return why;
+    *key = Key(-1);
     int at = 0;
-    QString key;
     forEachLine(content, [&](QByteArrayView l, bool) {
         if (++at < line)
             return true;
-        key = CodePage::decode(l.first(std::min<qsizetype>(l.size(), 3)));
+        const int field = fieldOf(l.first(std::min<qsizetype>(l.size(), 3)));
+        if (field >= 0)
+            *key = Key(field);
         return false;
     });
-    return key.isEmpty() ? QString() : key + QStringLiteral(": ");
+    return why;
 }
 
 bool ZelvatMsg::Fadd()
 {
-    const QString name = m_fileName.isEmpty() ? EID() : m_fileName;
+    // The report read from a file goes back into that file, whatever its name; a record given
+    // another event ID is another report, saved under its own.
+    const QString name = !m_fileName.isEmpty() && EID() == m_fileEid ? m_fileName : EID();
     if (const QString why = nameProblem(name); !why.isEmpty()) {
         m_step = 1;
         const QString path = pathFor(name);
@@ -379,7 +410,11 @@ bool ZelvatMsg::Fadd()
              QStringLiteral("Fadd"), path, QStringLiteral("Problems saving '") + path + QStringLiteral("', please try again"));
         return false;
     }
-    return writeFile(pathFor(name));
+    if (!writeFile(pathFor(name)))
+        return false;
+    m_fileName = StringLib::trimBlanks(name);
+    m_fileEid = EID();
+    return true;
 }
 
 bool ZelvatMsg::Fdelete(const QString &name, qint16 state)

@@ -37,11 +37,11 @@ public:
     // report line at all.
     bool Load(const QString &name);
 
-    // The report name the record was last loaded from; empty for a record made afresh.
+    // The report name the record was last loaded from or saved to; empty for a record made afresh.
     QString fileName() const { return m_fileName; }
 
-    // Writes the record whole: to the file it was loaded from, or, for a new record, to the file
-    // named by its EID. The old file is replaced only once every byte of the new one is on the
+    // Writes the record whole: to the file it was loaded from, or, for a new record or one given
+    // another EID since, to the file named by its EID. The old file is replaced only once every byte of the new one is on the
     // disk, so a failed or interrupted save leaves it as it was. A record the loader could not
     // read back (control characters, a line or a file over the loader's limits) is not written.
     bool Fadd();
@@ -72,6 +72,9 @@ public:
     // Why the bytes of a report file could not be read back by Load (a control character, a line
     // or the whole over the loader's limits), naming the line in `lineNo`; empty when they can.
     static QString contentProblem(QByteArrayView content, int *lineNo);
+    // Why Fadd would refuse the record as it stands, naming the field in `key`; empty when it
+    // can be saved.
+    QString storageProblem(Key *key = nullptr) const;
 
     QString lastError() const { return m_lastError; }
     int step() const { return m_step; }
@@ -126,11 +129,12 @@ public:
 private:
     static constexpr int index(Key key) { return static_cast<int>(key); }
     bool writeFile(const QString &path);
-    static QString unstorableField(QByteArrayView content, int line);
+    static QString problemIn(const QByteArray &content, Key *key);
     void fail(const RunError &error, const QString &operation, const QString &path, const QString &message);
 
     QString m_folder;
     QString m_fileName;
+    QString m_fileEid; // the EID the record had when it was read from or written to that file
     std::array<QString, KeyCount> m_text;
     std::array<qint16, KeyCount> m_number {};
     int m_step = 0;

@@ -63,9 +63,9 @@ int loadReport(Cli &cli, const QString &name)
 // loop watches, and the session is cancelled from there.
 int g_signalPipe[2] = {-1, -1};
 
-void onSignal(int)
+void onSignal(int signal)
 {
-    const char c = 1;
+    const char c = char(signal);
     [[maybe_unused]] const auto n = ::write(g_signalPipe[1], &c, 1);
 }
 
@@ -76,9 +76,10 @@ public:
         if (::pipe(g_signalPipe) == 0) {
             m_notifier = std::make_unique<QSocketNotifier>(g_signalPipe[0], QSocketNotifier::Read);
             QObject::connect(m_notifier.get(), &QSocketNotifier::activated, &session, [&session] {
-                char c;
+                char c = 0;
                 [[maybe_unused]] const auto n = ::read(g_signalPipe[0], &c, 1);
-                session.cancel(QStringLiteral("the headless client was interrupted"));
+                session.cancel(QStringLiteral("the headless client was interrupted (%1)")
+                                   .arg(c == SIGINT ? QStringLiteral("SIGINT") : QStringLiteral("SIGTERM")));
             });
             std::signal(SIGINT, onSignal);
             std::signal(SIGTERM, onSignal);
@@ -130,7 +131,8 @@ Submission::Outcome submitLoaded(Cli &cli, ServerSession &session, const Flags &
     };
     hooks.stateChanged = [](qint16) {};
     hooks.refreshList = [] {};
-    return Submission::submit(loaded.AST(), record, flags.contact, flags.update, session, cli.station().Enc, hooks);
+    return Submission::submit(loaded.fileName(), loaded.AST(), record, flags.contact, flags.update, session,
+                              cli.station().Enc, hooks);
 }
 
 } // namespace
@@ -180,6 +182,9 @@ int submitCommand(Cli &cli, const QStringList &args)
     switch (submitLoaded(cli, session, flags)) {
     case Submission::Outcome::Sent:
         return Cli::Success;
+    case Submission::Outcome::Cancelled:
+        Cli::err(session.failure() + QStringLiteral("; the report stays Ready"));
+        return Cli::Failure;
     case Submission::Outcome::NotSubmittable:
         Cli::err(QStringLiteral("%1 is %2: only new, Draft and Ready reports are submitted")
                      .arg(names[0], Zelvat::stateName(cli.store().AST()).isEmpty() ? QStringLiteral("in state %1").arg(cli.store().AST())
@@ -206,23 +211,29 @@ int resendCommand(Cli &cli, const QStringList &args)
     }
     ready.sort();
     int sent = 0;
-    int failed = 0;
+    int skipped = 0;
     for (const QString &name : std::as_const(ready)) {
-        if (!cli.store().Load(name)) {
-            ++failed;
+        if (!cli.store().Load(name))
             continue;
-        }
         ServerSession session(&cli.station());
         SessionGuard guard(session, flags.waitSeconds);
-        const Submission::Outcome outcome = submitLoaded(cli, session, flags);
-        const bool ok = outcome == Submission::Outcome::Sent;
-        Cli::out(QStringLiteral("%1\t%2").arg(name, ok ? QStringLiteral("Submitted") : QStringLiteral("still Ready")));
-        ok ? ++sent : ++failed;
+        QString said;
+        switch (submitLoaded(cli, session, flags)) {
+        case Submission::Outcome::Sent: ++sent; said = QStringLiteral("Submitted"); break;
+        case Submission::Outcome::Busy: ++skipped; said = QStringLiteral("skipped: another program is sending it"); break;
+        case Submission::Outcome::AlreadySent: ++skipped; said = QStringLiteral("skipped: another program sent it"); break;
+        case Submission::Outcome::SentNotMarked: said = QStringLiteral("sent, but not marked Submitted"); break;
+        case Submission::Outcome::Cancelled: said = QStringLiteral("still Ready: ") + session.failure(); break;
+        default: said = QStringLiteral("still Ready"); break;
+        }
+        Cli::out(name + QLatin1Char('\t') + said);
         if (session.cancelled())
             break;
     }
-    Cli::out(QStringLiteral("resent %1 of %2 Ready reports; %3 still Ready").arg(sent).arg(ready.size()).arg(ready.size() - sent));
-    return failed == 0 && sent == ready.size() ? Cli::Success : Cli::Failure;
+    const qsizetype left = ready.size() - sent - skipped;
+    Cli::out(QStringLiteral("resent %1 of %2 Ready reports; %3 still Ready").arg(sent).arg(ready.size()).arg(left)
+             + (skipped ? QStringLiteral("; %1 left to another program").arg(skipped) : QString()));
+    return left == 0 ? Cli::Success : Cli::Failure;
 }
 
 int linkTestCommand(Cli &cli, const QStringList &args)

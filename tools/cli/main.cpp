@@ -102,6 +102,10 @@ int main(int argc, char *argv[])
             return usage();
         home = args[at + 1];
         args.remove(at, 2);
+        if (args.contains(QStringLiteral("--home"))) {
+            Cli::err(QStringLiteral("--home is given twice: say which program folder, once"));
+            return Cli::Usage;
+        }
     }
     // Asking for help or the version touches no folder: the answer comes before the program
     // folder is looked for or prepared.
