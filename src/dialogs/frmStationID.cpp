@@ -122,7 +122,8 @@ void frmStationID::cmdOK_Click()
         return;
     const QString number = StringLib::trimBlanks(txtSID[4]->text());
     RunError error;
-    const auto eno = StringLib::toInteger(number, -2147483647 - 1, 2147483647, QStringLiteral("Next Event No %1").arg(number), &error);
+    // Event numbers stop at 32767: a larger counter could never give one.
+    const auto eno = StringLib::toInteger(number, 0, 32767, QStringLiteral("Next Event No %1").arg(number), &error);
     if (!eno) {
         // Only digits can be typed; other text arrives only through the mouse's paste.
         notify(error.number == RunError::Overflow

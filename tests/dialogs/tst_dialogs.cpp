@@ -81,8 +81,8 @@ void TestDialogs::stationOk_data()
                                                             << "" << false;
     QTest::newRow("Escape acts as OK") << QStringList{"2=  Field Post 3 ", "4=0042"} << "Escape" << QList<int>{} << "" << true;
     QTest::newRow("Escape with an empty field stays") << QStringList{"2="} << "Escape" << QList<int>{2} << "" << false;
-    QTest::newRow("a number beyond 32 bits") << QStringList{"4=99999999999"} << "OK" << QList<int>{}
-                                             << "The Next Event No 99999999999 is too large" << false;
+    QTest::newRow("beyond the event numbers there are") << QStringList{"4=32768"} << "OK" << QList<int>{}
+                                                        << "The Next Event No 32768 is too large" << false;
     QTest::newRow("pasted letters") << QStringList{"4=12a"} << "OK" << QList<int>{} << "The Next Event No \"12a\" is not a number"
                                     << false;
 }

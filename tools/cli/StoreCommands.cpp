@@ -151,6 +151,12 @@ int newCommand(Cli &cli, const QStringList &args)
         msg.setText(key, multiLine ? escapeBreaks(value) : value);
     }
 
+    // What the report file could not hold back is refused before a number is taken.
+    ZelvatMsg::Key key {};
+    if (const QString why = msg.storageProblem(&key); !why.isEmpty()) {
+        Cli::err(QStringLiteral("--set %1: %2").arg(int(key) >= 0 ? ZelvatMsg::keyName(key) : QStringLiteral("..."), why));
+        return Cli::Usage;
+    }
     QString why;
     const auto pair = EventNumbers::newEventPair(cli.station(), msg, &why);
     if (!pair) {
