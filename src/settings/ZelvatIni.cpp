@@ -15,8 +15,6 @@
 
 namespace {
 
-constexpr int kLockWaitMs = 10000;
-
 QString formatSingle(float v)
 {
     return QString::number(double(v), 'g', 7);
@@ -152,7 +150,7 @@ bool ZelvatIni::saveLocked(QString *why)
 bool ZelvatIni::lock(QLockFile &lock, const QString &consequence, QString *why) const
 {
     lock.setStaleLockTime(30000);
-    if (lock.tryLock(kLockWaitMs))
+    if (lock.tryLock(lockWaitMs))
         return true;
     const QString lockPath = m_path + QStringLiteral(".lock");
     qint64 pid = 0;

@@ -27,6 +27,9 @@ public:
     qint16 Nto = 5000;                // network time-out in milliseconds
     QString Enc = QStringLiteral("BASE64");    // declared body encoding
 
+    // How long a save or the taking of a number waits for another program's lock on the file.
+    int lockWaitMs = 10000;
+
     QString path() const { return m_path; }
 
     void setDefaults();

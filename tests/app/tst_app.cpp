@@ -32,6 +32,7 @@ private slots:
     void sorts();
     void deletes_data();
     void deletes();
+    void aReportThatCannotBeReadStaysListed();
     void packAndResetColumns();
     void unreadableReportsAreToldOnce();
     void commandsAndPanels();
@@ -242,6 +243,20 @@ void TestApp::deletes()
         if (!gone.contains(name))
             QCOMPARE(home.readReport(name).contains("AST=8"), deleted.contains(name));
     }
+}
+
+void TestApp::aReportThatCannotBeReadStaysListed()
+{
+    WindowHome home;
+    Capture capture;
+    home.writeReport("BAD", "EID=BAD\r\nAST=2\r\nCON=maybe\r\n");
+    auto w = home.startMainWindow();
+    QCOMPARE(capture.notices.size(), 1);
+    w->LV->selectAll();
+    QTest::keyClick(w->LV, Qt::Key_Delete);
+    QCOMPARE(column(*w, 0), QStringList{"BAD"}); // its file did not change: its row stays
+    QCOMPARE(home.readReport("BAD"), QByteArray("EID=BAD\r\nAST=2\r\nCON=maybe\r\n"));
+    QCOMPARE(capture.notices.size(), 2); // the operator hears why, once
 }
 
 void TestApp::packAndResetColumns()

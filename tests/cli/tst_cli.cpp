@@ -14,6 +14,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <sys/stat.h>
+
 class TestCli : public QObject {
     Q_OBJECT
 
@@ -26,11 +28,13 @@ private slots:
     void helpAndVersionTouchNothing_data();
     void helpAndVersionTouchNothing();
     void brokenReportDoesNotHideTheOthers();
+    void namedPipesNeverHang();
     void parallelClientsNeverShareANumber();
 
     void messageTextCommands();
     void submitAndResend();
     void submitNamesTheMissingFields();
+    void parallelResendsSendEachReportOnce();
     void submitFailuresLeaveItReady_data();
     void submitFailuresLeaveItReady();
     void interruptedSubmitLeavesItReady();
@@ -142,6 +146,10 @@ void TestCli::refusals_data()
                                            << QByteArray("cannot be stored");
     QTest::newRow("name outside the folder") << QStringList{"show", "../Zelvatcts"} << 2 << QByteArray("outside");
     QTest::newRow("no such report") << QStringList{"delete", "NOPE"} << 1 << QByteArray("no report NOPE");
+    QTest::newRow("--home twice") << QStringList{"--home", "/tmp", "list"} << 2 << QByteArray("--home is given twice");
+    QTest::newRow("a name with a control character") << QStringList{"show", "a\tb"} << 2 << QByteArray("holds a control character");
+    QTest::newRow("a control character in a box") << QStringList{"new", "--set", "ISS=bad\x01" "char"} << 2
+                                                  << QByteArray("--set ISS: holds a control character (0x01)");
     QTest::newRow("the counter is used up") << QStringList{"new", "--set", "ISS=x", "COUNTER=40000"} << 1
                                             << QByteArray("40000");
 }
@@ -210,6 +218,23 @@ void TestCli::brokenReportDoesNotHideTheOthers()
     const Result shown = run({"show", "BAD"});
     QCOMPARE(shown.code, 2);
     QVERIFY(shown.err.contains("Error=13, Type mismatch"));
+}
+
+void TestCli::namedPipesNeverHang()
+{
+    // A named pipe where the station file, the day's log or a report should be: refused, said,
+    // listed for what it is, never waited on.
+    QVERIFY(QDir().mkpath(m_dir->path() + "/msg.d") && QDir().mkpath(m_dir->path() + "/logs"));
+    for (const QString &pipe : QStringList{"/msg.d/X.911", "/logs/Zelvat_" + QDate::currentDate().toString("yyMMdd") + ".log"})
+        QCOMPARE(::mkfifo(QFile::encodeName(m_dir->path() + pipe).constData(), 0600), 0);
+    const Result listed = run({"list"});
+    QCOMPARE(listed.out, QByteArray("X\tNot a report\t\t\ta named pipe (FIFO), not a report file\t\t\t\nItems: 1\n"));
+    QVERIFY(run({"delete", "X"}).err.contains("a named pipe (FIFO), not a regular file"));
+    QVERIFY(run({"submit", "X"}).err.contains("a named pipe (FIFO), not a regular file"));
+    QCOMPARE(::mkfifo(QFile::encodeName(m_dir->path() + "/Zelvatcts.ini").constData(), 0600), 0);
+    const Result next = run({"next-event"});
+    QCOMPARE(next.code, 1);
+    QVERIFY2(next.err.contains("Zelvatcts.ini is a named pipe (FIFO), not a regular file"), next.err.constData());
 }
 
 void TestCli::parallelClientsNeverShareANumber()
@@ -301,25 +326,55 @@ void TestCli::submitNamesTheMissingFields()
     QCOMPARE(readFile(m_dir->path() + "/msg.d/" + eid + ".911"), before); // nothing saved
 }
 
+void TestCli::parallelResendsSendEachReportOnce()
+{
+    // Four resends at once over twenty Ready reports: the send lock of each report lets one
+    // program send it; the others pass it by.
+    QProcess sim;
+    const QString outbox = m_dir->path() + "/outbox";
+    useServer(sim, "normal", outbox);
+    QVERIFY(QDir().mkpath(m_dir->path() + "/msg.d"));
+    for (int i = 0; i < 20; ++i)
+        writeFile(m_dir->path() + QString("/msg.d/R%1.911").arg(i),
+                  QString("EID=R%1\r\nTYP=LGOV\r\nISS=x\r\nAD1=x\r\nCTY=x\r\nRPN=x\r\nLAS=x\r\nDTL=x\r\nAST=2\r\n").arg(i).toLatin1());
+    QList<QProcess *> resends;
+    for (int i = 0; i < 4; ++i) {
+        resends << new QProcess(this);
+        resends.last()->start(ZELVATCTS_CLI, {"--home", m_dir->path(), "resend"});
+    }
+    for (QProcess *p : resends) {
+        QVERIFY(p->waitForFinished(120000));
+        QCOMPARE(p->exitCode(), 0);
+    }
+    QCOMPARE(QDir(outbox).entryList(QDir::Files).size(), 20);
+    QVERIFY(run({"list", "submitted"}).out.endsWith("Items: 20\n"));
+    sim.kill();
+    sim.waitForFinished();
+}
+
 void TestCli::submitFailuresLeaveItReady_data()
 {
     QTest::addColumn<QString>("mode");
     QTest::addColumn<QStringList>("extra");
-    QTest::newRow("refused") << "" << QStringList{};
-    QTest::newRow("silent, bounded by --wait") << "silent" << QStringList{"--wait", "1"};
-    QTest::newRow("flood, bounded by --wait") << "flood" << QStringList{"--wait", "2"};
+    QTest::addColumn<QByteArray>("said");
+    QTest::newRow("refused") << "" << QStringList{} << QByteArray("127.0.0.1:9: the connection was refused");
+    QTest::newRow("silent, bounded by --wait") << "silent" << QStringList{"--wait", "1"}
+                                               << QByteArray("no answer within 1 seconds (--wait); the report stays Ready");
+    QTest::newRow("flood, bounded by --wait") << "flood" << QStringList{"--wait", "2"} << QByteArray("(--wait)");
 }
 
 void TestCli::submitFailuresLeaveItReady()
 {
     QFETCH(QString, mode);
     QFETCH(QStringList, extra);
+    QFETCH(QByteArray, said);
     QProcess sim;
     useServer(sim, mode);
     const QByteArray eid = newReport();
     const Result r = run(QStringList{"submit", eid} + extra);
     QCOMPARE(r.code, 1);
     QVERIFY(r.out.contains("Message transfer problem"));
+    QVERIFY2(r.err.contains(said), r.err.constData());
     const QByteArray shown = run({"show", eid}).out;
     QVERIFY(shown.contains("\nAST=2\n"));
     QVERIFY(shown.contains("\nDTL=Slipped\n")); // whole, not half-saved
@@ -341,7 +396,7 @@ void TestCli::interruptedSubmitLeavesItReady()
     QCOMPARE(client.exitStatus(), QProcess::NormalExit);
     QCOMPARE(client.exitCode(), 1);
     QVERIFY(run({"show", eid}).out.contains("\nAST=2\n"));
-    QVERIFY(logFile().contains("Session aborted: the headless client was interrupted"));
+    QVERIFY(logFile().contains("Session aborted: the headless client was interrupted (SIGTERM)"));
     sim.kill();
     sim.waitForFinished();
 }

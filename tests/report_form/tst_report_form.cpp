@@ -30,6 +30,8 @@ private slots:
     void loadFailureClosesTheForm_data();
     void loadFailureClosesTheForm();
     void lastUsedValuesAndOneFormAtATime();
+    void whatCannotBeSavedKeepsTheFormOpen();
+    void aCopyIsSavedBackIntoItself();
 
     void typesAndContactRequest();
     void loadingSelectsTypes_data();
@@ -235,6 +237,35 @@ void TestReportForm::lastUsedValuesAndOneFormAtATime()
     QCOMPARE(text(g->txtHeader[5]), QString());
     QTest::mouseClick(g->cmdLast[1], Qt::LeftButton);
     QCOMPARE(text(g->txtHeader[5]), QString("555-0100"));
+}
+
+void TestReportForm::whatCannotBeSavedKeepsTheFormOpen()
+{
+    WindowHome home;
+    Capture capture;
+    QPointer<frmZelvatcts> f = home.openForm("NEW");
+    static_cast<QPlainTextEdit *>(f->txtHeader[7])->setPlainText(QString(70000, 'x')); // as a paste puts it there
+    QTest::mouseClick(f->cmdSave, Qt::LeftButton);
+    QVERIFY(!closed(f));
+    QCOMPARE(capture.noticeTexts(), QStringList{"The report was not saved: \"Details:\" holds 70000 characters; at most 65532 "
+                                                "fit. Shorten it, or take out the control characters."});
+    QVERIFY(home.reportFiles().isEmpty());
+    QCOMPARE(text(f->txtHeader[7]).size(), 70000); // nothing typed is lost
+}
+
+void TestReportForm::aCopyIsSavedBackIntoItself()
+{
+    WindowHome home;
+    Capture capture;
+    writeStored(home, "R9", 6);
+    QFile::rename(home.reportPath("R9"), home.reportPath("copy"));
+    QPointer<frmZelvatcts> f = home.openForm("copy");
+    QCOMPARE(capture.noticeTexts(), QStringList{"The report file copy.911 holds the event ID R9. It is saved back to copy.911; "
+                                                "no other report is overwritten."});
+    QTest::mouseClick(f->cmdSave, Qt::LeftButton);
+    QVERIFY(closed(f));
+    QCOMPARE(home.reportFiles(), QStringList{"copy.911"});
+    QVERIFY(home.readReport("copy").contains("\r\nATM=1405\r\n"));
 }
 
 // --- event types ----------------------------------------------------------------------------

@@ -11,10 +11,17 @@
 #include "store/ReportList.h"
 #include "support/CommonConst.h"
 #include "support/DatetimeLib.h"
+#include "support/CodePage.h"
+#include "support/SafeFile.h"
+#include "store/FormFields.h"
+#include "store/SaveStamps.h"
 
 #include <QDir>
+#include <QLockFile>
 #include <QStandardPaths>
 #include <QTest>
+
+#include <sys/stat.h>
 
 using Key = ZelvatMsg::Key;
 
@@ -33,6 +40,11 @@ private slots:
     void unsafeNamesAreRefused();
     void deletes_data();
     void deletes();
+    void whatIsNoReportIsNeverTouched_data();
+    void whatIsNoReportIsNeverTouched();
+    void whatIsWrittenReadsBack();
+    void aReportSavesToTheFileItCameFrom();
+    void aHeldLockIsNamed();
     void folderListing();
     void programFolderOfAnInstalledProgram();
 
@@ -277,6 +289,127 @@ void TestStore::deletes()
     QCOMPARE(home.reportFiles(), files);
     if (!files.isEmpty())
         QVERIFY2(home.readReport("R1").contains(holds), home.readReport("R1").constData());
+}
+
+void TestStore::whatIsNoReportIsNeverTouched_data()
+{
+    QTest::addColumn<QString>("thing");
+    QTest::addColumn<QString>("said");
+    QTest::newRow("a named pipe") << "fifo" << "a named pipe (FIFO), not a regular file";
+    QTest::newRow("a link to a report outside") << "link" << "a symbolic link, not a regular file";
+    QTest::newRow("a folder") << "folder" << "a folder, not a regular file";
+    QTest::newRow("a file with no report line") << "words" << "it holds no report line; this is not a report file";
+}
+
+void TestStore::whatIsNoReportIsNeverTouched()
+{
+    QFETCH(QString, thing);
+    QFETCH(QString, said);
+    ProgramHome home;
+    Capture capture;
+    const QString path = home.reportPath("X");
+    const QString outside = home.path() + "/outside.911";
+    writeFile(outside, "EID=X\r\nAST=2\r\n");
+    if (thing == "fifo")
+        QCOMPARE(::mkfifo(QFile::encodeName(path).constData(), 0600), 0);
+    else if (thing == "link")
+        QVERIFY(QFile::link(outside, path));
+    else if (thing == "folder")
+        QVERIFY(QDir().mkpath(path));
+    else
+        writeFile(path, "just some words\r\n");
+    ZelvatMsg m(home.path());
+    QVERIFY(!m.Load("X"));
+    QVERIFY(!m.Fdelete("X", 2) && !m.Fdelete("X", 8));
+    QCOMPARE(capture.notices.size(), 3);
+    QVERIFY2(capture.notices[0].text.contains(said), qPrintable(capture.notices[0].text));
+    QCOMPARE(int(SafeFile::kindOf(path)), thing == "fifo" ? int(SafeFile::Kind::Fifo) : thing == "link" ? int(SafeFile::Kind::SymbolicLink)
+                                                           : thing == "folder" ? int(SafeFile::Kind::Directory)
+                                                                               : int(SafeFile::Kind::Regular));
+    QCOMPARE(readFile(outside), QByteArray("EID=X\r\nAST=2\r\n"));
+    // The list shows it, in every folder, for what it is.
+    const QList<ReportList::Row> rows = ReportList::build(m, Zelvat::StateReady);
+    QCOMPARE(rows.size(), thing == "words" ? 0 : 1);
+    if (!rows.isEmpty())
+        QCOMPARE(rows[0].cells[ReportList::State], QString("Not a report"));
+}
+
+void TestStore::whatIsWrittenReadsBack()
+{
+    // The worst text each box takes: every character of the code page but the control ones, the
+    // tab, line breaks where a box keeps them, as long as a report line can be.
+    ProgramHome home;
+    Capture capture;
+    QString every;
+    for (int b = 0x20; b < 0x100; ++b)
+        every += CodePage::decode(QByteArray(1, char(b)));
+    every.remove(QChar(0x7F));
+    for (const FormFields::Box &b : FormFields::boxes()) {
+        ZelvatMsg m = SampleReport::make(home.path());
+        m.setTYP("MED+FIRE+LAW+LGOV");
+        const QString piece = every + '\t' + (b.multiLine ? "\n" : "");
+        QString worst = "x";
+        while (escapeBreaks(worst + piece).size() <= 65531)
+            worst += piece;
+        worst += QString(65532 - escapeBreaks(worst).size(), 'x'); // a line exactly as long as a line can be
+        FormFields::storeValue(b, m, worst);
+        QVERIFY2(m.storageProblem().isEmpty(), qPrintable(FormFields::objectName(b) + ": " + m.storageProblem()));
+        QVERIFY(m.Fadd());
+        ZelvatMsg back(home.path());
+        QVERIFY(back.Load(m.EID()));
+        QCOMPARE(FormFields::shownValue(b, back), FormFields::shownValue(b, m));
+    }
+    // One character more than a line holds, a control character, or a report too large as a
+    // whole is refused before anything is written, naming the field.
+    const QByteArray before = home.readReport("ABC26320.000000");
+    const std::tuple<ZelvatMsg::Key, QString, QString> refused[] = {
+        {Key::DTL, QString(65533, 'x'), "holds 65533 characters; at most 65532 fit"},
+        {Key::ISS, "bad\x01" "char", "holds a control character (0x01)"},
+        {ZelvatMsg::Key(-1), QString(60000, 'y'), "the report as a whole holds"}};
+    for (const auto &[key, value, why] : refused) {
+        ZelvatMsg m = SampleReport::make(home.path());
+        m.setTYP("MED+FIRE+LAW+LGOV");
+        for (Key k : ZelvatMsg::allKeys()) {
+            if ((k == key || int(key) < 0) && !ZelvatMsg::isIntegerKey(k) && k != Key::EID && k != Key::TYP)
+                m.setText(k, value);
+        }
+        ZelvatMsg::Key named {};
+        QVERIFY2(m.storageProblem(&named).startsWith(why), qPrintable(m.storageProblem()));
+        QCOMPARE(int(named), int(key));
+        QVERIFY(!m.Fadd());
+    }
+    QCOMPARE(home.readReport("ABC26320.000000"), before);
+    QCOMPARE(capture.notices.size(), 3);
+}
+
+void TestStore::aReportSavesToTheFileItCameFrom()
+{
+    ProgramHome home;
+    home.writeReport("copy", "EID=E1\r\nAST=2\r\nCTY=Copy\r\n");
+    home.writeReport("E1", "EID=E1\r\nAST=9\r\nCTY=Original\r\n");
+    ZelvatMsg m(home.path());
+    QVERIFY(m.Load("copy"));
+    m.setAST(9);
+    QVERIFY(m.Fadd());
+    QVERIFY(home.readReport("copy").contains("\r\nAST=9\r\n"));
+    QCOMPARE(home.readReport("E1"), QByteArray("EID=E1\r\nAST=9\r\nCTY=Original\r\n"));
+    m.setEID("E2"); // given another event ID, it is another report
+    QVERIFY(m.Fadd());
+    QCOMPARE(home.reportFiles(), (QStringList{"E1.911", "E2.911", "copy.911"}));
+}
+
+void TestStore::aHeldLockIsNamed()
+{
+    ProgramHome home;
+    QLockFile other(home.stationPath() + ".lock");
+    QVERIFY(other.tryLock());
+    ZelvatMsg store(home.path());
+    QString why;
+    home.station().lockWaitMs = 100;
+    QVERIFY(!EventNumbers::newEventPair(home.station(), store, &why));
+    QVERIFY2(why.contains("in use by another program") && why.contains(QString::number(QCoreApplication::applicationPid()))
+                 && why.contains("no event number was taken"),
+             qPrintable(why));
 }
 
 void TestStore::folderListing()

@@ -215,6 +215,11 @@ int resendCommand(Cli &cli, const QStringList &args)
     for (const QString &name : std::as_const(ready)) {
         if (!cli.store().Load(name))
             continue;
+        if (cli.store().AST() != Zelvat::StateReady) { // another program has dealt with it since the list was made
+            ++skipped;
+            Cli::out(name + QStringLiteral("\tskipped: it is %1 now").arg(Zelvat::stateName(cli.store().AST())));
+            continue;
+        }
         ServerSession session(&cli.station());
         SessionGuard guard(session, flags.waitSeconds);
         QString said;
