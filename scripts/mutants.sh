@@ -19,7 +19,7 @@ for raw in open(lst):
     if not raw.strip() or raw.startswith("#"):
         continue
     parts = [p.strip() for p in raw.replace("\\|", "\x00").split(" | ")]
-    path, old, new, rule = [p.replace("\x00", "|").replace("\\n", "\n") for p in parts]
+    path, old, new, rule = [p.replace("\x00", "|").replace("<NL>", "\n") for p in parts]
     text = open(path).read()
     if old not in text:
         print(f"NOT FOUND  {rule}  ({path})", flush=True)

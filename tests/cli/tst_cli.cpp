@@ -37,7 +37,8 @@ private slots:
     void parallelResendsSendEachReportOnce();
     void submitFailuresLeaveItReady_data();
     void submitFailuresLeaveItReady();
-    void interruptedSubmitLeavesItReady();
+    void interrupted_data();
+    void interrupted();
     void linkTest();
 
 private:
@@ -382,20 +383,33 @@ void TestCli::submitFailuresLeaveItReady()
     sim.waitForFinished();
 }
 
-void TestCli::interruptedSubmitLeavesItReady()
+void TestCli::interrupted_data()
 {
+    QTest::addColumn<QString>("command");
+    QTest::newRow("submit") << "submit";
+    QTest::newRow("resend stops at once") << "resend";
+}
+
+void TestCli::interrupted()
+{
+    QFETCH(QString, command);
     QProcess sim;
     useServer(sim, "silent");
     const QByteArray eid = newReport();
+    const QByteArray second = newReport();
+    for (const QByteArray &name : {eid, second}) // Ready, not sent
+        QVERIFY(run({"submit", name, "--wait", "1"}).out.contains("Message transfer problem"));
     QProcess client;
-    client.start(ZELVATCTS_CLI, {"--home", m_dir->path(), "submit", eid});
-    QByteArray out;
-    QTRY_VERIFY((out += client.readAllStandardOutput()).contains("Sending message..."));
+    client.start(ZELVATCTS_CLI, QStringList{"--home", m_dir->path(), command} + (command == "submit" ? QStringList{eid} : QStringList{}));
+    QByteArray received = sim.readAllStandardOutput(); // the server says a line for every envelope
+    QTRY_VERIFY((received += sim.readAllStandardOutput()).count("message ") == 3);
     client.terminate(); // SIGTERM while the session waits for the server's answer
     QVERIFY(client.waitForFinished(10000));
     QCOMPARE(client.exitStatus(), QProcess::NormalExit);
     QCOMPARE(client.exitCode(), 1);
-    QVERIFY(run({"show", eid}).out.contains("\nAST=2\n"));
+    QTest::qWait(300);
+    QCOMPARE((received += sim.readAllStandardOutput()).count("message "), 3); // nothing more was tried
+    QVERIFY(run({"show", eid}).out.contains("\nAST=2\n") && run({"show", second}).out.contains("\nAST=2\n"));
     QVERIFY(logFile().contains("Session aborted: the headless client was interrupted (SIGTERM)"));
     sim.kill();
     sim.waitForFinished();

@@ -239,7 +239,7 @@ void TestStore::unsafeNamesAreRefused()
     ProgramHome home;
     Capture capture;
     ZelvatMsg m(home.path());
-    for (const char *eid : {"../escape", "a/b", ""}) {
+    for (const char *eid : {"../escape", "a/b", "", "a..b"}) {
         m.setEID(eid);
         QVERIFY(!m.Fadd());
     }
@@ -249,7 +249,7 @@ void TestStore::unsafeNamesAreRefused()
     QVERIFY(!m.Fdelete("..\\outside", 8));
     QVERIFY(QFile::exists(home.path() + "/outside.911"));
     QVERIFY(home.reportFiles().isEmpty() && !QFile::exists(home.path() + "/escape.911"));
-    QCOMPARE(capture.notices.size(), 5);
+    QCOMPARE(capture.notices.size(), 6);
     for (const QString &text : capture.noticeTexts())
         QVERIFY2(text.contains("Error=52, Bad file name or number"), qPrintable(text));
 }
@@ -533,6 +533,7 @@ void TestStore::lastSeen_data()
     QTest::addColumn<QString>("after"); // at 14:05
     QTest::newRow("minus five minutes") << "-5" << "14:00";
     QTest::newRow("half minutes round away from zero") << "-2.5" << "14:02";
+    QTest::newRow("to the nearest minute") << "1.5" << "14:07";
     QTest::newRow("over midnight") << "-900" << "23:05";
     QTest::newRow("a colon stays") << "99:99" << "99:99";
     QTest::newRow("words stay") << "an hour ago" << "an hour ago";
