@@ -21,24 +21,6 @@
 #include <QTest>
 #include <QTreeView>
 
-class TestApp : public QObject {
-    Q_OBJECT
-
-private slots:
-    void firstStartAndARestart();
-    void placementAndWidthsFromTheSettingsStore();
-    void foldersFilterTheList();
-    void sorts_data();
-    void sorts();
-    void deletes_data();
-    void deletes();
-    void aReportThatCannotBeReadStaysListed();
-    void packAndResetColumns();
-    void unreadableReportsAreToldOnce();
-    void commandsAndPanels();
-    void resizeFollowsTheWindow();
-};
-
 // The per-user settings store's group "Settings".
 static std::unique_ptr<QSettings> store()
 {
@@ -70,275 +52,280 @@ static void report(WindowHome &home, const QString &name, int ast, const QString
                                .toLatin1());
 }
 
-void TestApp::firstStartAndARestart()
-{
-    WindowHome home;
+class TestApp : public QObject {
+    Q_OBJECT
+
+private slots:
+    void firstStartAndARestart()
     {
+        WindowHome home;
+        {
+            auto w = home.startMainWindow();
+            QCOMPARE(w->pos(), QPoint(px(*w, 105), px(*w, 105)));
+            QCOMPARE(w->size(), QSize(px(*w, 11235), px(*w, 7200)));
+            QCOMPARE(w->columnWidths(), (std::array<qint32, 8>{1, 1000, 1000, 1000, 2000, 4000, 2000, 2000}));
+            QCOMPARE(w->lblCurrentFolder->text(), QString("  Ready to Send"));
+            QCOMPARE(home.stationDialogs, 1);
+            QCOMPARE(w->windowTitle(), "Zelvat Call Taking System v" + Zelvat::versionText());
+            QCOMPARE(w->statusText(), QString("Items: 0"));
+            QVERIFY(QFile::exists(home.logPath()));
+            QCOMPARE(w->LV->focusPolicy(), Qt::NoFocus); // an empty list takes no keys
+            for (int i = 0; i < 3; ++i)
+                QTest::mouseClick(w->cmdBigger, Qt::LeftButton);
+            QCOMPARE(w->LV->font().pointSizeF(), 13.0);
+            w->close();
+        }
+        QCOMPARE(store()->value("MainWidth").toString().toDouble(), 11235.0);
+        QCOMPARE(store()->value("lvCW6").toString(), QString("4000"));
+        QVERIFY(readFile(home.stationPath()).contains("\r\nLvf=13\r\n"));
+        auto again = home.startMainWindow();
+        QCOMPARE(again->listFontSize(), 13.0);
+        QTest::mouseClick(again->cmdSmaller, Qt::LeftButton);
+        QCOMPARE(again->LV->font().pointSizeF(), 12.0);
+        again->mnuResetFont_Click();
+        QCOMPARE(again->LV->font().pointSizeF(), 10.0);
+    }
+
+    void placementAndWidthsFromTheSettingsStore()
+    {
+        WindowHome home;
+        Capture capture;
+        {
+            const auto s = store();
+            s->setValue("MainLeft", "300");
+            s->setValue("MainWidth", "9000");
+            s->setValue("lvCW2", "1500.5");
+            s->setValue("lvCW3", "1501.5");
+            s->setValue("lvCW4", "abc");    // edited from outside: the default stands, and the operator hears of it
+            s->setValue("MainTop", "1e99"); // no placement a window can take
+        }
         auto w = home.startMainWindow();
-        QCOMPARE(w->pos(), QPoint(px(*w, 105), px(*w, 105)));
-        QCOMPARE(w->size(), QSize(px(*w, 11235), px(*w, 7200)));
-        QCOMPARE(w->columnWidths(), (std::array<qint32, 8>{1, 1000, 1000, 1000, 2000, 4000, 2000, 2000}));
-        QCOMPARE(w->lblCurrentFolder->text(), QString("  Ready to Send"));
-        QCOMPARE(home.stationDialogs, 1);
-        QCOMPARE(w->windowTitle(), "Zelvat Call Taking System v" + Zelvat::versionText());
-        QCOMPARE(w->statusText(), QString("Items: 0"));
-        QVERIFY(QFile::exists(home.logPath()));
-        QCOMPARE(w->LV->focusPolicy(), Qt::NoFocus); // an empty list takes no keys
-        for (int i = 0; i < 3; ++i)
-            QTest::mouseClick(w->cmdBigger, Qt::LeftButton);
-        QCOMPARE(w->LV->font().pointSizeF(), 13.0);
+        QCOMPARE(w->columnWidths()[1], 1500); // rounded half to even
+        QCOMPARE(w->columnWidths()[2], 1502);
+        QCOMPARE(w->columnWidths()[3], 1000);
+        QCOMPARE(w->pos().y(), px(*w, 105));
+        QCOMPARE(capture.notices.size(), 1);
+        const QString text = capture.notices[0].text;
+        QVERIFY2(text.contains(store()->fileName()) && text.contains("lvCW4=\"abc\"") && text.contains("MainTop=\"1e99\"")
+                     && !text.contains("lvCW2"),
+                 qPrintable(text));
+        // Closed while maximised, the window keeps its normal placement; a resized column its width.
+        w->LV->header()->resizeSection(5, px(*w, 1500));
+        w->setWindowState(Qt::WindowMaximized);
         w->close();
-    }
-    QCOMPARE(store()->value("MainWidth").toString().toDouble(), 11235.0);
-    QCOMPARE(store()->value("lvCW6").toString(), QString("4000"));
-    QVERIFY(readFile(home.stationPath()).contains("\r\nLvf=13\r\n"));
-    auto again = home.startMainWindow();
-    QCOMPARE(again->listFontSize(), 13.0);
-    QTest::mouseClick(again->cmdSmaller, Qt::LeftButton);
-    QCOMPARE(again->LV->font().pointSizeF(), 12.0);
-    again->mnuResetFont_Click();
-    QCOMPARE(again->LV->font().pointSizeF(), 10.0);
-}
-
-void TestApp::placementAndWidthsFromTheSettingsStore()
-{
-    WindowHome home;
-    Capture capture;
-    {
         const auto s = store();
-        s->setValue("MainLeft", "300");
-        s->setValue("MainWidth", "9000");
-        s->setValue("lvCW2", "1500.5");
-        s->setValue("lvCW3", "1501.5");
-        s->setValue("lvCW4", "abc");    // edited from outside: the default stands, and the operator hears of it
-        s->setValue("MainTop", "1e99"); // no placement a window can take
+        QCOMPARE(s->value("MainLeft").toString(), QString("300"));
+        QCOMPARE(s->value("MainWidth").toString(), QString("9000"));
+        QCOMPARE(s->value("lvCW4").toString(), QString("1000"));
+        QCOMPARE(s->value("lvCW6").toString().toDouble(), 1500.0);
     }
-    auto w = home.startMainWindow();
-    QCOMPARE(w->columnWidths()[1], 1500); // rounded half to even
-    QCOMPARE(w->columnWidths()[2], 1502);
-    QCOMPARE(w->columnWidths()[3], 1000);
-    QCOMPARE(w->pos().y(), px(*w, 105));
-    QCOMPARE(capture.notices.size(), 1);
-    const QString text = capture.notices[0].text;
-    QVERIFY2(text.contains(store()->fileName()) && text.contains("lvCW4=\"abc\"") && text.contains("MainTop=\"1e99\"")
-                 && !text.contains("lvCW2"),
-             qPrintable(text));
-    // Closed while maximised, the window keeps its normal placement; a resized column its width.
-    w->LV->header()->resizeSection(5, px(*w, 1500));
-    w->setWindowState(Qt::WindowMaximized);
-    w->close();
-    const auto s = store();
-    QCOMPARE(s->value("MainLeft").toString(), QString("300"));
-    QCOMPARE(s->value("MainWidth").toString(), QString("9000"));
-    QCOMPARE(s->value("lvCW4").toString(), QString("1000"));
-    QCOMPARE(s->value("lvCW6").toString().toDouble(), 1500.0);
-}
 
-void TestApp::foldersFilterTheList()
-{
-    WindowHome home;
-    report(home, "R1", 2, "A");
-    report(home, "D1", 6, "B");
-    report(home, "X1", 8, "C");
-    report(home, "S1", 9, "D");
-    report(home, "N1", 1, "E");
-    auto w = home.startMainWindow();
-    QAbstractItemModelTester tester(w->listRows(), QAbstractItemModelTester::FailureReportingMode::QtTest);
-    QCOMPARE(column(*w, 0), QStringList{"R1"});
-    const std::pair<int, QStringList> expected[] = {
-        {6, {"D1"}}, {8, {"X1"}}, {9, {"S1"}}, {0, {"R1", "D1", "X1", "S1", "N1"}}, {2, {"R1"}}};
-    for (const auto &[folder, names] : expected) {
+    void foldersFilterTheList()
+    {
+        WindowHome home;
+        report(home, "R1", 2, "A");
+        report(home, "D1", 6, "B");
+        report(home, "X1", 8, "C");
+        report(home, "S1", 9, "D");
+        report(home, "N1", 1, "E");
+        auto w = home.startMainWindow();
+        QAbstractItemModelTester tester(w->listRows(), QAbstractItemModelTester::FailureReportingMode::QtTest);
+        QCOMPARE(column(*w, 0), QStringList{"R1"});
+        const std::pair<int, QStringList> expected[] = {
+            {6, {"D1"}}, {8, {"X1"}}, {9, {"S1"}}, {0, {"R1", "D1", "X1", "S1", "N1"}}, {2, {"R1"}}};
+        for (const auto &[folder, names] : expected) {
+            QTest::mouseClick(w->cmdFolder[folder], Qt::LeftButton);
+            QCOMPARE(column(*w, 0), names);
+            QCOMPARE(w->lblCurrentFolder->text(), "  " + Zelvat::folderCaption(folder));
+            QCOMPARE(w->statusText(), "Items: " + QString::number(names.size()));
+        }
+        QTest::mouseClick(w->cmdFolder[0], Qt::LeftButton);
+        QCOMPARE(column(*w, 1), (QStringList{"Ready", "Draft", "Deleted", "Submitted", ""}));
+    }
+
+    void sorts_data()
+    {
+        QTest::addColumn<QList<int>>("clicks"); // header clicks, in turn
+        QTest::addColumn<int>("shown");         // the column compared
+        QTest::addColumn<QStringList>("order");
+
+        // R1 Boston 12/31/09 23:00, R2 albany 01/01/10 01:00, R3 Chicago without a date
+        QTest::newRow("after a refill by City") << QList<int>{} << 6 << QStringList{"albany", "Boston", "Chicago"};
+        QTest::newRow("the same header flips") << QList<int>{6} << 6 << QStringList{"Chicago", "Boston", "albany"};
+        QTest::newRow("another header keeps the direction") << QList<int>{6, 0} << 0 << QStringList{"R3", "R2", "R1"};
+        QTest::newRow("and flips on its second click") << QList<int>{6, 0, 0} << 0 << QStringList{"R1", "R2", "R3"};
+        QTest::newRow("date/time: newest first") << QList<int>{7} << 0 << QStringList{"R2", "R1", "R3"};
+        QTest::newRow("date/time again: oldest first") << QList<int>{7, 7} << 0 << QStringList{"R3", "R1", "R2"};
+        QTest::newRow("a refill goes back to City") << QList<int>{7, 0, -1} << 6 << QStringList{"albany", "Boston", "Chicago"};
+    }
+
+    void sorts()
+    {
+        QFETCH(QList<int>, clicks);
+        QFETCH(int, shown);
+        QFETCH(QStringList, order);
+        WindowHome home;
+        report(home, "R1", 2, "Boston", "091231", "2300");
+        report(home, "R2", 2, "albany", "100101", "0100"); // later, though "01/" sorts first as text
+        report(home, "R3", 2, "Chicago", "", "");
+        auto w = home.startMainWindow();
+        QHeaderView *header = w->LV->header();
+        for (int c : clicks) {
+            if (c < 0)
+                w->BuildNewMsgList();
+            else
+                QTest::mouseClick(header->viewport(), Qt::LeftButton, {}, QPoint(header->sectionViewportPosition(c) + 5, 5));
+        }
+        QCOMPARE(column(*w, shown), order);
+    }
+
+    void deletes_data()
+    {
+        QTest::addColumn<int>("folder");
+        QTest::addColumn<QString>("how");         // the Delete button, the Delete key, the Edit menu
+        QTest::addColumn<QStringList>("selected");
+        QTest::addColumn<QStringList>("deleted");  // reports now marked Deleted
+        QTest::addColumn<QStringList>("gone");     // files removed
+
+        QTest::newRow("in All: marked, the rows go") << 0 << "button" << QStringList{"R1", "R2"}
+                                                     << QStringList{"R1", "R2", "X1"} << QStringList{};
+        QTest::newRow("the Delete key in Ready") << 2 << "key" << QStringList{"R1"} << QStringList{"R1", "X1"}
+                                                    << QStringList{};
+        QTest::newRow("in Deleted: the file goes") << 8 << "menu" << QStringList{"X1"} << QStringList{}
+                                                   << QStringList{"X1"};
+    }
+
+    void deletes()
+    {
+        QFETCH(int, folder);
+        QFETCH(QString, how);
+        QFETCH(QStringList, selected);
+        QFETCH(QStringList, deleted);
+        QFETCH(QStringList, gone);
+        WindowHome home;
+        report(home, "R1", 2, "A");
+        report(home, "R2", 6, "B");
+        report(home, "X1", 8, "C");
+        auto w = home.startMainWindow();
         QTest::mouseClick(w->cmdFolder[folder], Qt::LeftButton);
-        QCOMPARE(column(*w, 0), names);
-        QCOMPARE(w->lblCurrentFolder->text(), "  " + Zelvat::folderCaption(folder));
-        QCOMPARE(w->statusText(), "Items: " + QString::number(names.size()));
-    }
-    QTest::mouseClick(w->cmdFolder[0], Qt::LeftButton);
-    QCOMPARE(column(*w, 1), (QStringList{"Ready", "Draft", "Deleted", "Submitted", ""}));
-}
-
-void TestApp::sorts_data()
-{
-    QTest::addColumn<QList<int>>("clicks"); // header clicks, in turn
-    QTest::addColumn<int>("shown");         // the column compared
-    QTest::addColumn<QStringList>("order");
-
-    // R1 Boston 12/31/09 23:00, R2 albany 01/01/10 01:00, R3 Chicago without a date
-    QTest::newRow("after a refill by City") << QList<int>{} << 6 << QStringList{"albany", "Boston", "Chicago"};
-    QTest::newRow("the same header flips") << QList<int>{6} << 6 << QStringList{"Chicago", "Boston", "albany"};
-    QTest::newRow("another header keeps the direction") << QList<int>{6, 0} << 0 << QStringList{"R3", "R2", "R1"};
-    QTest::newRow("and flips on its second click") << QList<int>{6, 0, 0} << 0 << QStringList{"R1", "R2", "R3"};
-    QTest::newRow("date/time: newest first") << QList<int>{7} << 0 << QStringList{"R2", "R1", "R3"};
-    QTest::newRow("date/time again: oldest first") << QList<int>{7, 7} << 0 << QStringList{"R3", "R1", "R2"};
-    QTest::newRow("a refill goes back to City") << QList<int>{7, 0, -1} << 6 << QStringList{"albany", "Boston", "Chicago"};
-}
-
-void TestApp::sorts()
-{
-    QFETCH(QList<int>, clicks);
-    QFETCH(int, shown);
-    QFETCH(QStringList, order);
-    WindowHome home;
-    report(home, "R1", 2, "Boston", "091231", "2300");
-    report(home, "R2", 2, "albany", "100101", "0100"); // later, though "01/" sorts first as text
-    report(home, "R3", 2, "Chicago", "", "");
-    auto w = home.startMainWindow();
-    QHeaderView *header = w->LV->header();
-    for (int c : clicks) {
-        if (c < 0)
-            w->BuildNewMsgList();
+        const QString countBefore = w->statusText();
+        const QStringList names = column(*w, 0);
+        for (const QString &name : selected)
+            w->LV->selectionModel()->select(w->listRows()->index(int(names.indexOf(name)), 0),
+                                            QItemSelectionModel::Select | QItemSelectionModel::Rows);
+        if (how == "button")
+            QTest::mouseClick(w->cmdDelete, Qt::LeftButton);
+        else if (how == "key")
+            QTest::keyClick(w->LV, Qt::Key_Delete);
         else
-            QTest::mouseClick(header->viewport(), Qt::LeftButton, {}, QPoint(header->sectionViewportPosition(c) + 5, 5));
+            w->findChild<QAction *>("mnuDelete")->trigger();
+        QStringList left = names;
+        for (const QString &name : selected)
+            left.removeAll(name);
+        QCOMPARE(column(*w, 0), left);
+        QCOMPARE(w->statusText(), countBefore); // the count changes on the next refill
+        for (const QString name : {"R1", "R2", "X1"}) {
+            QCOMPARE(!QFile::exists(home.reportPath(name)), gone.contains(name));
+            if (!gone.contains(name))
+                QCOMPARE(home.readReport(name).contains("AST=8"), deleted.contains(name));
+        }
     }
-    QCOMPARE(column(*w, shown), order);
-}
 
-void TestApp::deletes_data()
-{
-    QTest::addColumn<int>("folder");
-    QTest::addColumn<QString>("how");         // the Delete button, the Delete key, the Edit menu
-    QTest::addColumn<QStringList>("selected");
-    QTest::addColumn<QStringList>("deleted");  // reports now marked Deleted
-    QTest::addColumn<QStringList>("gone");     // files removed
-
-    QTest::newRow("in All: marked, the rows go") << 0 << "button" << QStringList{"R1", "R2"}
-                                                 << QStringList{"R1", "R2", "X1"} << QStringList{};
-    QTest::newRow("the Delete key in Ready") << 2 << "key" << QStringList{"R1"} << QStringList{"R1", "X1"}
-                                                << QStringList{};
-    QTest::newRow("in Deleted: the file goes") << 8 << "menu" << QStringList{"X1"} << QStringList{}
-                                               << QStringList{"X1"};
-}
-
-void TestApp::deletes()
-{
-    QFETCH(int, folder);
-    QFETCH(QString, how);
-    QFETCH(QStringList, selected);
-    QFETCH(QStringList, deleted);
-    QFETCH(QStringList, gone);
-    WindowHome home;
-    report(home, "R1", 2, "A");
-    report(home, "R2", 6, "B");
-    report(home, "X1", 8, "C");
-    auto w = home.startMainWindow();
-    QTest::mouseClick(w->cmdFolder[folder], Qt::LeftButton);
-    const QString countBefore = w->statusText();
-    const QStringList names = column(*w, 0);
-    for (const QString &name : selected)
-        w->LV->selectionModel()->select(w->listRows()->index(int(names.indexOf(name)), 0),
-                                        QItemSelectionModel::Select | QItemSelectionModel::Rows);
-    if (how == "button")
-        QTest::mouseClick(w->cmdDelete, Qt::LeftButton);
-    else if (how == "key")
+    void aReportThatCannotBeReadStaysListed()
+    {
+        WindowHome home;
+        Capture capture;
+        home.writeReport("BAD", "EID=BAD\r\nAST=2\r\nCON=maybe\r\n");
+        auto w = home.startMainWindow();
+        QCOMPARE(capture.notices.size(), 1);
+        w->LV->selectAll();
         QTest::keyClick(w->LV, Qt::Key_Delete);
-    else
-        w->findChild<QAction *>("mnuDelete")->trigger();
-    QStringList left = names;
-    for (const QString &name : selected)
-        left.removeAll(name);
-    QCOMPARE(column(*w, 0), left);
-    QCOMPARE(w->statusText(), countBefore); // the count changes on the next refill
-    for (const QString name : {"R1", "R2", "X1"}) {
-        QCOMPARE(!QFile::exists(home.reportPath(name)), gone.contains(name));
-        if (!gone.contains(name))
-            QCOMPARE(home.readReport(name).contains("AST=8"), deleted.contains(name));
+        QCOMPARE(column(*w, 0), QStringList{"BAD"}); // its file did not change: its row stays
+        QCOMPARE(home.readReport("BAD"), QByteArray("EID=BAD\r\nAST=2\r\nCON=maybe\r\n"));
+        QCOMPARE(capture.notices.size(), 2); // the operator hears why, once
     }
-}
 
-void TestApp::aReportThatCannotBeReadStaysListed()
-{
-    WindowHome home;
-    Capture capture;
-    home.writeReport("BAD", "EID=BAD\r\nAST=2\r\nCON=maybe\r\n");
-    auto w = home.startMainWindow();
-    QCOMPARE(capture.notices.size(), 1);
-    w->LV->selectAll();
-    QTest::keyClick(w->LV, Qt::Key_Delete);
-    QCOMPARE(column(*w, 0), QStringList{"BAD"}); // its file did not change: its row stays
-    QCOMPARE(home.readReport("BAD"), QByteArray("EID=BAD\r\nAST=2\r\nCON=maybe\r\n"));
-    QCOMPARE(capture.notices.size(), 2); // the operator hears why, once
-}
+    void packAndResetColumns()
+    {
+        WindowHome home;
+        report(home, "R1", 2, "A rather long city name for a column");
+        auto w = home.startMainWindow();
+        w->mnuPackColumns_Click();
+        QCOMPARE(w->columnWidths()[0], 1); // the file-name column stays hidden
+        QVERIFY(w->LV->header()->sectionSize(6) >= w->LV->fontMetrics().horizontalAdvance("A rather long city name"));
+        w->mnuResetColumns_Click();
+        QCOMPARE(w->columnWidths(), (std::array<qint32, 8>{1, 1000, 1000, 1000, 2000, 4000, 2000, 2000}));
+        QCOMPARE(w->listRows()->rowCount(), 1); // the rows stay
+    }
 
-void TestApp::packAndResetColumns()
-{
-    WindowHome home;
-    report(home, "R1", 2, "A rather long city name for a column");
-    auto w = home.startMainWindow();
-    w->mnuPackColumns_Click();
-    QCOMPARE(w->columnWidths()[0], 1); // the file-name column stays hidden
-    QVERIFY(w->LV->header()->sectionSize(6) >= w->LV->fontMetrics().horizontalAdvance("A rather long city name"));
-    w->mnuResetColumns_Click();
-    QCOMPARE(w->columnWidths(), (std::array<qint32, 8>{1, 1000, 1000, 1000, 2000, 4000, 2000, 2000}));
-    QCOMPARE(w->listRows()->rowCount(), 1); // the rows stay
-}
+    void unreadableReportsAreToldOnce()
+    {
+        WindowHome home;
+        Capture capture;
+        report(home, "GOOD", 2, "A");
+        for (int i = 0; i < 30; ++i)
+            home.writeReport(QString("BAD%1").arg(i), "AST=2\r\nCON=what\r\n");
+        auto w = home.startMainWindow();
+        QCOMPARE(capture.notices.size(), 1);
+        QVERIFY(capture.notices[0].text.startsWith("30 report files could not be read:"));
+        QVERIFY(capture.notices[0].text.contains("... and 20 more"));
+        QCOMPARE(w->listRows()->rowCount(), 31); // rows for what could be read
+        QTest::mouseClick(w->cmdFolder[0], Qt::LeftButton);
+        QTest::mouseClick(w->cmdFolder[2], Qt::LeftButton);
+        QCOMPARE(capture.notices.size(), 1); // not again on every refill
+        home.writeReport("NEWBAD", "AST=2\r\nBRE=x\r\n");
+        w->BuildNewMsgList();
+        QCOMPARE(capture.notices.size(), 2);
+        const QString newly = capture.notices[1].text; // the loader's own message for the one new file
+        QVERIFY2(newly.startsWith("Tn911:Load, Step=3") && newly.contains("/NEWBAD.911,") && !newly.contains("/BAD"),
+                 qPrintable(newly));
+        // A file that reads again is forgotten; when it breaks once more, the operator hears of it.
+        report(home, "BAD7", 2, "B");
+        w->BuildNewMsgList();
+        QCOMPARE(capture.notices.size(), 2);
+        home.writeReport("BAD7", "AST=2\r\nCON=no\r\n");
+        w->BuildNewMsgList();
+        QCOMPARE(capture.notices.size(), 3);
+        QVERIFY2(capture.notices[2].text.contains("/BAD7.911,"), qPrintable(capture.notices[2].text));
+    }
 
-void TestApp::unreadableReportsAreToldOnce()
-{
-    WindowHome home;
-    Capture capture;
-    report(home, "GOOD", 2, "A");
-    for (int i = 0; i < 30; ++i)
-        home.writeReport(QString("BAD%1").arg(i), "AST=2\r\nCON=what\r\n");
-    auto w = home.startMainWindow();
-    QCOMPARE(capture.notices.size(), 1);
-    QVERIFY(capture.notices[0].text.startsWith("30 report files could not be read:"));
-    QVERIFY(capture.notices[0].text.contains("... and 20 more"));
-    QCOMPARE(w->listRows()->rowCount(), 31); // rows for what could be read
-    QTest::mouseClick(w->cmdFolder[0], Qt::LeftButton);
-    QTest::mouseClick(w->cmdFolder[2], Qt::LeftButton);
-    QCOMPARE(capture.notices.size(), 1); // not again on every refill
-    home.writeReport("NEWBAD", "AST=2\r\nBRE=x\r\n");
-    w->BuildNewMsgList();
-    QCOMPARE(capture.notices.size(), 2);
-    const QString newly = capture.notices[1].text; // the loader's own message for the one new file
-    QVERIFY2(newly.startsWith("Tn911:Load, Step=3") && newly.contains("/NEWBAD.911,") && !newly.contains("/BAD"),
-             qPrintable(newly));
-    // A file that reads again is forgotten; when it breaks once more, the operator hears of it.
-    report(home, "BAD7", 2, "B");
-    w->BuildNewMsgList();
-    QCOMPARE(capture.notices.size(), 2);
-    home.writeReport("BAD7", "AST=2\r\nCON=no\r\n");
-    w->BuildNewMsgList();
-    QCOMPARE(capture.notices.size(), 3);
-    QVERIFY2(capture.notices[2].text.contains("/BAD7.911,"), qPrintable(capture.notices[2].text));
-}
+    void commandsAndPanels()
+    {
+        WindowHome home("Nam=PAT SMITH\r\nUid=1234\r\nLoc=EOC1\r\n");
+        Capture capture;
+        report(home, "R1", 2, "A");
+        auto w = home.startMainWindow();
+        QCOMPARE(w->sbrConfig->text(), QString("Name: Pat Smith -- UID: 1234 -- LOC: EOC1"));
+        w->station().Loc = "EOC2";
+        w->mnuStationID_Click();
+        QCOMPARE(home.stationDialogs, 2);
+        QCOMPARE(w->sbrConfig->text(), QString("Name: Pat Smith -- UID: 1234 -- LOC: EOC2"));
 
-void TestApp::commandsAndPanels()
-{
-    WindowHome home("Nam=PAT SMITH\r\nUid=1234\r\nLoc=EOC1\r\n");
-    Capture capture;
-    report(home, "R1", 2, "A");
-    auto w = home.startMainWindow();
-    QCOMPARE(w->sbrConfig->text(), QString("Name: Pat Smith -- UID: 1234 -- LOC: EOC1"));
-    w->station().Loc = "EOC2";
-    w->mnuStationID_Click();
-    QCOMPARE(home.stationDialogs, 2);
-    QCOMPARE(w->sbrConfig->text(), QString("Name: Pat Smith -- UID: 1234 -- LOC: EOC2"));
+        QTest::mouseClick(w->cmdMorvel, Qt::LeftButton);
+        w->LV->setCurrentIndex(w->listRows()->index(0, 3));
+        w->LV_DblClick();
+        QCOMPARE(home.opened, (QStringList{"NEW", "R1"}));
 
-    QTest::mouseClick(w->cmdMorvel, Qt::LeftButton);
-    w->LV->setCurrentIndex(w->listRows()->index(0, 3));
-    w->LV_DblClick();
-    QCOMPARE(home.opened, (QStringList{"NEW", "R1"}));
+        w->mnuZelvatQuickStart_Click();
+        QVERIFY(!w->mnuZelvatQuickStart->isEnabled());
+        QCOMPARE(capture.noticeTexts(), QStringList{"Hmmm, can't find '" + home.path()
+                                                    + "/docs/ZelvatUG-QuickStart.pdf'\r\nMake sure Zelvat was installed correctly"});
+        QCOMPARE(capture.notices[0].title, QString("Zelvat Call Taking System"));
+    }
 
-    w->mnuZelvatQuickStart_Click();
-    QVERIFY(!w->mnuZelvatQuickStart->isEnabled());
-    QCOMPARE(capture.noticeTexts(), QStringList{"Hmmm, can't find '" + home.path()
-                                                + "/docs/ZelvatUG-QuickStart.pdf'\r\nMake sure Zelvat was installed correctly"});
-    QCOMPARE(capture.notices[0].title, QString("Zelvat Call Taking System"));
-}
-
-void TestApp::resizeFollowsTheWindow()
-{
-    WindowHome home;
-    auto w = home.startMainWindow();
-    const int listWidth = w->LV->width();
-    const int bigger = w->cmdBigger->x();
-    w->resize(w->width() + 150, w->height() + 90);
-    QCOMPARE(w->LV->width(), listWidth + 150);
-    QCOMPARE(w->cmdBigger->x(), bigger + 150);
-    QCOMPARE(w->cmdSmaller->x(), w->cmdBigger->x() - px(*w, 375));
-    QCOMPARE(w->txtArea->y() + w->txtArea->height() + px(*w, 400) - w->statusBar()->height(), w->centralWidget()->height());
-}
+    void resizeFollowsTheWindow()
+    {
+        WindowHome home;
+        auto w = home.startMainWindow();
+        const int listWidth = w->LV->width();
+        const int bigger = w->cmdBigger->x();
+        w->resize(w->width() + 150, w->height() + 90);
+        QCOMPARE(w->LV->width(), listWidth + 150);
+        QCOMPARE(w->cmdBigger->x(), bigger + 150);
+        QCOMPARE(w->cmdSmaller->x(), w->cmdBigger->x() - px(*w, 375));
+        QCOMPARE(w->txtArea->y() + w->txtArea->height() + px(*w, 400) - w->statusBar()->height(), w->centralWidget()->height());
+    }
+};
 
 QTEST_MAIN(TestApp)
 #include "tst_app.moc"

@@ -20,209 +20,197 @@
 #include <QTest>
 #include <QTimer>
 
-class TestDialogs : public QObject {
-    Q_OBJECT
-
-private slots:
-    void stationTyping_data();
-    void stationTyping();
-    void stationOk_data();
-    void stationOk();
-
-    void preferencesOk_data();
-    void preferencesOk();
-    void preferencesLinkTest();
-
-    void aboutBox();
-    void noteClosesByItself();
-};
-
 static const QColor kPaleYellow(255, 255, 128);
 
 static const QByteArray kStation = "Nam=Pat Smith\r\nUid=KN1ABC\r\nLoc=EOC\r\nLid=SPF\r\nEno=7\r\nCty=Springfield\r\n";
 
-void TestDialogs::stationTyping_data()
-{
-    QTest::addColumn<int>("field");
-    QTest::addColumn<QString>("typed");
-    QTest::addColumn<QString>("shown"); // after leaving the box
-    QTest::newRow("user id in capitals, ! and @ swallowed") << 1 << "kn1!a@bc" << "KN1ABC";
-    QTest::newRow("location id three characters") << 3 << "abcd" << "ABC";
-    QTest::newRow("digits only") << 4 << "12ab3" << "123";
-    QTest::newRow("name in proper case, as typed") << 0 << "pat SMITH #2!" << "Pat Smith #2!";
-}
+class TestDialogs : public QObject {
+    Q_OBJECT
 
-void TestDialogs::stationTyping()
-{
-    QFETCH(int, field);
-    QFETCH(QString, typed);
-    QFETCH(QString, shown);
-    WindowHome home(kStation);
-    frmStationID d(home.station());
-    QCOMPARE(d.txtSID[4]->text(), QString("0007")); // the counter shown with four digits
-    d.txtSID[field]->clear();
-    QTest::keyClicks(d.txtSID[field], typed);
-    QFocusEvent leave(QEvent::FocusOut, Qt::TabFocusReason);
-    QApplication::sendEvent(d.txtSID[field], &leave);
-    QCOMPARE(d.txtSID[field]->text(), shown);
-    QTest::keyClick(d.txtSID[field], Qt::Key_Backspace);
-    QCOMPARE(d.txtSID[field]->text(), shown.chopped(1));
-}
+private slots:
+    void stationTyping_data()
+    {
+        QTest::addColumn<int>("field");
+        QTest::addColumn<QString>("typed");
+        QTest::addColumn<QString>("shown"); // after leaving the box
+        QTest::newRow("user id in capitals, ! and @ swallowed") << 1 << "kn1!a@bc" << "KN1ABC";
+        QTest::newRow("location id three characters") << 3 << "abcd" << "ABC";
+        QTest::newRow("digits only") << 4 << "12ab3" << "123";
+        QTest::newRow("name in proper case, as typed") << 0 << "pat SMITH #2!" << "Pat Smith #2!";
+    }
 
-void TestDialogs::stationOk_data()
-{
-    QTest::addColumn<QStringList>("edits"); // "FIELD=text", as typed or pasted
-    QTest::addColumn<QString>("key");       // OK pressed with the mouse, or Escape typed
-    QTest::addColumn<QList<int>>("yellow"); // fields highlighted
-    QTest::addColumn<QString>("said");      // the start of the message, if any
-    QTest::addColumn<bool>("stored");
+    void stationTyping()
+    {
+        QFETCH(int, field);
+        QFETCH(QString, typed);
+        QFETCH(QString, shown);
+        WindowHome home(kStation);
+        frmStationID d(home.station());
+        QCOMPARE(d.txtSID[4]->text(), QString("0007")); // the counter shown with four digits
+        d.txtSID[field]->clear();
+        QTest::keyClicks(d.txtSID[field], typed);
+        QFocusEvent leave(QEvent::FocusOut, Qt::TabFocusReason);
+        QApplication::sendEvent(d.txtSID[field], &leave);
+        QCOMPARE(d.txtSID[field]->text(), shown);
+        QTest::keyClick(d.txtSID[field], Qt::Key_Backspace);
+        QCOMPARE(d.txtSID[field]->text(), shown.chopped(1));
+    }
 
-    QTest::newRow("blank and empty fields are highlighted") << QStringList{"1=   ", "3="} << "OK" << QList<int>{1, 3}
-                                                            << "" << false;
-    QTest::newRow("Escape acts as OK") << QStringList{"2=  Field Post 3 ", "4=0042"} << "Escape" << QList<int>{} << "" << true;
-    QTest::newRow("Escape with an empty field stays") << QStringList{"2="} << "Escape" << QList<int>{2} << "" << false;
-    QTest::newRow("beyond the event numbers there are") << QStringList{"4=32768"} << "OK" << QList<int>{}
-                                                        << "The Next Event No 32768 is too large" << false;
-    QTest::newRow("pasted letters") << QStringList{"4=12a"} << "OK" << QList<int>{} << "The Next Event No \"12a\" is not a number"
-                                    << false;
-}
+    void stationOk_data()
+    {
+        QTest::addColumn<QStringList>("edits"); // "FIELD=text", as typed or pasted
+        QTest::addColumn<QString>("key");       // OK pressed with the mouse, or Escape typed
+        QTest::addColumn<QList<int>>("yellow"); // fields highlighted
+        QTest::addColumn<QString>("said");      // the start of the message, if any
+        QTest::addColumn<bool>("stored");
 
-void TestDialogs::stationOk()
-{
-    QFETCH(QStringList, edits);
-    QFETCH(QString, key);
-    QFETCH(QList<int>, yellow);
-    QFETCH(QString, said);
-    QFETCH(bool, stored);
-    WindowHome home(kStation);
-    Capture capture;
-    frmStationID d(home.station());
-    d.show();
-    d.txtSID[0]->setText("Lee Chan");
-    for (const QString &e : edits)
-        d.txtSID[e.section('=', 0, 0).toInt()]->setText(e.section('=', 1)); // as the mouse's paste puts it there
-    if (key == "OK")
+        QTest::newRow("blank and empty fields are highlighted") << QStringList{"1=   ", "3="} << "OK" << QList<int>{1, 3}
+                                                                << "" << false;
+        QTest::newRow("Escape acts as OK") << QStringList{"2=  Field Post 3 ", "4=0042"} << "Escape" << QList<int>{} << "" << true;
+        QTest::newRow("Escape with an empty field stays") << QStringList{"2="} << "Escape" << QList<int>{2} << "" << false;
+        QTest::newRow("beyond the event numbers there are") << QStringList{"4=32768"} << "OK" << QList<int>{}
+                                                            << "The Next Event No 32768 is too large" << false;
+        QTest::newRow("pasted letters") << QStringList{"4=12a"} << "OK" << QList<int>{} << "The Next Event No \"12a\" is not a number"
+                                        << false;
+    }
+
+    void stationOk()
+    {
+        QFETCH(QStringList, edits);
+        QFETCH(QString, key);
+        QFETCH(QList<int>, yellow);
+        QFETCH(QString, said);
+        QFETCH(bool, stored);
+        WindowHome home(kStation);
+        Capture capture;
+        frmStationID d(home.station());
+        d.show();
+        d.txtSID[0]->setText("Lee Chan");
+        for (const QString &e : edits)
+            d.txtSID[e.section('=', 0, 0).toInt()]->setText(e.section('=', 1)); // as the mouse's paste puts it there
+        if (key == "OK")
+            QTest::mouseClick(d.cmdOK, Qt::LeftButton);
+        else
+            QTest::keyClick(d.txtSID[2], Qt::Key_Escape);
+        QCOMPARE(d.isVisible(), !stored);
+        for (int i = 0; i < 6; ++i)
+            QCOMPARE(d.txtSID[i]->palette().color(QPalette::Base),
+                     yellow.contains(i) ? kPaleYellow : QApplication::palette().color(QPalette::Base));
+        QCOMPARE(capture.notices.size(), said.isEmpty() ? 0 : 1);
+        if (!said.isEmpty())
+            QVERIFY2(capture.notices[0].text.startsWith(said), qPrintable(capture.notices[0].text));
+        // Nothing is stored unless everything is; then trimmed, the counter as a number.
+        QCOMPARE(home.station().Nam, stored ? QString("Lee Chan") : QString("Pat Smith"));
+        if (stored) {
+            QCOMPARE(home.station().Loc, QString("Field Post 3"));
+            QCOMPARE(home.station().Eno, 42);
+        }
+        if (!yellow.isEmpty()) { // a key typed into a highlighted field takes the highlight away
+            QTest::keyClicks(d.txtSID[yellow[0]], "x");
+            QCOMPARE(d.txtSID[yellow[0]]->palette().color(QPalette::Base), QApplication::palette().color(QPalette::Base));
+        }
+    }
+
+    void preferencesOk_data()
+    {
+        QTest::addColumn<QStringList>("server"); // host, port, time-out as typed
+        QTest::addColumn<bool>("accepted");
+        QTest::addColumn<int>("said");           // message boxes
+        QTest::addColumn<QList<int>>("yellow");  // server boxes highlighted
+
+        QTest::newRow("kept") << QStringList{"radio.local", "9400", "7000"} << true << 0 << QList<int>{};
+        QTest::newRow("letters in the port") << QStringList{"elsewhere", "93x4", "5000"} << false << 1 << QList<int>{};
+        QTest::newRow("port too large") << QStringList{"elsewhere", "70000", "5000"} << false << 1 << QList<int>{};
+        QTest::newRow("letters in the time-out") << QStringList{"elsewhere", "9334", "five"} << false << 1 << QList<int>{};
+        QTest::newRow("time-out beyond 16 bits") << QStringList{"elsewhere", "9334", "40000"} << false << 1 << QList<int>{};
+        QTest::newRow("empty boxes") << QStringList{"", "9334", ""} << false << 0 << QList<int>{0, 2};
+    }
+
+    void preferencesOk()
+    {
+        QFETCH(QStringList, server);
+        QFETCH(bool, accepted);
+        QFETCH(int, said);
+        QFETCH(QList<int>, yellow);
+        WindowHome home("Enc=NONE\r\n");
+        Capture capture;
+        frmZelvatPref d(home.station(), nullptr);
+        d.show();
+        QCOMPARE(d.windowTitle(), QString("Preferences"));
+        QCOMPARE(d.cboEncType->currentText(), QString("NONE"));
+        QVERIFY(d.nframe[0]->isEnabled() && !d.nframe[1]->isEnabled()); // the encoding tab first
+        for (int i = 0; i < 3; ++i)
+            d.txtServer[i]->setText(server[i]);
+        d.cboEncType->setCurrentIndex(1);
         QTest::mouseClick(d.cmdOK, Qt::LeftButton);
-    else
-        QTest::keyClick(d.txtSID[2], Qt::Key_Escape);
-    QCOMPARE(d.isVisible(), !stored);
-    for (int i = 0; i < 6; ++i)
-        QCOMPARE(d.txtSID[i]->palette().color(QPalette::Base),
-                 yellow.contains(i) ? kPaleYellow : QApplication::palette().color(QPalette::Base));
-    QCOMPARE(capture.notices.size(), said.isEmpty() ? 0 : 1);
-    if (!said.isEmpty())
-        QVERIFY2(capture.notices[0].text.startsWith(said), qPrintable(capture.notices[0].text));
-    // Nothing is stored unless everything is; then trimmed, the counter as a number.
-    QCOMPARE(home.station().Nam, stored ? QString("Lee Chan") : QString("Pat Smith"));
-    if (stored) {
-        QCOMPARE(home.station().Loc, QString("Field Post 3"));
-        QCOMPARE(home.station().Eno, 42);
+        QCOMPARE(d.isVisible(), !accepted);
+        QCOMPARE(capture.notices.size(), said);
+        for (int i : yellow)
+            QCOMPARE(d.txtServer[i]->palette().color(QPalette::Base), kPaleYellow);
+        if (!yellow.isEmpty())
+            QCOMPARE(d.SSTab1->currentIndex(), 1);
+        // Nothing is half-changed: every setting is taken, or none.
+        const ZelvatIni &s = home.station();
+        const QStringList kept = accepted ? server + QStringList{"BASE64"} : QStringList{"127.0.0.1", "9334", "5000", "NONE"};
+        QCOMPARE((QStringList{s.Hst, s.Prt, QString::number(s.Nto), s.Enc}), kept);
     }
-    if (!yellow.isEmpty()) { // a key typed into a highlighted field takes the highlight away
-        QTest::keyClicks(d.txtSID[yellow[0]], "x");
-        QCOMPARE(d.txtSID[yellow[0]]->palette().color(QPalette::Base), QApplication::palette().color(QPalette::Base));
+
+    void preferencesLinkTest()
+    {
+        // The test runs against the host and port typed, then the settings in force come back.
+        WindowHome home("Hst=radio.invalid\r\n");
+        Capture capture;
+        auto server = Loopback::start();
+        ServerSession session(&home.station());
+        frmZelvatPref d(home.station(), &session);
+        d.show();
+        d.SSTab1->setCurrentIndex(1);
+        d.txtServer[0]->setText("127.0.0.1");
+        for (const quint16 port : {server->port(), Loopback::refusedPort()}) {
+            d.txtServer[1]->setText(QString::number(port));
+            QTest::mouseClick(d.cmdTest, Qt::LeftButton);
+            QCOMPARE(home.station().Hst, QString("radio.invalid"));
+            QCOMPARE(home.station().Prt, QString("9334"));
+        }
+        QCOMPARE(capture.noticeTexts(), (QStringList{"Tndirect link test passed!",
+                                                     "Link Test to Tndirect failed.  Check the following:\r\n1. Confirm that "
+                                                     "Tndirect is running\r\n2. Confirm the Host Name and Port Number match Tndirect"}));
+        QCOMPARE(capture.notices[1].icon, Notice::Exclamation);
+        QTRY_COMPARE(server->received(), QByteArray("<test>This is an Zelvat test msg</test>"));
     }
-}
 
-void TestDialogs::preferencesOk_data()
-{
-    QTest::addColumn<QStringList>("server"); // host, port, time-out as typed
-    QTest::addColumn<bool>("accepted");
-    QTest::addColumn<int>("said");           // message boxes
-    QTest::addColumn<QList<int>>("yellow");  // server boxes highlighted
-
-    QTest::newRow("kept") << QStringList{"radio.local", "9400", "7000"} << true << 0 << QList<int>{};
-    QTest::newRow("letters in the port") << QStringList{"elsewhere", "93x4", "5000"} << false << 1 << QList<int>{};
-    QTest::newRow("port too large") << QStringList{"elsewhere", "70000", "5000"} << false << 1 << QList<int>{};
-    QTest::newRow("letters in the time-out") << QStringList{"elsewhere", "9334", "five"} << false << 1 << QList<int>{};
-    QTest::newRow("time-out beyond 16 bits") << QStringList{"elsewhere", "9334", "40000"} << false << 1 << QList<int>{};
-    QTest::newRow("empty boxes") << QStringList{"", "9334", ""} << false << 0 << QList<int>{0, 2};
-}
-
-void TestDialogs::preferencesOk()
-{
-    QFETCH(QStringList, server);
-    QFETCH(bool, accepted);
-    QFETCH(int, said);
-    QFETCH(QList<int>, yellow);
-    WindowHome home("Enc=NONE\r\n");
-    Capture capture;
-    frmZelvatPref d(home.station(), nullptr);
-    d.show();
-    QCOMPARE(d.windowTitle(), QString("Preferences"));
-    QCOMPARE(d.cboEncType->currentText(), QString("NONE"));
-    QVERIFY(d.nframe[0]->isEnabled() && !d.nframe[1]->isEnabled()); // the encoding tab first
-    for (int i = 0; i < 3; ++i)
-        d.txtServer[i]->setText(server[i]);
-    d.cboEncType->setCurrentIndex(1);
-    QTest::mouseClick(d.cmdOK, Qt::LeftButton);
-    QCOMPARE(d.isVisible(), !accepted);
-    QCOMPARE(capture.notices.size(), said);
-    for (int i : yellow)
-        QCOMPARE(d.txtServer[i]->palette().color(QPalette::Base), kPaleYellow);
-    if (!yellow.isEmpty())
-        QCOMPARE(d.SSTab1->currentIndex(), 1);
-    // Nothing is half-changed: every setting is taken, or none.
-    const ZelvatIni &s = home.station();
-    const QStringList kept = accepted ? server + QStringList{"BASE64"} : QStringList{"127.0.0.1", "9334", "5000", "NONE"};
-    QCOMPARE((QStringList{s.Hst, s.Prt, QString::number(s.Nto), s.Enc}), kept);
-}
-
-void TestDialogs::preferencesLinkTest()
-{
-    // The test runs against the host and port typed, then the settings in force come back.
-    WindowHome home("Hst=radio.invalid\r\n");
-    Capture capture;
-    auto server = Loopback::start();
-    ServerSession session(&home.station());
-    frmZelvatPref d(home.station(), &session);
-    d.show();
-    d.SSTab1->setCurrentIndex(1);
-    d.txtServer[0]->setText("127.0.0.1");
-    for (const quint16 port : {server->port(), Loopback::refusedPort()}) {
-        d.txtServer[1]->setText(QString::number(port));
-        QTest::mouseClick(d.cmdTest, Qt::LeftButton);
-        QCOMPARE(home.station().Hst, QString("radio.invalid"));
-        QCOMPARE(home.station().Prt, QString("9334"));
+    void aboutBox()
+    {
+        frmAbout d;
+        QCOMPARE(d.windowTitle(), QString("About Zelvat Call Taking System"));
+        QCOMPARE(d.lblVersion->text(), "Version " + Zelvat::versionText());
+        QCOMPARE(d.lblTitle->text(), QString("Zelvat Call Taking System"));
+        QVERIFY(d.lblDescription->text().startsWith("Copyright "));
+        QVERIFY(d.lblDescription->text().endsWith("\r\nAll rights reserved."));
+        QCOMPARE(d.cmdSysInfo->text(), QString("&System"));
+        QCOMPARE(d.cmdLicenseAgreement->text(), QString("License"));
     }
-    QCOMPARE(capture.noticeTexts(), (QStringList{"Tndirect link test passed!",
-                                                 "Link Test to Tndirect failed.  Check the following:\r\n1. Confirm that "
-                                                 "Tndirect is running\r\n2. Confirm the Host Name and Port Number match Tndirect"}));
-    QCOMPARE(capture.notices[1].icon, Notice::Exclamation);
-    QTRY_COMPARE(server->received(), QByteArray("<test>This is an Zelvat test msg</test>"));
-}
 
-void TestDialogs::aboutBox()
-{
-    frmAbout d;
-    QCOMPARE(d.windowTitle(), QString("About Zelvat Call Taking System"));
-    QCOMPARE(d.lblVersion->text(), "Version " + Zelvat::versionText());
-    QCOMPARE(d.lblTitle->text(), QString("Zelvat Call Taking System"));
-    QVERIFY(d.lblDescription->text().startsWith("Copyright "));
-    QVERIFY(d.lblDescription->text().endsWith("\r\nAll rights reserved."));
-    QCOMPARE(d.cmdSysInfo->text(), QString("&System"));
-    QCOMPARE(d.cmdLicenseAgreement->text(), QString("License"));
-}
-
-void TestDialogs::noteClosesByItself()
-{
-    // A second note during the first one's wait takes the label, and when its own wait ends the
-    // note goes, although the first wait is still running; the rest of the program runs on.
-    QPointer<frmNote> note = frmNote::instance();
-    QVERIFY(note->isVisible());
-    QStringList seen;
-    QTimer clock;
-    connect(&clock, &QTimer::timeout, [&] {
-        if (note && note->isVisible())
-            seen << note->lblNote->text();
-    });
-    clock.start(100);
-    QTimer::singleShot(250, &clock, [&] { note->PostNote("Second"); });
-    note->PostNote("First");
-    QVERIFY(!note || !note->isVisible()); // closed by the second note's end
-    QVERIFY2(seen.value(0) == "First" && seen.contains("Second"), qPrintable(seen.join(',')));
-    QTRY_VERIFY(!note);
-}
+    void noteClosesByItself()
+    {
+        // A second note during the first one's wait takes the label, and when its own wait ends the
+        // note goes, although the first wait is still running; the rest of the program runs on.
+        QPointer<frmNote> note = frmNote::instance();
+        QVERIFY(note->isVisible());
+        QStringList seen;
+        QTimer clock;
+        connect(&clock, &QTimer::timeout, [&] {
+            if (note && note->isVisible())
+                seen << note->lblNote->text();
+        });
+        clock.start(100);
+        QTimer::singleShot(250, &clock, [&] { note->PostNote("Second"); });
+        note->PostNote("First");
+        QVERIFY(!note || !note->isVisible()); // closed by the second note's end
+        QVERIFY2(seen.value(0) == "First" && seen.contains("Second"), qPrintable(seen.join(',')));
+        QTRY_VERIFY(!note);
+    }
+};
 
 QTEST_MAIN(TestDialogs)
 #include "tst_dialogs.moc"

@@ -46,261 +46,250 @@ class TestFaults : public QObject {
     Q_OBJECT
 
 private slots:
-    void initTestCase();
-    void kinds_data();
-    void kinds();
-    void injected_data();
-    void injected();
-    void clientUnderFaults_data();
-    void clientUnderFaults();
-    void permissionsAreKept();
-    void fullDisk_data();
-    void fullDisk();
-};
+    void initTestCase()
+    {
+        // A call that blocks is interrupted after a while instead of hanging the suite, and flagged.
+        struct sigaction action {};
+        action.sa_handler = [](int) { g_alarmed = 1; };
+        QCOMPARE(sigaction(SIGALRM, &action, nullptr), 0);
+    }
 
-void TestFaults::initTestCase()
-{
-    // A call that blocks is interrupted after a while instead of hanging the suite, and flagged.
-    struct sigaction action {};
-    action.sa_handler = [](int) { g_alarmed = 1; };
-    QCOMPARE(sigaction(SIGALRM, &action, nullptr), 0);
-}
-
-void TestFaults::kinds_data()
-{
-    QTest::addColumn<QString>("op");
-    QTest::addColumn<QString>("thing");
-    QTest::addColumn<int>("kind");
-    QTest::addColumn<int>("number");       // 0 when the call succeeds
-    QTest::addColumn<QByteArray>("after"); // what was read, or is in the file afterwards
-    const QList<QPair<const char *, Kind>> things{
-        {"regular file", Kind::Regular}, {"missing", Kind::Missing}, {"folder", Kind::Directory},
-        {"link to a file", Kind::SymbolicLink}, {"link to a FIFO", Kind::SymbolicLink}, {"FIFO", Kind::Fifo},
-        {"socket", Kind::Socket}, {"device", Kind::Device}};
-    const QList<QPair<const char *, QByteArray>> ops{{"readAll", kOld}, {"writeAtomically", kNew}, {"append", kOld + kNew}};
-    for (const auto &[op, written] : ops) {
-        for (const auto &[thing, kind] : things) {
-            const bool creates = kind == Kind::Missing && QByteArray(op) != "readAll";
-            const int number = kind == Kind::Regular || creates ? 0 : kind == Kind::Missing ? 53 : 75;
-            QTest::addRow("%s: %s", op, thing) << op << thing << int(kind) << number
-                                               << (creates ? kNew : kind == Kind::Regular ? written : QByteArray());
+    void kinds_data()
+    {
+        QTest::addColumn<QString>("op");
+        QTest::addColumn<QString>("thing");
+        QTest::addColumn<int>("kind");
+        QTest::addColumn<int>("number");       // 0 when the call succeeds
+        QTest::addColumn<QByteArray>("after"); // what was read, or is in the file afterwards
+        const QList<QPair<const char *, Kind>> things{
+            {"regular file", Kind::Regular}, {"missing", Kind::Missing}, {"folder", Kind::Directory},
+            {"link to a file", Kind::SymbolicLink}, {"link to a FIFO", Kind::SymbolicLink}, {"FIFO", Kind::Fifo},
+            {"socket", Kind::Socket}, {"device", Kind::Device}};
+        const QList<QPair<const char *, QByteArray>> ops{{"readAll", kOld}, {"writeAtomically", kNew}, {"append", kOld + kNew}};
+        for (const auto &[op, written] : ops) {
+            for (const auto &[thing, kind] : things) {
+                const bool creates = kind == Kind::Missing && QByteArray(op) != "readAll";
+                const int number = kind == Kind::Regular || creates ? 0 : kind == Kind::Missing ? 53 : 75;
+                QTest::addRow("%s: %s", op, thing) << op << thing << int(kind) << number
+                                                   << (creates ? kNew : kind == Kind::Regular ? written : QByteArray());
+            }
         }
     }
-}
 
-void TestFaults::kinds()
-{
-    QFETCH(QString, op);
-    QFETCH(QString, thing);
-    QFETCH(int, kind);
-    QFETCH(int, number);
-    QFETCH(QByteArray, after);
-    QTemporaryDir dir;
-    QString path = dir.filePath("R1.911");
-    const QByteArray name = QFile::encodeName(path);
-    const QString target = dir.filePath("target"); // what a link points to: nothing may reach it
-    int socketFd = -1;
-    auto closeSocket = qScopeGuard([&] { if (socketFd >= 0) ::close(socketFd); });
-    if (thing == "regular file" || thing == "link to a file")
-        writeFile(thing == "regular file" ? path : target, kOld);
-    if (thing == "folder")
-        QVERIFY(QDir().mkdir(path));
-    if (thing == "FIFO" || thing == "link to a FIFO")
-        QCOMPARE(::mkfifo(QFile::encodeName(thing == "FIFO" ? path : target).constData(), 0600), 0);
-    if (thing.startsWith("link"))
-        QVERIFY(QFile::link(target, path));
-    if (thing == "socket") {
-        sockaddr_un address {};
-        address.sun_family = AF_UNIX;
-        qstrncpy(address.sun_path, name.constData(), sizeof address.sun_path);
-        socketFd = ::socket(AF_UNIX, SOCK_STREAM, 0);
-        QCOMPARE(::bind(socketFd, reinterpret_cast<sockaddr *>(&address), sizeof address), 0);
+    void kinds()
+    {
+        QFETCH(QString, op);
+        QFETCH(QString, thing);
+        QFETCH(int, kind);
+        QFETCH(int, number);
+        QFETCH(QByteArray, after);
+        QTemporaryDir dir;
+        QString path = dir.filePath("R1.911");
+        const QByteArray name = QFile::encodeName(path);
+        const QString target = dir.filePath("target"); // what a link points to: nothing may reach it
+        int socketFd = -1;
+        auto closeSocket = qScopeGuard([&] { if (socketFd >= 0) ::close(socketFd); });
+        if (thing == "regular file" || thing == "link to a file")
+            writeFile(thing == "regular file" ? path : target, kOld);
+        if (thing == "folder")
+            QVERIFY(QDir().mkdir(path));
+        if (thing == "FIFO" || thing == "link to a FIFO")
+            QCOMPARE(::mkfifo(QFile::encodeName(thing == "FIFO" ? path : target).constData(), 0600), 0);
+        if (thing.startsWith("link"))
+            QVERIFY(QFile::link(target, path));
+        if (thing == "socket") {
+            sockaddr_un address {};
+            address.sun_family = AF_UNIX;
+            qstrncpy(address.sun_path, name.constData(), sizeof address.sun_path);
+            socketFd = ::socket(AF_UNIX, SOCK_STREAM, 0);
+            QCOMPARE(::bind(socketFd, reinterpret_cast<sockaddr *>(&address), sizeof address), 0);
+        }
+        if (thing == "device" && ::mknod(name.constData(), S_IFCHR | 0666, makedev(1, 3)) != 0) {
+            if (op != "readAll") // never tried on the system's own device nodes
+                QSKIP("a device node of its own needs root (mknod)");
+            path = QStringLiteral("/dev/null");
+        }
+        QCOMPARE(int(SafeFile::kindOf(path)), kind);
+        const QStringList before = entries(dir.path());
+
+        QByteArray read;
+        RunError error;
+        bool ok = false;
+        g_alarmed = 0;
+        ::alarm(5);
+        if (op == "readAll")
+            ok = SafeFile::readAll(path, 4096, &read, &error);
+        else
+            ok = op == "append" ? SafeFile::append(path, kNew, &error) : SafeFile::writeAtomically(path, kNew, &error);
+        ::alarm(0);
+        QVERIFY2(!g_alarmed, "the call blocked");
+        QCOMPARE(error.number, number);
+        QCOMPARE(ok, number == 0);
+        QVERIFY2(ok || error.description.contains(number == 53 ? "does not exist" : SafeFile::describe(Kind(kind))),
+                 qPrintable(error.description));
+        QCOMPARE(int(SafeFile::kindOf(path)), ok ? int(Kind::Regular) : kind);
+        if (op == "readAll" || ok) // what is not a file is never opened here: a FIFO would block
+            QCOMPARE(op == "readAll" ? read : readFile(path), after);
+        if (thing == "link to a file")
+            QCOMPARE(readFile(target), kOld);
+        QCOMPARE(entries(dir.path()), ok && before.isEmpty() ? QStringList{"R1.911"} : before);
     }
-    if (thing == "device" && ::mknod(name.constData(), S_IFCHR | 0666, makedev(1, 3)) != 0) {
-        if (op != "readAll") // never tried on the system's own device nodes
-            QSKIP("a device node of its own needs root (mknod)");
-        path = QStringLiteral("/dev/null");
+
+    void injected_data()
+    {
+        QTest::addColumn<QString>("call"); // save, save new, append
+        QTest::addColumn<QString>("op");
+        QTest::addColumn<int>("err");
+        QTest::addColumn<int>("at");
+        QTest::addColumn<int>("number");
+        QTest::addColumn<QString>("words");
+        QTest::addColumn<QByteArray>("after");
+        const QString full("the disk is full"), io("input/output error");
+        QTest::newRow("disk full at the first byte") << "save" << "write" << ENOSPC << 0 << 61 << full << kOld;
+        QTest::newRow("quota used up in the middle") << "save" << "write" << EDQUOT << 350 << 61 << full << kOld;
+        QTest::newRow("I/O error at fsync") << "save" << "fsync" << EIO << 0 << 57 << io << kOld;
+        QTest::newRow("I/O error at close") << "save" << "close" << EIO << 0 << 57 << io << kOld;
+        QTest::newRow("read-only at rename") << "save" << "rename" << EROFS << 0 << 70 << "the folder is read-only" << kOld;
+        QTest::newRow("I/O error flushing the folder") << "save" << "fsync folder" << EIO << 1 << 57 << "power cut" << kNew;
+        QTest::newRow("new file, disk full in the middle") << "save new" << "write" << ENOSPC << 350 << 61 << full << QByteArray();
+        QTest::newRow("log line, disk full in the middle") << "append" << "write" << ENOSPC << 20 << 61 << full << kOld;
     }
-    QCOMPARE(int(SafeFile::kindOf(path)), kind);
-    const QStringList before = entries(dir.path());
 
-    QByteArray read;
-    RunError error;
-    bool ok = false;
-    g_alarmed = 0;
-    ::alarm(5);
-    if (op == "readAll")
-        ok = SafeFile::readAll(path, 4096, &read, &error);
-    else
-        ok = op == "append" ? SafeFile::append(path, kNew, &error) : SafeFile::writeAtomically(path, kNew, &error);
-    ::alarm(0);
-    QVERIFY2(!g_alarmed, "the call blocked");
-    QCOMPARE(error.number, number);
-    QCOMPARE(ok, number == 0);
-    QVERIFY2(ok || error.description.contains(number == 53 ? "does not exist" : SafeFile::describe(Kind(kind))),
-             qPrintable(error.description));
-    QCOMPARE(int(SafeFile::kindOf(path)), ok ? int(Kind::Regular) : kind);
-    if (op == "readAll" || ok) // what is not a file is never opened here: a FIFO would block
-        QCOMPARE(op == "readAll" ? read : readFile(path), after);
-    if (thing == "link to a file")
-        QCOMPARE(readFile(target), kOld);
-    QCOMPARE(entries(dir.path()), ok && before.isEmpty() ? QStringList{"R1.911"} : before);
-}
+    void injected()
+    {
+        QFETCH(QString, call);
+        QFETCH(QString, op);
+        QFETCH(int, err);
+        QFETCH(int, at);
+        QFETCH(int, number);
+        QFETCH(QString, words);
+        QFETCH(QByteArray, after);
+        if (!arm)
+            QSKIP("libfaultfs.so is not preloaded (CTest preloads it)");
+        QTemporaryDir dir;
+        const QString path = dir.filePath("R1.911");
+        if (call != "save new")
+            writeFile(path, kOld);
+        const QStringList before = entries(dir.path());
+        // "fsync folder" lets the report's own fsync through and fails the next one in its folder.
+        const QByteArray match = op == "fsync folder" ? QFile::encodeName(dir.path()) : QByteArray("R1.911");
+        QCOMPARE(arm(op.section(' ', 0, 0).toLatin1().constData(), err, match.constData(), at), 0);
+        RunError error;
+        const bool ok = call == "append" ? SafeFile::append(path, kNew, &error) : SafeFile::writeAtomically(path, kNew, &error);
+        const long long injected = hits();
+        disarm();
+        QVERIFY2(injected > 0, "no fault was injected");
+        QCOMPARE(ok, false);
+        QCOMPARE(error.number, number);
+        QVERIFY2(error.description.contains(words), qPrintable(error.description));
+        QCOMPARE(readFile(path), after);
+        QCOMPARE(entries(dir.path()), before); // no temporary file left
+    }
 
-void TestFaults::injected_data()
-{
-    QTest::addColumn<QString>("call"); // save, save new, append
-    QTest::addColumn<QString>("op");
-    QTest::addColumn<int>("err");
-    QTest::addColumn<int>("at");
-    QTest::addColumn<int>("number");
-    QTest::addColumn<QString>("words");
-    QTest::addColumn<QByteArray>("after");
-    const QString full("the disk is full"), io("input/output error");
-    QTest::newRow("disk full at the first byte") << "save" << "write" << ENOSPC << 0 << 61 << full << kOld;
-    QTest::newRow("quota used up in the middle") << "save" << "write" << EDQUOT << 350 << 61 << full << kOld;
-    QTest::newRow("I/O error at fsync") << "save" << "fsync" << EIO << 0 << 57 << io << kOld;
-    QTest::newRow("I/O error at close") << "save" << "close" << EIO << 0 << 57 << io << kOld;
-    QTest::newRow("read-only at rename") << "save" << "rename" << EROFS << 0 << 70 << "the folder is read-only" << kOld;
-    QTest::newRow("I/O error flushing the folder") << "save" << "fsync folder" << EIO << 1 << 57 << "power cut" << kNew;
-    QTest::newRow("new file, disk full in the middle") << "save new" << "write" << ENOSPC << 350 << 61 << full << QByteArray();
-    QTest::newRow("log line, disk full in the middle") << "append" << "write" << ENOSPC << 20 << 61 << full << kOld;
-}
+    void clientUnderFaults_data()
+    {
+        QTest::addColumn<QStringList>("args");
+        QTest::addColumn<QString>("fault"); // FAULTFS_OP:errno:match:at
+        QTest::addColumn<QString>("said");
+        QTest::addColumn<QString>("kept");  // the file left exactly as it was
 
-void TestFaults::injected()
-{
-    QFETCH(QString, call);
-    QFETCH(QString, op);
-    QFETCH(int, err);
-    QFETCH(int, at);
-    QFETCH(int, number);
-    QFETCH(QString, words);
-    QFETCH(QByteArray, after);
-    if (!arm)
-        QSKIP("libfaultfs.so is not preloaded (CTest preloads it)");
-    QTemporaryDir dir;
-    const QString path = dir.filePath("R1.911");
-    if (call != "save new")
+        QTest::newRow("delete on a full disk") << QStringList{"delete", "R1"} << "write:28:R1.911:100" << "the disk is full"
+                                               << "msg.d/R1.911";
+        QTest::newRow("next event, one block free") << QStringList{"next-event"} << "write:28:Zelvatcts.ini:40"
+                                                    << "the disk is full" << "Zelvatcts.ini";
+        QTest::newRow("the final save of a sent report") << QStringList{"submit", "R1"} << "rename:5:R1.911:1"
+                                                         << "was sent, but its file could not be marked Submitted" << "";
+    }
+
+    void clientUnderFaults()
+    {
+        QFETCH(QStringList, args);
+        QFETCH(QString, fault);
+        QFETCH(QString, said);
+        QFETCH(QString, kept);
+        QTemporaryDir home;
+        auto server = Loopback::start();
+        QVERIFY(QDir(home.path()).mkpath("msg.d") && QDir(home.path()).mkpath("logs"));
+        writeFile(home.filePath("Zelvatcts.ini"), "[GENERAL OPTIONS]\r\nLid=SPF\r\nUid=K\r\nLoc=E\r\nPrt="
+                                                      + QByteArray::number(server->port()) + "\r\n");
+        writeFile(home.filePath("msg.d/R1.911"), "EID=R1\r\nTYP=LGOV\r\nISS=x\r\nAD1=x\r\nCTY=x\r\nRPN=x\r\nLAS=x\r\nDTL=x\r\nAST=2\r\n");
+        const QByteArray before = kept.isEmpty() ? QByteArray() : readFile(home.filePath(kept));
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        const QStringList f = fault.split(':');
+        environment.insert("FAULTFS_OP", f[0]);
+        environment.insert("FAULTFS_ERRNO", f[1]);
+        environment.insert("FAULTFS_MATCH", f[2]);
+        environment.insert("FAULTFS_AT", f[3]);
+        QProcess client;
+        client.setProcessEnvironment(environment);
+        client.start(ZELVATCTS_CLI, QStringList{"--home", home.path()} + args);
+        QTRY_VERIFY_WITH_TIMEOUT(client.state() == QProcess::NotRunning, 30000); // the server answers meanwhile
+        const QByteArray err = client.readAllStandardError();
+        QCOMPARE(client.exitCode(), 1);
+        QVERIFY2(err.contains(said.toLocal8Bit()), err.constData());
+        if (!kept.isEmpty())
+            QCOMPARE(readFile(home.filePath(kept)), before);
+        if (args[0] == "submit") { // it went out once, and says Ready: sent, not marked
+            QCOMPARE(server->messages(), 1);
+            QVERIFY(readFile(home.filePath("msg.d/R1.911")).contains("\r\nAST=2\r\n"));
+            QVERIFY(readFile(QDir(home.filePath("logs")).entryInfoList(QDir::Files).value(0).filePath())
+                        .contains("R1 went out, but its file could not be marked Submitted"));
+        }
+        QCOMPARE(entries(home.filePath("msg.d")), QStringList{"R1.911"});
+    }
+
+    void permissionsAreKept()
+    {
+        QTemporaryDir dir;
+        const QByteArray name = QFile::encodeName(dir.filePath("R1.911"));
+        writeFile(dir.filePath("R1.911"), kOld);
+        QCOMPARE(::chmod(name.constData(), 0640), 0);
+        RunError error;
+        QVERIFY2(SafeFile::writeAtomically(dir.filePath("R1.911"), kNew, &error), qPrintable(error.text()));
+        struct stat st {};
+        QCOMPARE(::lstat(name.constData(), &st), 0);
+        QCOMPARE(int(st.st_mode & 07777), 0640);
+    }
+
+    void fullDisk_data()
+    {
+        QTest::addColumn<int>("freeBlocks");
+        QTest::addColumn<int>("size");
+        QTest::newRow("no free block") << 0 << 700;
+        QTest::newRow("one free block, a file that fits") << 1 << 700;
+        QTest::newRow("one free block, a file that does not") << 1 << 6000;
+    }
+
+    void fullDisk()
+    {
+        QFETCH(int, freeBlocks);
+        QFETCH(int, size);
+        QTemporaryDir dir;
+        const QByteArray mountPoint = QFile::encodeName(dir.path());
+        if (::mount("tmpfs", mountPoint.constData(), "tmpfs", 0, "size=64k") != 0)
+            QSKIP(qPrintable("mounting a small tmpfs needs root or CAP_SYS_ADMIN (" + qt_error_string(errno) + ")"));
+        auto unmount = qScopeGuard([&] { ::umount2(mountPoint.constData(), MNT_DETACH); });
+        const QString path = dir.filePath("Zelvatcts.ini");
         writeFile(path, kOld);
-    const QStringList before = entries(dir.path());
-    // "fsync folder" lets the report's own fsync through and fails the next one in its folder.
-    const QByteArray match = op == "fsync folder" ? QFile::encodeName(dir.path()) : QByteArray("R1.911");
-    QCOMPARE(arm(op.section(' ', 0, 0).toLatin1().constData(), err, match.constData(), at), 0);
-    RunError error;
-    const bool ok = call == "append" ? SafeFile::append(path, kNew, &error) : SafeFile::writeAtomically(path, kNew, &error);
-    const long long injected = hits();
-    disarm();
-    QVERIFY2(injected > 0, "no fault was injected");
-    QCOMPARE(ok, false);
-    QCOMPARE(error.number, number);
-    QVERIFY2(error.description.contains(words), qPrintable(error.description));
-    QCOMPARE(readFile(path), after);
-    QCOMPARE(entries(dir.path()), before); // no temporary file left
-}
+        QFile filler(dir.filePath("filler"));
+        QVERIFY(filler.open(QIODevice::WriteOnly | QIODevice::Unbuffered));
+        const long block = ::sysconf(_SC_PAGESIZE);
+        while (filler.write(QByteArray(block, 'f')) == block) {
+        }
+        QVERIFY(filler.resize((filler.size() / block - freeBlocks) * block));
+        struct statvfs fs {};
+        QCOMPARE(::statvfs(mountPoint.constData(), &fs), 0);
+        QCOMPARE(qint64(fs.f_bavail), qint64(freeBlocks)); // the disk is as full as the row says
 
-void TestFaults::clientUnderFaults_data()
-{
-    QTest::addColumn<QStringList>("args");
-    QTest::addColumn<QString>("fault"); // FAULTFS_OP:errno:match:at
-    QTest::addColumn<QString>("said");
-    QTest::addColumn<QString>("kept");  // the file left exactly as it was
-
-    QTest::newRow("delete on a full disk") << QStringList{"delete", "R1"} << "write:28:R1.911:100" << "the disk is full"
-                                           << "msg.d/R1.911";
-    QTest::newRow("next event, one block free") << QStringList{"next-event"} << "write:28:Zelvatcts.ini:40"
-                                                << "the disk is full" << "Zelvatcts.ini";
-    QTest::newRow("the final save of a sent report") << QStringList{"submit", "R1"} << "rename:5:R1.911:1"
-                                                     << "was sent, but its file could not be marked Submitted" << "";
-}
-
-void TestFaults::clientUnderFaults()
-{
-    QFETCH(QStringList, args);
-    QFETCH(QString, fault);
-    QFETCH(QString, said);
-    QFETCH(QString, kept);
-    QTemporaryDir home;
-    auto server = Loopback::start();
-    QVERIFY(QDir(home.path()).mkpath("msg.d") && QDir(home.path()).mkpath("logs"));
-    writeFile(home.filePath("Zelvatcts.ini"), "[GENERAL OPTIONS]\r\nLid=SPF\r\nUid=K\r\nLoc=E\r\nPrt="
-                                                  + QByteArray::number(server->port()) + "\r\n");
-    writeFile(home.filePath("msg.d/R1.911"), "EID=R1\r\nTYP=LGOV\r\nISS=x\r\nAD1=x\r\nCTY=x\r\nRPN=x\r\nLAS=x\r\nDTL=x\r\nAST=2\r\n");
-    const QByteArray before = kept.isEmpty() ? QByteArray() : readFile(home.filePath(kept));
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    const QStringList f = fault.split(':');
-    environment.insert("FAULTFS_OP", f[0]);
-    environment.insert("FAULTFS_ERRNO", f[1]);
-    environment.insert("FAULTFS_MATCH", f[2]);
-    environment.insert("FAULTFS_AT", f[3]);
-    QProcess client;
-    client.setProcessEnvironment(environment);
-    client.start(ZELVATCTS_CLI, QStringList{"--home", home.path()} + args);
-    QTRY_VERIFY_WITH_TIMEOUT(client.state() == QProcess::NotRunning, 30000); // the server answers meanwhile
-    const QByteArray err = client.readAllStandardError();
-    QCOMPARE(client.exitCode(), 1);
-    QVERIFY2(err.contains(said.toLocal8Bit()), err.constData());
-    if (!kept.isEmpty())
-        QCOMPARE(readFile(home.filePath(kept)), before);
-    if (args[0] == "submit") { // it went out once, and says Ready: sent, not marked
-        QCOMPARE(server->messages(), 1);
-        QVERIFY(readFile(home.filePath("msg.d/R1.911")).contains("\r\nAST=2\r\n"));
-        QVERIFY(readFile(QDir(home.filePath("logs")).entryInfoList(QDir::Files).value(0).filePath())
-                    .contains("R1 went out, but its file could not be marked Submitted"));
+        const QByteArray bytes(size, 'n');
+        RunError error;
+        const bool ok = SafeFile::writeAtomically(path, bytes, &error);
+        QCOMPARE(ok, size <= block * freeBlocks);
+        QCOMPARE(readFile(path), ok ? bytes : kOld);
+        QVERIFY2(ok || error.description.contains("the disk is full"), qPrintable(error.description));
+        QCOMPARE(entries(dir.path()), (QStringList{"Zelvatcts.ini", "filler"}));
     }
-    QCOMPARE(entries(home.filePath("msg.d")), QStringList{"R1.911"});
-}
-
-void TestFaults::permissionsAreKept()
-{
-    QTemporaryDir dir;
-    const QByteArray name = QFile::encodeName(dir.filePath("R1.911"));
-    writeFile(dir.filePath("R1.911"), kOld);
-    QCOMPARE(::chmod(name.constData(), 0640), 0);
-    RunError error;
-    QVERIFY2(SafeFile::writeAtomically(dir.filePath("R1.911"), kNew, &error), qPrintable(error.text()));
-    struct stat st {};
-    QCOMPARE(::lstat(name.constData(), &st), 0);
-    QCOMPARE(int(st.st_mode & 07777), 0640);
-}
-
-void TestFaults::fullDisk_data()
-{
-    QTest::addColumn<int>("freeBlocks");
-    QTest::addColumn<int>("size");
-    QTest::newRow("no free block") << 0 << 700;
-    QTest::newRow("one free block, a file that fits") << 1 << 700;
-    QTest::newRow("one free block, a file that does not") << 1 << 6000;
-}
-
-void TestFaults::fullDisk()
-{
-    QFETCH(int, freeBlocks);
-    QFETCH(int, size);
-    QTemporaryDir dir;
-    const QByteArray mountPoint = QFile::encodeName(dir.path());
-    if (::mount("tmpfs", mountPoint.constData(), "tmpfs", 0, "size=64k") != 0)
-        QSKIP(qPrintable("mounting a small tmpfs needs root or CAP_SYS_ADMIN (" + qt_error_string(errno) + ")"));
-    auto unmount = qScopeGuard([&] { ::umount2(mountPoint.constData(), MNT_DETACH); });
-    const QString path = dir.filePath("Zelvatcts.ini");
-    writeFile(path, kOld);
-    QFile filler(dir.filePath("filler"));
-    QVERIFY(filler.open(QIODevice::WriteOnly | QIODevice::Unbuffered));
-    const long block = ::sysconf(_SC_PAGESIZE);
-    while (filler.write(QByteArray(block, 'f')) == block) {
-    }
-    QVERIFY(filler.resize((filler.size() / block - freeBlocks) * block));
-    struct statvfs fs {};
-    QCOMPARE(::statvfs(mountPoint.constData(), &fs), 0);
-    QCOMPARE(qint64(fs.f_bavail), qint64(freeBlocks)); // the disk is as full as the row says
-
-    const QByteArray bytes(size, 'n');
-    RunError error;
-    const bool ok = SafeFile::writeAtomically(path, bytes, &error);
-    QCOMPARE(ok, size <= block * freeBlocks);
-    QCOMPARE(readFile(path), ok ? bytes : kOld);
-    QVERIFY2(ok || error.description.contains("the disk is full"), qPrintable(error.description));
-    QCOMPARE(entries(dir.path()), (QStringList{"Zelvatcts.ini", "filler"}));
-}
+};
 
 QTEST_GUILESS_MAIN(TestFaults)
 #include "tst_faults.moc"

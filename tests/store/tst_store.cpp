@@ -25,43 +25,6 @@
 
 using Key = ZelvatMsg::Key;
 
-class TestStore : public QObject {
-    Q_OBJECT
-
-private slots:
-    void saveWritesTheLayout_data();
-    void saveWritesTheLayout();
-    void saveRoundTripsEveryFieldAndKeepsRawValues();
-    void loadRules_data();
-    void loadRules();
-    void loadFailures_data();
-    void loadFailures();
-    void failedSaveKeepsTheOldFile();
-    void unsafeNamesAreRefused();
-    void deletes_data();
-    void deletes();
-    void whatIsNoReportIsNeverTouched_data();
-    void whatIsNoReportIsNeverTouched();
-    void whatIsWrittenReadsBack();
-    void aReportSavesToTheFileItCameFrom();
-    void aHeldLockIsNamed();
-    void folderListing();
-    void programFolderOfAnInstalledProgram();
-
-    void eventPairFormat_data();
-    void eventPairFormat();
-    void eventNumbers_data();
-    void eventNumbers();
-    void lastSeen_data();
-    void lastSeen();
-
-    void listRowsByFolder();
-    void listSortKeys_data();
-    void listSortKeys();
-    void chronoValue_data();
-    void chronoValue();
-};
-
 static const QByteArray kStamp = "Version=" + Zelvat::versionText().toLatin1() + "/26320:140500\r\n";
 static const QByteArray kGeneral = "TYP=%T\r\nEID=E1\r\nMID=ABC-0\r\nISS=Person down near the library\r\nAD1=100 Oak Street\r\n"
                                    "CTY=Springfield\r\nAD2=Corner of Oak and 5th, north side\r\nLAS=14:05\r\nDTL=Caller reports "
@@ -73,561 +36,566 @@ static const QByteArray kLaw = "[LAW DEFINITION]\r\nPDE=Tall, red jacket\r\nWEA=
 static const QByteArray kLgov = "[LGOV DEFINITION]\r\n";
 static const QByteArray kAdmin = "[ADMIN DEFINITION]\r\nUID=KN1ABC\r\nULO=EOC Main\r\nAST=2\r\nADT=261116\r\nATM=1432\r\n[END]\r\n";
 
-void TestStore::saveWritesTheLayout_data()
-{
-    QTest::addColumn<QString>("typ");
-    QTest::addColumn<QByteArray>("sections");
-    QTest::newRow("no type") << "" << QByteArray();
-    QTest::newRow("LAW+FIRE keeps file order") << "LAW+FIRE" << kFire + kLaw;
-    QTest::newRow("all four") << "MED+FIRE+LAW+LGOV" << kMed + kFire + kLaw + kLgov;
-}
-
-void TestStore::saveWritesTheLayout()
-{
-    QFETCH(QString, typ);
-    QFETCH(QByteArray, sections);
-    ProgramHome home;
-    ZelvatMsg m = SampleReport::make(home.path());
-    SampleReport::change(m, {"EID=E1", "TYP=" + typ, "PIN=No"});
-    QVERIFY(m.Fadd());
-    QByteArray general = kGeneral;
-    general.replace("%T", typ.toLatin1());
-    QCOMPARE(home.readReport("E1"), "[911 DEFINITION]\r\n" + kStamp + general + sections + kAdmin);
-    QCOMPARE(home.reportFiles(), QStringList{"E1.911"}); // no temporary file left
-}
-
-void TestStore::saveRoundTripsEveryFieldAndKeepsRawValues()
-{
-    ProgramHome home;
-    ZelvatMsg a(home.path());
-    for (Key k : ZelvatMsg::allKeys()) {
-        if (ZelvatMsg::isIntegerKey(k))
-            a.setNumber(k, k == Key::RPC ? 0 : qint16(-1));
-        else
-            a.setText(k, ZelvatMsg::keyName(k) + QString::fromUtf8(" välue=x"));
-    }
-    SampleReport::change(a, {"TYP=MED+FIRE+LAW+LGOV", "EID=E1"});
-    QVERIFY(a.Fadd());
-    ZelvatMsg b(home.path());
-    QVERIFY(b.Load("E1"));
-    for (Key k : ZelvatMsg::allKeys()) {
-        QCOMPARE(b.text(k), a.text(k));
-        QCOMPARE(b.number(k), a.number(k));
-    }
-    // A value read with blanks around it goes back exactly as held; a line break that reaches a
-    // value is written as the "\n" escape so that it cannot split the line.
-    home.writeReport("R1", "EID=R1\r\nTYP= LAW\r\n");
-    QVERIFY(b.Load("R1"));
-    b.setText(Key::PDE, "a\r\nb\nc");
-    QVERIFY(b.Fadd());
-    QVERIFY(home.readReport("R1").contains("\r\nTYP= LAW\r\n") && home.readReport("R1").contains("\r\nPDE=a\\nb\\nc\r\n"));
-}
-
-void TestStore::loadRules_data()
-{
-    QTest::addColumn<QByteArray>("content");
-    QTest::addColumn<QString>("key");
-    QTest::addColumn<QString>("raw");    // as held in the record
-    QTest::addColumn<QString>("getter"); // as the property returns it
-
-    QTest::newRow("first = splits") << QByteArray("DTL=a=b\r\n") << "DTL" << "a=b" << "a=b";
-    QTest::newRow("key trimmed") << QByteArray("TYP =MED\r\n") << "TYP" << "MED" << "MED";
-    QTest::newRow("value kept, getter trims") << QByteArray("TYP= MED\r\n") << "TYP" << " MED" << "MED";
-    QTest::newRow("last occurrence wins") << QByteArray("CTY=A\r\n[X]\r\nCTY=B\r\n") << "CTY" << "B" << "B";
-    QTest::newRow("[END]x stops") << QByteArray("CTY=A\r\n[END]x\r\nCTY=B\r\n") << "CTY" << "A" << "A";
-    QTest::newRow("no [END] read to end") << QByteArray("CTY=A\r\nCTY=B") << "CTY" << "B" << "B";
-    QTest::newRow("lone LF ends a line") << QByteArray("CTY=A\nISS=B\n") << "CTY" << "A" << "A";
-    QTest::newRow("unknown key without =") << QByteArray("Hello\r\n\r\nCTY=A\r\n") << "CTY" << "A" << "A";
-    QTest::newRow("8-bit text") << QByteArray("CTY=Z\xFCrich \x80\r\n") << "CTY" << QString::fromUtf8("Zürich €")
-                                << QString::fromUtf8("Zürich €");
-    QTest::newRow("integer with blanks") << QByteArray("CON= 1 \r\n") << "CON" << "1" << "1";
-}
-
-void TestStore::loadRules()
-{
-    QFETCH(QByteArray, content);
-    QFETCH(QString, key);
-    QFETCH(QString, raw);
-    QFETCH(QString, getter);
-    ProgramHome home;
-    Capture capture;
-    home.writeReport("R1", content);
-    ZelvatMsg m(home.path());
-    m.setCTY("left from before");
-    QVERIFY(m.Load(" R1 "));
-    const Key k = *std::find_if(ZelvatMsg::allKeys().begin(), ZelvatMsg::allKeys().end(),
-                                [&](Key x) { return ZelvatMsg::keyName(x) == key; });
-    if (ZelvatMsg::isIntegerKey(k)) {
-        QCOMPARE(QString::number(m.number(k)), raw);
-    } else {
-        QCOMPARE(m.rawText(k), raw);
-        QCOMPARE(m.text(k), getter);
-    }
-    if (key != "CTY")
-        QCOMPARE(m.CTY(), QString()); // cleared by the load
-    QVERIFY(capture.notices.isEmpty() && capture.events.isEmpty());
-}
-
-void TestStore::loadFailures_data()
-{
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QByteArray>("content");
-    QTest::addColumn<int>("step");      // 0: no file to speak of, silently false
-    QTest::addColumn<QString>("error"); // start of "number, description"
-
-    QTest::newRow("no such report") << "R1" << QByteArray() << 0 << "";
-    QTest::newRow("letters in CON") << "R1" << QByteArray("CTY=Kept\r\nCON=abc\r\nISS=never\r\n") << 3 << "13, Type mismatch";
-    QTest::newRow("AST out of range") << "R1" << QByteArray("CTY=Kept\r\nAST=99999\r\n") << 3 << "6, Overflow";
-    QTest::newRow("known key without =") << "R1" << QByteArray("CTY=Kept\r\nDTL\r\n") << 3 << "9, Subscript out of range";
-    QTest::newRow("binary garbage") << "R1" << QByteArray("CTY=Kept\r\n\x01\x02\x00\xff\xfe\r\n", 15) << 2
-                                    << "321, Invalid file format";
-    QTest::newRow("100 kB line") << "R1" << "CTY=Kept\r\nDTL=" + QByteArray(100 * 1024, 'x') + "\r\n" << 2
-                                 << "321, Invalid file format";
-    QTest::newRow("10 MB file") << "R1" << "CTY=Kept\r\n" + QByteArray(10 * 1024 * 1024, 'x') << 2 << "321, Invalid file format";
-}
-
-void TestStore::loadFailures()
-{
-    QFETCH(QString, name);
-    QFETCH(QByteArray, content);
-    QFETCH(int, step);
-    QFETCH(QString, error);
-    ProgramHome home;
-    Capture capture;
-    if (!content.isEmpty())
-        home.writeReport(name, content);
-    const QString path = home.reportPath(name);
-    ZelvatMsg m(home.path());
-    QVERIFY(!m.Load(name));
-    QCOMPARE(m.ISS(), QString());
-    if (step == 0) {
-        QVERIFY(capture.notices.isEmpty() && capture.events.isEmpty());
-        return;
-    }
-    QCOMPARE(m.step(), step);
-    QVERIFY2(m.lastError().startsWith(error), qPrintable(m.lastError()));
-    QCOMPARE(capture.events, QStringList{m.lastError() + "; Zelvat:Load, FileName = " + path + ", Step = " + QString::number(step)});
-    QCOMPARE(capture.noticeTexts(), QStringList{"Tn911:Load, Step=" + QString::number(step) + "\r\nProblems loading " + path
-                                                + ", please try again\r\nError=" + m.lastError()});
-    if (step == 3)
-        QCOMPARE(m.CTY(), QString("Kept")); // what was read before the error stays
-    QCOMPARE(home.readReport(name), content); // a failed load changes nothing on disk
-}
-
-void TestStore::failedSaveKeepsTheOldFile()
-{
-    ProgramHome home;
-    Capture capture;
-    const QString name = SampleReport::save(home.path());
-    const QString path = home.reportPath(name);
-    const QByteArray before = home.readReport(name);
-    QFile::setPermissions(path, QFile::ReadOwner | QFile::ReadUser);
-    ZelvatMsg m(home.path());
-    QVERIFY(m.IsReadOnly(name));
-    QVERIFY(m.Load(name));
-    m.setCTY("New");
-    QVERIFY(!m.Fadd());
-    QCOMPARE(home.readReport(name), before);
-    QCOMPARE(capture.notices.size(), 1);
-    QVERIFY(capture.notices[0].text.startsWith("Tn911:Fadd, Step=2\r\nProblems saving '" + path + "', please try again\r\nError="));
-    QCOMPARE(capture.events.size(), 1);
-    QVERIFY(capture.events[0].endsWith("; Tn911:Fadd, FileName = " + path + ", Step = 2"));
-}
-
-void TestStore::unsafeNamesAreRefused()
-{
-    ProgramHome home;
-    Capture capture;
-    ZelvatMsg m(home.path());
-    for (const char *eid : {"../escape", "a/b", "", "a..b"}) {
-        m.setEID(eid);
-        QVERIFY(!m.Fadd());
-    }
-    writeFile(home.path() + "/outside.911", "CTY=Secret\r\n");
-    QVERIFY(!m.Load("../outside"));
-    QCOMPARE(m.CTY(), QString());
-    QVERIFY(!m.Fdelete("..\\outside", 8));
-    QVERIFY(QFile::exists(home.path() + "/outside.911"));
-    QVERIFY(home.reportFiles().isEmpty() && !QFile::exists(home.path() + "/escape.911"));
-    QCOMPARE(capture.notices.size(), 6);
-    for (const QString &text : capture.noticeTexts())
-        QVERIFY2(text.contains("Error=52, Bad file name or number"), qPrintable(text));
-}
-
-void TestStore::deletes_data()
-{
-    QTest::addColumn<QByteArray>("content"); // the file R1.911
-    QTest::addColumn<int>("state");          // the folder the delete is made in
-    QTest::addColumn<bool>("result");
-    QTest::addColumn<QStringList>("files");  // msg.d afterwards
-    QTest::addColumn<QByteArray>("holds");   // what R1.911 then holds, if it is there
-
-    QTest::newRow("a Ready report is marked Deleted, the rest kept")
-        << QByteArray("EID=R1\r\nCTY=Town\r\nAST=2\r\n") << 2 << true << QStringList{"R1.911"} << QByteArray("\r\nCTY=Town\r\n");
-    QTest::newRow("in Deleted the file goes") << QByteArray("EID=R1\r\nAST=8\r\n") << 8 << true << QStringList{} << QByteArray();
-    QTest::newRow("nothing left to remove is no error") << QByteArray() << 8 << true << QStringList{} << QByteArray();
-    QTest::newRow("a broken report is never rewritten")
-        << QByteArray("EID=R1\r\nCON=yes\r\nDTL=long story\r\n") << 6 << false << QStringList{"R1.911"}
-        << QByteArray("EID=R1\r\nCON=yes\r\nDTL=long story\r\n");
-    QTest::newRow("marked in its own file, whatever its EID says")
-        << QByteArray("EID=OTHER\r\nAST=2\r\n") << 2 << true << QStringList{"R1.911"} << QByteArray("\r\nAST=8\r\n");
-}
-
-void TestStore::deletes()
-{
-    QFETCH(QByteArray, content);
-    QFETCH(int, state);
-    QFETCH(bool, result);
-    QFETCH(QStringList, files);
-    QFETCH(QByteArray, holds);
-    ProgramHome home;
-    Capture capture;
-    if (!content.isEmpty())
-        home.writeReport("R1", content);
-    ZelvatMsg m(home.path());
-    QCOMPARE(m.Fdelete("R1", qint16(state)), result);
-    QCOMPARE(home.reportFiles(), files);
-    if (!files.isEmpty())
-        QVERIFY2(home.readReport("R1").contains(holds), home.readReport("R1").constData());
-}
-
-void TestStore::whatIsNoReportIsNeverTouched_data()
-{
-    QTest::addColumn<QString>("thing");
-    QTest::addColumn<QString>("said");
-    QTest::newRow("a named pipe") << "fifo" << "a named pipe (FIFO), not a regular file";
-    QTest::newRow("a link to a report outside") << "link" << "a symbolic link, not a regular file";
-    QTest::newRow("a folder") << "folder" << "a folder, not a regular file";
-    QTest::newRow("a file with no report line") << "words" << "it holds no report line; this is not a report file";
-}
-
-void TestStore::whatIsNoReportIsNeverTouched()
-{
-    QFETCH(QString, thing);
-    QFETCH(QString, said);
-    ProgramHome home;
-    Capture capture;
-    const QString path = home.reportPath("X");
-    const QString outside = home.path() + "/outside.911";
-    writeFile(outside, "EID=X\r\nAST=2\r\n");
-    if (thing == "fifo")
-        QCOMPARE(::mkfifo(QFile::encodeName(path).constData(), 0600), 0);
-    else if (thing == "link")
-        QVERIFY(QFile::link(outside, path));
-    else if (thing == "folder")
-        QVERIFY(QDir().mkpath(path));
-    else
-        writeFile(path, "just some words\r\n");
-    ZelvatMsg m(home.path());
-    QVERIFY(!m.Load("X"));
-    QVERIFY(!m.Fdelete("X", 2) && !m.Fdelete("X", 8));
-    QCOMPARE(capture.notices.size(), 3);
-    QVERIFY2(capture.notices[0].text.contains(said), qPrintable(capture.notices[0].text));
-    QCOMPARE(int(SafeFile::kindOf(path)), thing == "fifo" ? int(SafeFile::Kind::Fifo) : thing == "link" ? int(SafeFile::Kind::SymbolicLink)
-                                                           : thing == "folder" ? int(SafeFile::Kind::Directory)
-                                                                               : int(SafeFile::Kind::Regular));
-    QCOMPARE(readFile(outside), QByteArray("EID=X\r\nAST=2\r\n"));
-    // The list shows it, in every folder, for what it is.
-    const QList<ReportList::Row> rows = ReportList::build(m, Zelvat::StateReady);
-    QCOMPARE(rows.size(), thing == "words" ? 0 : 1);
-    if (!rows.isEmpty())
-        QCOMPARE(rows[0].cells[ReportList::State], QString("Not a report"));
-}
-
-void TestStore::whatIsWrittenReadsBack()
-{
-    // The worst text each box takes: every character of the code page but the control ones, the
-    // tab, line breaks where a box keeps them, as long as a report line can be.
-    ProgramHome home;
-    Capture capture;
-    QString every;
-    for (int b = 0x20; b < 0x100; ++b)
-        every += CodePage::decode(QByteArray(1, char(b)));
-    every.remove(QChar(0x7F));
-    for (const FormFields::Box &b : FormFields::boxes()) {
-        ZelvatMsg m = SampleReport::make(home.path());
-        m.setTYP("MED+FIRE+LAW+LGOV");
-        const QString piece = every + '\t' + (b.multiLine ? "\n" : "");
-        QString worst = "x";
-        while (escapeBreaks(worst + piece).size() <= 65531)
-            worst += piece;
-        worst += QString(65532 - escapeBreaks(worst).size(), 'x'); // a line exactly as long as a line can be
-        FormFields::storeValue(b, m, worst);
-        QVERIFY2(m.storageProblem().isEmpty(), qPrintable(FormFields::objectName(b) + ": " + m.storageProblem()));
-        QVERIFY(m.Fadd());
-        ZelvatMsg back(home.path());
-        QVERIFY(back.Load(m.EID()));
-        QCOMPARE(FormFields::shownValue(b, back), FormFields::shownValue(b, m));
-    }
-    // One character more than a line holds, a control character, or a report too large as a
-    // whole is refused before anything is written, naming the field.
-    const QByteArray before = home.readReport("ABC26320.000000");
-    const std::tuple<ZelvatMsg::Key, QString, QString> refused[] = {
-        {Key::DTL, QString(65533, 'x'), "holds 65533 characters; at most 65532 fit"},
-        {Key::ISS, "bad\x01" "char", "holds a control character (0x01)"},
-        {ZelvatMsg::Key(-1), QString(60000, 'y'), "the report as a whole holds"}};
-    for (const auto &[key, value, why] : refused) {
-        ZelvatMsg m = SampleReport::make(home.path());
-        m.setTYP("MED+FIRE+LAW+LGOV");
-        for (Key k : ZelvatMsg::allKeys()) {
-            if ((k == key || int(key) < 0) && !ZelvatMsg::isIntegerKey(k) && k != Key::EID && k != Key::TYP)
-                m.setText(k, value);
-        }
-        ZelvatMsg::Key named {};
-        QVERIFY2(m.storageProblem(&named).startsWith(why), qPrintable(m.storageProblem()));
-        QCOMPARE(int(named), int(key));
-        QVERIFY(!m.Fadd());
-    }
-    QCOMPARE(home.readReport("ABC26320.000000"), before);
-    QCOMPARE(capture.notices.size(), 3);
-}
-
-void TestStore::aReportSavesToTheFileItCameFrom()
-{
-    ProgramHome home;
-    home.writeReport("copy", "EID=E1\r\nAST=2\r\nCTY=Copy\r\n");
-    home.writeReport("E1", "EID=E1\r\nAST=9\r\nCTY=Original\r\n");
-    ZelvatMsg m(home.path());
-    QVERIFY(m.Load("copy"));
-    m.setAST(9);
-    QVERIFY(m.Fadd());
-    QVERIFY(home.readReport("copy").contains("\r\nAST=9\r\n"));
-    QCOMPARE(home.readReport("E1"), QByteArray("EID=E1\r\nAST=9\r\nCTY=Original\r\n"));
-    m.setEID("E2"); // given another event ID, it is another report
-    QVERIFY(m.Fadd());
-    QCOMPARE(home.reportFiles(), (QStringList{"E1.911", "E2.911", "copy.911"}));
-}
-
-void TestStore::aHeldLockIsNamed()
-{
-    ProgramHome home;
-    QLockFile other(home.stationPath() + ".lock");
-    QVERIFY(other.tryLock());
-    ZelvatMsg store(home.path());
-    QString why;
-    home.station().lockWaitMs = 100;
-    QVERIFY(!EventNumbers::newEventPair(home.station(), store, &why));
-    QVERIFY2(why.contains("in use by another program") && why.contains(QString::number(QCoreApplication::applicationPid()))
-                 && why.contains("no event number was taken"),
-             qPrintable(why));
-}
-
-void TestStore::folderListing()
-{
-    ProgramHome home;
-    Capture capture;
-    for (const char *name : {"A.911", "B.911", ".911", "x.911.911", "notes.txt", "C.911.bak"})
-        writeFile(home.path() + "/msg.d/" + name, "AST=2\r\n");
-    ZelvatMsg m(home.path());
-    const QString list = m.BuildFileList();
-    QVERIFY(!list.endsWith('\n'));
-    QStringList names = list.split("\r\n");
-    names.sort();
-    QCOMPARE(names, (QStringList{"A", "B", "x"}));
-    QCOMPARE(capture.events, QStringList{"Tn911:BuildFileList, detected, excluded an extent-only '.911' file"});
-    QVERIFY(m.Exists(" A ") && !m.Exists("a") && !m.Exists("C"));
-    QVERIFY(!m.IsReadOnly("A") && !m.IsReadOnly("missing"));
-    QCOMPARE(ZelvatMsg(home.path() + "/nowhere").BuildFileList(), QString());
-}
-
-void TestStore::programFolderOfAnInstalledProgram()
-{
-    // A portable program keeps its data beside it; an installed one in the per-user data folder.
-    ProgramHome home;
-    QCOMPARE(ProgramFolder::resolve(home.path()), QFileInfo(home.path()).absoluteFilePath());
-    QStandardPaths::setTestModeEnabled(true);
-    const QString data = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) + "/Zelvatcts";
-    QCOMPARE(ProgramFolder::resolve(ZELVAT_TEST_INSTALLED_BINDIR), data);
-    QCOMPARE(ProgramFolder::resolve(home.path() + "/missing"), data);
-    QStandardPaths::setTestModeEnabled(false);
-}
-
 // --- event numbers -----------------------------------------------------------------------
-
-void TestStore::eventPairFormat_data()
-{
-    QTest::addColumn<QString>("lid");
-    QTest::addColumn<QDate>("date");
-    QTest::addColumn<int>("counter");
-    QTest::addColumn<QString>("eventNumber");
-    QTest::addColumn<QString>("messageId");
-
-    QTest::newRow("example") << "ABC" << QDate(2026, 11, 16) << 7 << "ABC26320.007" << "ABC-007";
-    QTest::newRow("no location id") << "" << QDate(2026, 11, 16) << 100 << "26320.100" << "-100";
-    QTest::newRow("1000 in full") << "X" << QDate(2026, 11, 16) << 1000 << "X26320.1000" << "X-1000";
-    QTest::newRow("day 5") << "X" << QDate(2027, 1, 5) << 99 << "X27005.099" << "X-099";
-}
-
-void TestStore::eventPairFormat()
-{
-    QFETCH(QString, lid);
-    QFETCH(QDate, date);
-    QFETCH(int, counter);
-    QFETCH(QString, eventNumber);
-    QFETCH(QString, messageId);
-    DatetimeLib::setFixedNow(QDateTime(date, QTime(9, 0)));
-    const EventPair pair = EventNumbers::pairFor(lid, qint16(counter));
-    DatetimeLib::setFixedNow({});
-    QCOMPARE(pair.eventNumber, eventNumber);
-    QCOMPARE(pair.messageId, messageId);
-}
-
-void TestStore::eventNumbers_data()
-{
-    QTest::addColumn<QString>("lid");
-    QTest::addColumn<int>("eno");            // the counter in the station file at start
-    QTest::addColumn<QStringList>("existing"); // report files already there
-    QTest::addColumn<QStringList>("takes");    // by the window "w" or the client "c"; "w=500": the operator's new counter
-    QTest::addColumn<QStringList>("taken");    // message identifiers, "none" where no number was given
-    QTest::addColumn<int>("enoAfter");         // in the file, also after both save their settings
-
-    QTest::newRow("consecutive") << "ABC" << 100 << QStringList{} << QStringList{"w", "w"}
-                                 << QStringList{"ABC-100", "ABC-101"} << 102;
-    QTest::newRow("a number whose report exists is passed over")
-        << "" << 100 << QStringList{"26320.100", "26320.101"} << QStringList{"w"} << QStringList{"-102"} << 103;
-    QTest::newRow("numbers stop at 32767") << "" << 32767 << QStringList{} << QStringList{"w", "w"}
-                                           << QStringList{"-32767", "none"} << 32768;
-    QTest::newRow("two programs never share a number")
-        << "" << 100 << QStringList{} << QStringList{"c", "w", "c", "w"} << QStringList{"-100", "-101", "-102", "-103"} << 104;
-    QTest::newRow("the operator's new counter counts")
-        << "" << 100 << QStringList{} << QStringList{"c", "w=500", "c"} << QStringList{"-100", "-500", "-501"} << 502;
-    QTest::newRow("a location ID that leaves the folder") << "../" << 100 << QStringList{} << QStringList{"w"}
-                                                           << QStringList{"none"} << 100;
-}
-
-void TestStore::eventNumbers()
-{
-    QFETCH(QString, lid);
-    QFETCH(int, eno);
-    QFETCH(QStringList, existing);
-    QFETCH(QStringList, takes);
-    QFETCH(QStringList, taken);
-    QFETCH(int, enoAfter);
-    ProgramHome home("Lid=" + lid.toLatin1() + "\r\nEno=" + QByteArray::number(eno) + "\r\n");
-    for (const QString &name : existing)
-        home.writeReport(name, "AST=6\r\n");
-    ZelvatIni window(home.stationPath());
-    ZelvatIni client(home.stationPath());
-    window.load();
-    client.load();
-    ZelvatMsg store(home.path());
-    QStringList got;
-    for (const QString &take : takes) {
-        ZelvatIni &ini = take.startsWith('w') ? window : client;
-        if (take.contains('='))
-            ini.Eno = take.section('=', 1).toInt();
-        QString why;
-        const auto pair = EventNumbers::newEventPair(ini, store, &why);
-        got << (pair ? pair->messageId : QStringLiteral("none"));
-        QVERIFY(pair || !why.isEmpty());
-    }
-    QCOMPARE(got, taken);
-    QVERIFY(readFile(home.stationPath()).contains("\r\nEno=" + QByteArray::number(enoAfter) + "\r\n"));
-    QVERIFY(client.save() && window.save()); // a plain save by either never winds the counter back
-    QVERIFY(readFile(home.stationPath()).contains("\r\nEno=" + QByteArray::number(enoAfter) + "\r\n"));
-}
-
-void TestStore::lastSeen_data()
-{
-    QTest::addColumn<QString>("typed");
-    QTest::addColumn<QString>("after"); // at 14:05
-    QTest::newRow("minus five minutes") << "-5" << "14:00";
-    QTest::newRow("half minutes round away from zero") << "-2.5" << "14:02";
-    QTest::newRow("to the nearest minute") << "1.5" << "14:07";
-    QTest::newRow("over midnight") << "-900" << "23:05";
-    QTest::newRow("a colon stays") << "99:99" << "99:99";
-    QTest::newRow("words stay") << "an hour ago" << "an hour ago";
-    QTest::newRow("beyond ten years stays") << "99999999" << "99999999";
-}
-
-void TestStore::lastSeen()
-{
-    QFETCH(QString, typed);
-    QFETCH(QString, after);
-    QCOMPARE(FormRules::ResolveLastSeen(typed, ProgramHome::FixedNow), after);
-}
 
 // --- report list -------------------------------------------------------------------------
 
-void TestStore::listRowsByFolder()
-{
-    ProgramHome home;
-    for (const auto &[name, state] : {std::pair{"R2", 2}, {"D6", 6}, {"X8", 8}, {"S9", 9}, {"N1", 1}})
-        home.writeReport(name, QByteArray("EID=") + name + "\r\nTYP=FIRE\r\nISS=Issue\r\nAD1=1 Main St\r\nCTY=B\r\nAST="
-                                   + QByteArray::number(state) + "\r\nADT=260307\r\nATM=1405\r\n");
-    home.writeReport("E0", "AST=2\r\n");
-    ZelvatMsg reader(home.path());
-    QStringList shown;
-    for (int folder : {2, 6, 8, 9, 1, 0}) {
-        QList<ReportList::Row> rows = ReportList::build(reader, folder);
-        ReportList::sortRows(rows, ReportList::Idx, Qt::AscendingOrder);
-        for (const auto &row : rows)
-            shown << QString::number(folder) + ':' + row.cells[ReportList::Idx] + ':' + row.cells[ReportList::State];
+class TestStore : public QObject {
+    Q_OBJECT
+
+private slots:
+    void saveWritesTheLayout_data()
+    {
+        QTest::addColumn<QString>("typ");
+        QTest::addColumn<QByteArray>("sections");
+        QTest::newRow("no type") << "" << QByteArray();
+        QTest::newRow("LAW+FIRE keeps file order") << "LAW+FIRE" << kFire + kLaw;
+        QTest::newRow("all four") << "MED+FIRE+LAW+LGOV" << kMed + kFire + kLaw + kLgov;
     }
-    QCOMPARE(shown, (QStringList{"2:E0:Ready", "2:R2:Ready", "6:D6:Draft", "8:X8:Deleted", "9:S9:Submitted", "1:N1:",
-                                 "0:D6:Draft", "0:E0:Ready", "0:N1:", "0:R2:Ready", "0:S9:Submitted", "0:X8:Deleted"}));
-    const std::array<QString, 8> full = {"D6", "Draft", "D6", "FIRE", "Issue", "1 Main St", "B", "03/07/26 14:05"};
-    QCOMPARE(ReportList::build(reader, 6).value(0).cells, full);
-    QList<ReportList::Row> ready = ReportList::build(reader, 2);
-    ReportList::sortRows(ready, ReportList::Idx, Qt::AscendingOrder);
-    QCOMPARE(ready.value(0).cells[ReportList::DateTime], QString("// :")); // no date and time: only the separators
-    QCOMPARE(ReportList::itemsText(2), QString("Items: 2"));
-}
 
-void TestStore::listSortKeys_data()
-{
-    QTest::addColumn<int>("column");
-    QTest::addColumn<int>("order");
-    QTest::addColumn<QStringList>("idx");
-    // R0 albany 01/01/26 08:00, R1 springfield 01/01/26 09:00, R2 Albany 01/01/25, R3 Boston 01/01/27, R4 no date
-    QTest::newRow("city ignores case, equal cities by name") << int(ReportList::City) << int(Qt::AscendingOrder)
-                                                             << QStringList{"R4", "R0", "R2", "R3", "R1"};
-    QTest::newRow("descending reverses the ties too") << int(ReportList::City) << int(Qt::DescendingOrder)
-                                                      << QStringList{"R1", "R3", "R2", "R0", "R4"};
-    QTest::newRow("date/time chronological, undated first") << int(ReportList::DateTime) << int(Qt::AscendingOrder)
-                                                            << QStringList{"R4", "R2", "R0", "R1", "R3"};
-}
-
-void TestStore::listSortKeys()
-{
-    QFETCH(int, column);
-    QFETCH(int, order);
-    QFETCH(QStringList, idx);
-    const std::tuple<const char *, const char *, const char *> cells[] = {
-        {"springfield", "01/01/26 09:00", "R1"}, {"Albany", "01/01/25 09:00", "R2"}, {"Boston", "01/01/27 09:00", "R3"},
-        {"albany", "01/01/26 08:00", "R0"},      {"", "// :", "R4"}};
-    QList<ReportList::Row> rows;
-    for (const auto &[city, when, name] : cells) {
-        ReportList::Row r;
-        r.cells[ReportList::Idx] = name;
-        r.cells[ReportList::City] = city;
-        r.cells[ReportList::DateTime] = when;
-        rows.append(r);
+    void saveWritesTheLayout()
+    {
+        QFETCH(QString, typ);
+        QFETCH(QByteArray, sections);
+        ProgramHome home;
+        ZelvatMsg m = SampleReport::make(home.path());
+        SampleReport::change(m, {"EID=E1", "TYP=" + typ, "PIN=No"});
+        QVERIFY(m.Fadd());
+        QByteArray general = kGeneral;
+        general.replace("%T", typ.toLatin1());
+        QCOMPARE(home.readReport("E1"), "[911 DEFINITION]\r\n" + kStamp + general + sections + kAdmin);
+        QCOMPARE(home.reportFiles(), QStringList{"E1.911"}); // no temporary file left
     }
-    ReportList::sortRows(rows, column, Qt::SortOrder(order));
-    QStringList got;
-    for (const auto &r : rows)
-        got << r.cells[ReportList::Idx];
-    QCOMPARE(got, idx);
-}
 
-void TestStore::chronoValue_data()
-{
-    QTest::addColumn<QString>("cell");
-    QTest::addColumn<double>("value");
-    QTest::newRow("day one") << "12/31/99 00:00" << 36525.0;
-    QTest::newRow("month first, not day first") << "03/07/09 00:00" << 39879.0;
-    QTest::newRow("separators only") << "// :" << 0.0;
-    QTest::newRow("invalid time") << "01/01/09 25:00" << 0.0;
-    QTest::newRow("february 30") << "02/30/09 10:00" << 0.0;
-}
+    void saveRoundTripsEveryFieldAndKeepsRawValues()
+    {
+        ProgramHome home;
+        ZelvatMsg a(home.path());
+        for (Key k : ZelvatMsg::allKeys()) {
+            if (ZelvatMsg::isIntegerKey(k))
+                a.setNumber(k, k == Key::RPC ? 0 : qint16(-1));
+            else
+                a.setText(k, ZelvatMsg::keyName(k) + QString::fromUtf8(" välue=x"));
+        }
+        SampleReport::change(a, {"TYP=MED+FIRE+LAW+LGOV", "EID=E1"});
+        QVERIFY(a.Fadd());
+        ZelvatMsg b(home.path());
+        QVERIFY(b.Load("E1"));
+        for (Key k : ZelvatMsg::allKeys()) {
+            QCOMPARE(b.text(k), a.text(k));
+            QCOMPARE(b.number(k), a.number(k));
+        }
+        // A value read with blanks around it goes back exactly as held; a line break that reaches a
+        // value is written as the "\n" escape so that it cannot split the line.
+        home.writeReport("R1", "EID=R1\r\nTYP= LAW\r\n");
+        QVERIFY(b.Load("R1"));
+        b.setText(Key::PDE, "a\r\nb\nc");
+        QVERIFY(b.Fadd());
+        QVERIFY(home.readReport("R1").contains("\r\nTYP= LAW\r\n") && home.readReport("R1").contains("\r\nPDE=a\\nb\\nc\r\n"));
+    }
 
-void TestStore::chronoValue()
-{
-    QFETCH(QString, cell);
-    QFETCH(double, value);
-    QCOMPARE(ReportList::chronoValue(cell), value);
-}
+    void loadRules_data()
+    {
+        QTest::addColumn<QByteArray>("content");
+        QTest::addColumn<QString>("key");
+        QTest::addColumn<QString>("raw");    // as held in the record
+        QTest::addColumn<QString>("getter"); // as the property returns it
+
+        QTest::newRow("first = splits") << QByteArray("DTL=a=b\r\n") << "DTL" << "a=b" << "a=b";
+        QTest::newRow("key trimmed") << QByteArray("TYP =MED\r\n") << "TYP" << "MED" << "MED";
+        QTest::newRow("value kept, getter trims") << QByteArray("TYP= MED\r\n") << "TYP" << " MED" << "MED";
+        QTest::newRow("last occurrence wins") << QByteArray("CTY=A\r\n[X]\r\nCTY=B\r\n") << "CTY" << "B" << "B";
+        QTest::newRow("[END]x stops") << QByteArray("CTY=A\r\n[END]x\r\nCTY=B\r\n") << "CTY" << "A" << "A";
+        QTest::newRow("no [END] read to end") << QByteArray("CTY=A\r\nCTY=B") << "CTY" << "B" << "B";
+        QTest::newRow("lone LF ends a line") << QByteArray("CTY=A\nISS=B\n") << "CTY" << "A" << "A";
+        QTest::newRow("unknown key without =") << QByteArray("Hello\r\n\r\nCTY=A\r\n") << "CTY" << "A" << "A";
+        QTest::newRow("8-bit text") << QByteArray("CTY=Z\xFCrich \x80\r\n") << "CTY" << QString::fromUtf8("Zürich €")
+                                    << QString::fromUtf8("Zürich €");
+        QTest::newRow("integer with blanks") << QByteArray("CON= 1 \r\n") << "CON" << "1" << "1";
+    }
+
+    void loadRules()
+    {
+        QFETCH(QByteArray, content);
+        QFETCH(QString, key);
+        QFETCH(QString, raw);
+        QFETCH(QString, getter);
+        ProgramHome home;
+        Capture capture;
+        home.writeReport("R1", content);
+        ZelvatMsg m(home.path());
+        m.setCTY("left from before");
+        QVERIFY(m.Load(" R1 "));
+        const Key k = *std::find_if(ZelvatMsg::allKeys().begin(), ZelvatMsg::allKeys().end(),
+                                    [&](Key x) { return ZelvatMsg::keyName(x) == key; });
+        if (ZelvatMsg::isIntegerKey(k)) {
+            QCOMPARE(QString::number(m.number(k)), raw);
+        } else {
+            QCOMPARE(m.rawText(k), raw);
+            QCOMPARE(m.text(k), getter);
+        }
+        if (key != "CTY")
+            QCOMPARE(m.CTY(), QString()); // cleared by the load
+        QVERIFY(capture.notices.isEmpty() && capture.events.isEmpty());
+    }
+
+    void loadFailures_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QByteArray>("content");
+        QTest::addColumn<int>("step");      // 0: no file to speak of, silently false
+        QTest::addColumn<QString>("error"); // start of "number, description"
+
+        QTest::newRow("no such report") << "R1" << QByteArray() << 0 << "";
+        QTest::newRow("letters in CON") << "R1" << QByteArray("CTY=Kept\r\nCON=abc\r\nISS=never\r\n") << 3 << "13, Type mismatch";
+        QTest::newRow("AST out of range") << "R1" << QByteArray("CTY=Kept\r\nAST=99999\r\n") << 3 << "6, Overflow";
+        QTest::newRow("known key without =") << "R1" << QByteArray("CTY=Kept\r\nDTL\r\n") << 3 << "9, Subscript out of range";
+        QTest::newRow("binary garbage") << "R1" << QByteArray("CTY=Kept\r\n\x01\x02\x00\xff\xfe\r\n", 15) << 2
+                                        << "321, Invalid file format";
+        QTest::newRow("100 kB line") << "R1" << "CTY=Kept\r\nDTL=" + QByteArray(100 * 1024, 'x') + "\r\n" << 2
+                                     << "321, Invalid file format";
+        QTest::newRow("10 MB file") << "R1" << "CTY=Kept\r\n" + QByteArray(10 * 1024 * 1024, 'x') << 2 << "321, Invalid file format";
+    }
+
+    void loadFailures()
+    {
+        QFETCH(QString, name);
+        QFETCH(QByteArray, content);
+        QFETCH(int, step);
+        QFETCH(QString, error);
+        ProgramHome home;
+        Capture capture;
+        if (!content.isEmpty())
+            home.writeReport(name, content);
+        const QString path = home.reportPath(name);
+        ZelvatMsg m(home.path());
+        QVERIFY(!m.Load(name));
+        QCOMPARE(m.ISS(), QString());
+        if (step == 0) {
+            QVERIFY(capture.notices.isEmpty() && capture.events.isEmpty());
+            return;
+        }
+        QCOMPARE(m.step(), step);
+        QVERIFY2(m.lastError().startsWith(error), qPrintable(m.lastError()));
+        QCOMPARE(capture.events, QStringList{m.lastError() + "; Zelvat:Load, FileName = " + path + ", Step = " + QString::number(step)});
+        QCOMPARE(capture.noticeTexts(), QStringList{"Tn911:Load, Step=" + QString::number(step) + "\r\nProblems loading " + path
+                                                    + ", please try again\r\nError=" + m.lastError()});
+        if (step == 3)
+            QCOMPARE(m.CTY(), QString("Kept")); // what was read before the error stays
+        QCOMPARE(home.readReport(name), content); // a failed load changes nothing on disk
+    }
+
+    void failedSaveKeepsTheOldFile()
+    {
+        ProgramHome home;
+        Capture capture;
+        const QString name = SampleReport::save(home.path());
+        const QString path = home.reportPath(name);
+        const QByteArray before = home.readReport(name);
+        QFile::setPermissions(path, QFile::ReadOwner | QFile::ReadUser);
+        ZelvatMsg m(home.path());
+        QVERIFY(m.IsReadOnly(name));
+        QVERIFY(m.Load(name));
+        m.setCTY("New");
+        QVERIFY(!m.Fadd());
+        QCOMPARE(home.readReport(name), before);
+        QCOMPARE(capture.notices.size(), 1);
+        QVERIFY(capture.notices[0].text.startsWith("Tn911:Fadd, Step=2\r\nProblems saving '" + path + "', please try again\r\nError="));
+        QCOMPARE(capture.events.size(), 1);
+        QVERIFY(capture.events[0].endsWith("; Tn911:Fadd, FileName = " + path + ", Step = 2"));
+    }
+
+    void unsafeNamesAreRefused()
+    {
+        ProgramHome home;
+        Capture capture;
+        ZelvatMsg m(home.path());
+        for (const char *eid : {"../escape", "a/b", "", "a..b"}) {
+            m.setEID(eid);
+            QVERIFY(!m.Fadd());
+        }
+        writeFile(home.path() + "/outside.911", "CTY=Secret\r\n");
+        QVERIFY(!m.Load("../outside"));
+        QCOMPARE(m.CTY(), QString());
+        QVERIFY(!m.Fdelete("..\\outside", 8));
+        QVERIFY(QFile::exists(home.path() + "/outside.911"));
+        QVERIFY(home.reportFiles().isEmpty() && !QFile::exists(home.path() + "/escape.911"));
+        QCOMPARE(capture.notices.size(), 6);
+        for (const QString &text : capture.noticeTexts())
+            QVERIFY2(text.contains("Error=52, Bad file name or number"), qPrintable(text));
+    }
+
+    void deletes_data()
+    {
+        QTest::addColumn<QByteArray>("content"); // the file R1.911
+        QTest::addColumn<int>("state");          // the folder the delete is made in
+        QTest::addColumn<bool>("result");
+        QTest::addColumn<QStringList>("files");  // msg.d afterwards
+        QTest::addColumn<QByteArray>("holds");   // what R1.911 then holds, if it is there
+
+        QTest::newRow("a Ready report is marked Deleted, the rest kept")
+            << QByteArray("EID=R1\r\nCTY=Town\r\nAST=2\r\n") << 2 << true << QStringList{"R1.911"} << QByteArray("\r\nCTY=Town\r\n");
+        QTest::newRow("in Deleted the file goes") << QByteArray("EID=R1\r\nAST=8\r\n") << 8 << true << QStringList{} << QByteArray();
+        QTest::newRow("nothing left to remove is no error") << QByteArray() << 8 << true << QStringList{} << QByteArray();
+        QTest::newRow("a broken report is never rewritten")
+            << QByteArray("EID=R1\r\nCON=yes\r\nDTL=long story\r\n") << 6 << false << QStringList{"R1.911"}
+            << QByteArray("EID=R1\r\nCON=yes\r\nDTL=long story\r\n");
+        QTest::newRow("marked in its own file, whatever its EID says")
+            << QByteArray("EID=OTHER\r\nAST=2\r\n") << 2 << true << QStringList{"R1.911"} << QByteArray("\r\nAST=8\r\n");
+    }
+
+    void deletes()
+    {
+        QFETCH(QByteArray, content);
+        QFETCH(int, state);
+        QFETCH(bool, result);
+        QFETCH(QStringList, files);
+        QFETCH(QByteArray, holds);
+        ProgramHome home;
+        Capture capture;
+        if (!content.isEmpty())
+            home.writeReport("R1", content);
+        ZelvatMsg m(home.path());
+        QCOMPARE(m.Fdelete("R1", qint16(state)), result);
+        QCOMPARE(home.reportFiles(), files);
+        if (!files.isEmpty())
+            QVERIFY2(home.readReport("R1").contains(holds), home.readReport("R1").constData());
+    }
+
+    void whatIsNoReportIsNeverTouched_data()
+    {
+        QTest::addColumn<QString>("thing");
+        QTest::addColumn<QString>("said");
+        QTest::newRow("a named pipe") << "fifo" << "a named pipe (FIFO), not a regular file";
+        QTest::newRow("a link to a report outside") << "link" << "a symbolic link, not a regular file";
+        QTest::newRow("a folder") << "folder" << "a folder, not a regular file";
+        QTest::newRow("a file with no report line") << "words" << "it holds no report line; this is not a report file";
+    }
+
+    void whatIsNoReportIsNeverTouched()
+    {
+        QFETCH(QString, thing);
+        QFETCH(QString, said);
+        ProgramHome home;
+        Capture capture;
+        const QString path = home.reportPath("X");
+        const QString outside = home.path() + "/outside.911";
+        writeFile(outside, "EID=X\r\nAST=2\r\n");
+        if (thing == "fifo")
+            QCOMPARE(::mkfifo(QFile::encodeName(path).constData(), 0600), 0);
+        else if (thing == "link")
+            QVERIFY(QFile::link(outside, path));
+        else if (thing == "folder")
+            QVERIFY(QDir().mkpath(path));
+        else
+            writeFile(path, "just some words\r\n");
+        ZelvatMsg m(home.path());
+        QVERIFY(!m.Load("X"));
+        QVERIFY(!m.Fdelete("X", 2) && !m.Fdelete("X", 8));
+        QCOMPARE(capture.notices.size(), 3);
+        QVERIFY2(capture.notices[0].text.contains(said), qPrintable(capture.notices[0].text));
+        QCOMPARE(int(SafeFile::kindOf(path)), thing == "fifo" ? int(SafeFile::Kind::Fifo) : thing == "link" ? int(SafeFile::Kind::SymbolicLink)
+                                                               : thing == "folder" ? int(SafeFile::Kind::Directory)
+                                                                                   : int(SafeFile::Kind::Regular));
+        QCOMPARE(readFile(outside), QByteArray("EID=X\r\nAST=2\r\n"));
+        // The list shows it, in every folder, for what it is.
+        const QList<ReportList::Row> rows = ReportList::build(m, Zelvat::StateReady);
+        QCOMPARE(rows.size(), thing == "words" ? 0 : 1);
+        if (!rows.isEmpty())
+            QCOMPARE(rows[0].cells[ReportList::State], QString("Not a report"));
+    }
+
+    void whatIsWrittenReadsBack()
+    {
+        // The worst text each box takes: every character of the code page but the control ones, the
+        // tab, line breaks where a box keeps them, as long as a report line can be.
+        ProgramHome home;
+        Capture capture;
+        QString every;
+        for (int b = 0x20; b < 0x100; ++b)
+            every += CodePage::decode(QByteArray(1, char(b)));
+        every.remove(QChar(0x7F));
+        for (const FormFields::Box &b : FormFields::boxes()) {
+            ZelvatMsg m = SampleReport::make(home.path());
+            m.setTYP("MED+FIRE+LAW+LGOV");
+            const QString piece = every + '\t' + (b.multiLine ? "\n" : "");
+            QString worst = "x";
+            while (escapeBreaks(worst + piece).size() <= 65531)
+                worst += piece;
+            worst += QString(65532 - escapeBreaks(worst).size(), 'x'); // a line exactly as long as a line can be
+            FormFields::storeValue(b, m, worst);
+            QVERIFY2(m.storageProblem().isEmpty(), qPrintable(FormFields::objectName(b) + ": " + m.storageProblem()));
+            QVERIFY(m.Fadd());
+            ZelvatMsg back(home.path());
+            QVERIFY(back.Load(m.EID()));
+            QCOMPARE(FormFields::shownValue(b, back), FormFields::shownValue(b, m));
+        }
+        // One character more than a line holds, a control character, or a report too large as a
+        // whole is refused before anything is written, naming the field.
+        const QByteArray before = home.readReport("ABC26320.000000");
+        const std::tuple<ZelvatMsg::Key, QString, QString> refused[] = {
+            {Key::DTL, QString(65533, 'x'), "holds 65533 characters; at most 65532 fit"},
+            {Key::ISS, "bad\x01" "char", "holds a control character (0x01)"},
+            {ZelvatMsg::Key(-1), QString(60000, 'y'), "the report as a whole holds"}};
+        for (const auto &[key, value, why] : refused) {
+            ZelvatMsg m = SampleReport::make(home.path());
+            m.setTYP("MED+FIRE+LAW+LGOV");
+            for (Key k : ZelvatMsg::allKeys()) {
+                if ((k == key || int(key) < 0) && !ZelvatMsg::isIntegerKey(k) && k != Key::EID && k != Key::TYP)
+                    m.setText(k, value);
+            }
+            ZelvatMsg::Key named {};
+            QVERIFY2(m.storageProblem(&named).startsWith(why), qPrintable(m.storageProblem()));
+            QCOMPARE(int(named), int(key));
+            QVERIFY(!m.Fadd());
+        }
+        QCOMPARE(home.readReport("ABC26320.000000"), before);
+        QCOMPARE(capture.notices.size(), 3);
+    }
+
+    void aReportSavesToTheFileItCameFrom()
+    {
+        ProgramHome home;
+        home.writeReport("copy", "EID=E1\r\nAST=2\r\nCTY=Copy\r\n");
+        home.writeReport("E1", "EID=E1\r\nAST=9\r\nCTY=Original\r\n");
+        ZelvatMsg m(home.path());
+        QVERIFY(m.Load("copy"));
+        m.setAST(9);
+        QVERIFY(m.Fadd());
+        QVERIFY(home.readReport("copy").contains("\r\nAST=9\r\n"));
+        QCOMPARE(home.readReport("E1"), QByteArray("EID=E1\r\nAST=9\r\nCTY=Original\r\n"));
+        m.setEID("E2"); // given another event ID, it is another report
+        QVERIFY(m.Fadd());
+        QCOMPARE(home.reportFiles(), (QStringList{"E1.911", "E2.911", "copy.911"}));
+    }
+
+    void aHeldLockIsNamed()
+    {
+        ProgramHome home;
+        QLockFile other(home.stationPath() + ".lock");
+        QVERIFY(other.tryLock());
+        ZelvatMsg store(home.path());
+        QString why;
+        home.station().lockWaitMs = 100;
+        QVERIFY(!EventNumbers::newEventPair(home.station(), store, &why));
+        QVERIFY2(why.contains("in use by another program") && why.contains(QString::number(QCoreApplication::applicationPid()))
+                     && why.contains("no event number was taken"),
+                 qPrintable(why));
+    }
+
+    void folderListing()
+    {
+        ProgramHome home;
+        Capture capture;
+        for (const char *name : {"A.911", "B.911", ".911", "x.911.911", "notes.txt", "C.911.bak"})
+            writeFile(home.path() + "/msg.d/" + name, "AST=2\r\n");
+        ZelvatMsg m(home.path());
+        const QString list = m.BuildFileList();
+        QVERIFY(!list.endsWith('\n'));
+        QStringList names = list.split("\r\n");
+        names.sort();
+        QCOMPARE(names, (QStringList{"A", "B", "x"}));
+        QCOMPARE(capture.events, QStringList{"Tn911:BuildFileList, detected, excluded an extent-only '.911' file"});
+        QVERIFY(m.Exists(" A ") && !m.Exists("a") && !m.Exists("C"));
+        QVERIFY(!m.IsReadOnly("A") && !m.IsReadOnly("missing"));
+        QCOMPARE(ZelvatMsg(home.path() + "/nowhere").BuildFileList(), QString());
+    }
+
+    void programFolderOfAnInstalledProgram()
+    {
+        // A portable program keeps its data beside it; an installed one in the per-user data folder.
+        ProgramHome home;
+        QCOMPARE(ProgramFolder::resolve(home.path()), QFileInfo(home.path()).absoluteFilePath());
+        QStandardPaths::setTestModeEnabled(true);
+        const QString data = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) + "/Zelvatcts";
+        QCOMPARE(ProgramFolder::resolve(ZELVAT_TEST_INSTALLED_BINDIR), data);
+        QCOMPARE(ProgramFolder::resolve(home.path() + "/missing"), data);
+        QStandardPaths::setTestModeEnabled(false);
+    }
+
+    void eventPairFormat_data()
+    {
+        QTest::addColumn<QString>("lid");
+        QTest::addColumn<QDate>("date");
+        QTest::addColumn<int>("counter");
+        QTest::addColumn<QString>("eventNumber");
+        QTest::addColumn<QString>("messageId");
+
+        QTest::newRow("example") << "ABC" << QDate(2026, 11, 16) << 7 << "ABC26320.007" << "ABC-007";
+        QTest::newRow("no location id") << "" << QDate(2026, 11, 16) << 100 << "26320.100" << "-100";
+        QTest::newRow("1000 in full") << "X" << QDate(2026, 11, 16) << 1000 << "X26320.1000" << "X-1000";
+        QTest::newRow("day 5") << "X" << QDate(2027, 1, 5) << 99 << "X27005.099" << "X-099";
+    }
+
+    void eventPairFormat()
+    {
+        QFETCH(QString, lid);
+        QFETCH(QDate, date);
+        QFETCH(int, counter);
+        QFETCH(QString, eventNumber);
+        QFETCH(QString, messageId);
+        DatetimeLib::setFixedNow(QDateTime(date, QTime(9, 0)));
+        const EventPair pair = EventNumbers::pairFor(lid, qint16(counter));
+        DatetimeLib::setFixedNow({});
+        QCOMPARE(pair.eventNumber, eventNumber);
+        QCOMPARE(pair.messageId, messageId);
+    }
+
+    void eventNumbers_data()
+    {
+        QTest::addColumn<QString>("lid");
+        QTest::addColumn<int>("eno");            // the counter in the station file at start
+        QTest::addColumn<QStringList>("existing"); // report files already there
+        QTest::addColumn<QStringList>("takes");    // by the window "w" or the client "c"; "w=500": the operator's new counter
+        QTest::addColumn<QStringList>("taken");    // message identifiers, "none" where no number was given
+        QTest::addColumn<int>("enoAfter");         // in the file, also after both save their settings
+
+        QTest::newRow("consecutive") << "ABC" << 100 << QStringList{} << QStringList{"w", "w"}
+                                     << QStringList{"ABC-100", "ABC-101"} << 102;
+        QTest::newRow("a number whose report exists is passed over")
+            << "" << 100 << QStringList{"26320.100", "26320.101"} << QStringList{"w"} << QStringList{"-102"} << 103;
+        QTest::newRow("numbers stop at 32767") << "" << 32767 << QStringList{} << QStringList{"w", "w"}
+                                               << QStringList{"-32767", "none"} << 32768;
+        QTest::newRow("two programs never share a number")
+            << "" << 100 << QStringList{} << QStringList{"c", "w", "c", "w"} << QStringList{"-100", "-101", "-102", "-103"} << 104;
+        QTest::newRow("the operator's new counter counts")
+            << "" << 100 << QStringList{} << QStringList{"c", "w=500", "c"} << QStringList{"-100", "-500", "-501"} << 502;
+        QTest::newRow("a location ID that leaves the folder") << "../" << 100 << QStringList{} << QStringList{"w"}
+                                                               << QStringList{"none"} << 100;
+    }
+
+    void eventNumbers()
+    {
+        QFETCH(QString, lid);
+        QFETCH(int, eno);
+        QFETCH(QStringList, existing);
+        QFETCH(QStringList, takes);
+        QFETCH(QStringList, taken);
+        QFETCH(int, enoAfter);
+        ProgramHome home("Lid=" + lid.toLatin1() + "\r\nEno=" + QByteArray::number(eno) + "\r\n");
+        for (const QString &name : existing)
+            home.writeReport(name, "AST=6\r\n");
+        ZelvatIni window(home.stationPath());
+        ZelvatIni client(home.stationPath());
+        window.load();
+        client.load();
+        ZelvatMsg store(home.path());
+        QStringList got;
+        for (const QString &take : takes) {
+            ZelvatIni &ini = take.startsWith('w') ? window : client;
+            if (take.contains('='))
+                ini.Eno = take.section('=', 1).toInt();
+            QString why;
+            const auto pair = EventNumbers::newEventPair(ini, store, &why);
+            got << (pair ? pair->messageId : QStringLiteral("none"));
+            QVERIFY(pair || !why.isEmpty());
+        }
+        QCOMPARE(got, taken);
+        QVERIFY(readFile(home.stationPath()).contains("\r\nEno=" + QByteArray::number(enoAfter) + "\r\n"));
+        QVERIFY(client.save() && window.save()); // a plain save by either never winds the counter back
+        QVERIFY(readFile(home.stationPath()).contains("\r\nEno=" + QByteArray::number(enoAfter) + "\r\n"));
+    }
+
+    void lastSeen_data()
+    {
+        QTest::addColumn<QString>("typed");
+        QTest::addColumn<QString>("after"); // at 14:05
+        QTest::newRow("minus five minutes") << "-5" << "14:00";
+        QTest::newRow("half minutes round away from zero") << "-2.5" << "14:02";
+        QTest::newRow("to the nearest minute") << "1.5" << "14:07";
+        QTest::newRow("over midnight") << "-900" << "23:05";
+        QTest::newRow("a colon stays") << "99:99" << "99:99";
+        QTest::newRow("words stay") << "an hour ago" << "an hour ago";
+        QTest::newRow("beyond ten years stays") << "99999999" << "99999999";
+    }
+
+    void lastSeen()
+    {
+        QFETCH(QString, typed);
+        QFETCH(QString, after);
+        QCOMPARE(FormRules::ResolveLastSeen(typed, ProgramHome::FixedNow), after);
+    }
+
+    void listRowsByFolder()
+    {
+        ProgramHome home;
+        for (const auto &[name, state] : {std::pair{"R2", 2}, {"D6", 6}, {"X8", 8}, {"S9", 9}, {"N1", 1}})
+            home.writeReport(name, QByteArray("EID=") + name + "\r\nTYP=FIRE\r\nISS=Issue\r\nAD1=1 Main St\r\nCTY=B\r\nAST="
+                                       + QByteArray::number(state) + "\r\nADT=260307\r\nATM=1405\r\n");
+        home.writeReport("E0", "AST=2\r\n");
+        ZelvatMsg reader(home.path());
+        QStringList shown;
+        for (int folder : {2, 6, 8, 9, 1, 0}) {
+            QList<ReportList::Row> rows = ReportList::build(reader, folder);
+            ReportList::sortRows(rows, ReportList::Idx, Qt::AscendingOrder);
+            for (const auto &row : rows)
+                shown << QString::number(folder) + ':' + row.cells[ReportList::Idx] + ':' + row.cells[ReportList::State];
+        }
+        QCOMPARE(shown, (QStringList{"2:E0:Ready", "2:R2:Ready", "6:D6:Draft", "8:X8:Deleted", "9:S9:Submitted", "1:N1:",
+                                     "0:D6:Draft", "0:E0:Ready", "0:N1:", "0:R2:Ready", "0:S9:Submitted", "0:X8:Deleted"}));
+        const std::array<QString, 8> full = {"D6", "Draft", "D6", "FIRE", "Issue", "1 Main St", "B", "03/07/26 14:05"};
+        QCOMPARE(ReportList::build(reader, 6).value(0).cells, full);
+        QList<ReportList::Row> ready = ReportList::build(reader, 2);
+        ReportList::sortRows(ready, ReportList::Idx, Qt::AscendingOrder);
+        QCOMPARE(ready.value(0).cells[ReportList::DateTime], QString("// :")); // no date and time: only the separators
+        QCOMPARE(ReportList::itemsText(2), QString("Items: 2"));
+    }
+
+    void listSortKeys_data()
+    {
+        QTest::addColumn<int>("column");
+        QTest::addColumn<int>("order");
+        QTest::addColumn<QStringList>("idx");
+        // R0 albany 01/01/26 08:00, R1 springfield 01/01/26 09:00, R2 Albany 01/01/25, R3 Boston 01/01/27, R4 no date
+        QTest::newRow("city ignores case, equal cities by name") << int(ReportList::City) << int(Qt::AscendingOrder)
+                                                                 << QStringList{"R4", "R0", "R2", "R3", "R1"};
+        QTest::newRow("descending reverses the ties too") << int(ReportList::City) << int(Qt::DescendingOrder)
+                                                          << QStringList{"R1", "R3", "R2", "R0", "R4"};
+        QTest::newRow("date/time chronological, undated first") << int(ReportList::DateTime) << int(Qt::AscendingOrder)
+                                                                << QStringList{"R4", "R2", "R0", "R1", "R3"};
+    }
+
+    void listSortKeys()
+    {
+        QFETCH(int, column);
+        QFETCH(int, order);
+        QFETCH(QStringList, idx);
+        const std::tuple<const char *, const char *, const char *> cells[] = {
+            {"springfield", "01/01/26 09:00", "R1"}, {"Albany", "01/01/25 09:00", "R2"}, {"Boston", "01/01/27 09:00", "R3"},
+            {"albany", "01/01/26 08:00", "R0"},      {"", "// :", "R4"}};
+        QList<ReportList::Row> rows;
+        for (const auto &[city, when, name] : cells) {
+            ReportList::Row r;
+            r.cells[ReportList::Idx] = name;
+            r.cells[ReportList::City] = city;
+            r.cells[ReportList::DateTime] = when;
+            rows.append(r);
+        }
+        ReportList::sortRows(rows, column, Qt::SortOrder(order));
+        QStringList got;
+        for (const auto &r : rows)
+            got << r.cells[ReportList::Idx];
+        QCOMPARE(got, idx);
+    }
+
+    void chronoValue_data()
+    {
+        QTest::addColumn<QString>("cell");
+        QTest::addColumn<double>("value");
+        QTest::newRow("day one") << "12/31/99 00:00" << 36525.0;
+        QTest::newRow("month first, not day first") << "03/07/09 00:00" << 39879.0;
+        QTest::newRow("separators only") << "// :" << 0.0;
+        QTest::newRow("invalid time") << "01/01/09 25:00" << 0.0;
+        QTest::newRow("february 30") << "02/30/09 10:00" << 0.0;
+    }
+
+    void chronoValue()
+    {
+        QFETCH(QString, cell);
+        QFETCH(double, value);
+        QCOMPARE(ReportList::chronoValue(cell), value);
+    }
+};
 
 QTEST_GUILESS_MAIN(TestStore)
 #include "tst_store.moc"
