@@ -1,21 +1,17 @@
 // libfaultfs.so: a fault injector for file writes, loaded with LD_PRELOAD. It makes write,
-// fsync/fdatasync, close or rename/renameat/renameat2 fail with a chosen error number, only for
-// files whose path contains a given text (the path of a descriptor comes from /proc/self/fd).
+// fsync/fdatasync, close or rename/renameat fail with a chosen error number, only for files whose
+// path holds a given text (the path of a descriptor comes from /proc/self/fd).
 //
 // Armed when a process starts, from its environment:
-//   FAULTFS_OP=write|fsync|close|rename   FAULTFS_ERRNO=ENOSPC|EDQUOT|EIO|EROFS|EACCES|<number>
-//   FAULTFS_MATCH=<text in the path>      FAULTFS_AT=<N, default 0>     FAULTFS_TRACE=1 (optional)
-// or at run time, from a process started with it, through the C functions at the end, found with
-// dlsym(RTLD_DEFAULT, "faultfs_arm") and so on.
+//   FAULTFS_OP=write|fsync|close|rename  FAULTFS_ERRNO=<number>  FAULTFS_MATCH=<text>  FAULTFS_AT=<N>
+// or at run time, in a process started with it, through faultfs_arm, faultfs_disarm and
+// faultfs_hits, found with dlsym(RTLD_DEFAULT, ...).
 //
 // For write, N is the number of bytes that still reach matching files: the write that crosses
 // byte N is cut short there and every write after it fails. For the other calls, N is the number
-// of matching calls that still succeed; every one after fails. A failing close closes all the
-// same, as the system does. FAULTFS_TRACE=1 prints each intercepted call on a matching path.
-//
+// of matching calls that still succeed. A failing close closes all the same, as the system does.
 // Built without sanitizers: it is loaded ahead of their runtime and only passes calls on.
 
-#include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -27,16 +23,14 @@
 namespace {
 
 enum class Op { None, Write, Fsync, Close, Rename };
-const char *const kOpNames[] = {"none", "write", "fsync", "close", "rename"};
 
 std::mutex g_lock;
-std::atomic<Op> g_op{Op::None};
+Op g_op = Op::None;
 int g_errno = 0;
 char g_match[512] = {};
 long long g_at = 0;
 long long g_used = 0; // bytes written or calls made so far on matching paths
-std::atomic<long long> g_hits{0};
-bool g_trace = false;
+long long g_hits = 0;
 
 template <typename F>
 F real(const char *name)
@@ -46,58 +40,37 @@ F real(const char *name)
 
 Op opNamed(const char *name)
 {
-    for (int op = 1; name && op <= int(Op::Rename); ++op) {
-        if (!strcmp(name, kOpNames[op]))
-            return Op(op);
+    const char *const names[] = {"write", "fsync", "close", "rename"};
+    for (int op = 0; name && op < 4; ++op) {
+        if (!strcmp(name, names[op]))
+            return Op(op + 1);
     }
     return Op::None;
 }
 
-int errnoNamed(const char *name)
-{
-    if (!name) return EIO;
-    if (!strcmp(name, "ENOSPC")) return ENOSPC;
-    if (!strcmp(name, "EDQUOT")) return EDQUOT;
-    if (!strcmp(name, "EIO")) return EIO;
-    if (!strcmp(name, "EROFS")) return EROFS;
-    if (!strcmp(name, "EACCES")) return EACCES;
-    return atoi(name) > 0 ? atoi(name) : EIO;
-}
-
-bool pathOf(int fd, char *path, size_t size)
-{
-    char link[64];
-    snprintf(link, sizeof link, "/proc/self/fd/%d", fd);
-    const ssize_t n = readlink(link, path, size - 1);
-    path[n > 0 ? n : 0] = '\0';
-    return n > 0;
-}
-
-// How much of the call may go ahead on `path`: -1 when it is not meant, else the allowance (0: fail
-// now). For write the allowance is in bytes, for the other calls it is 1 (go) or 0 (fail).
+// How much of a call on `path` may go ahead: -1 when the fault is not meant for it, else the
+// allowance (0: fail now); for write in bytes, for the other calls 1 or 0.
 long long allowance(Op op, const char *path, const char *other, long long wanted)
 {
-    if (g_op.load(std::memory_order_relaxed) != op)
-        return -1;
     std::lock_guard<std::mutex> guard(g_lock);
     if (g_op != op || !(strstr(path, g_match) || (other && strstr(other, g_match))))
         return -1;
-    if (g_trace)
-        fprintf(stderr, "faultfs: %s on %s (%lld used)\n", kOpNames[int(op)], path, g_used);
     const long long left = g_at > g_used ? g_at - g_used : 0;
     const long long granted = op == Op::Write ? (wanted < left ? wanted : left) : (left > 0 ? 1 : 0);
     g_used += op == Op::Write ? granted : 1;
-    if (granted == 0)
-        ++g_hits;
+    g_hits += granted == 0;
     return granted;
 }
 
 long long fdAllowance(Op op, int fd, long long wanted)
 {
-    if (g_op.load(std::memory_order_relaxed) != op)
+    char link[64], path[4096];
+    snprintf(link, sizeof link, "/proc/self/fd/%d", fd);
+    const ssize_t n = readlink(link, path, sizeof path - 1);
+    if (n <= 0)
         return -1;
-    char path[4096];
-    return pathOf(fd, path, sizeof path) ? allowance(op, path, nullptr, wanted) : -1;
+    path[n] = '\0';
+    return allowance(op, path, nullptr, wanted);
 }
 
 int failWith()
@@ -108,15 +81,13 @@ int failWith()
 
 __attribute__((constructor)) void armFromEnvironment()
 {
-    const Op op = opNamed(getenv("FAULTFS_OP"));
     const char *match = getenv("FAULTFS_MATCH");
-    if (op == Op::None || !match)
+    if (!match || opNamed(getenv("FAULTFS_OP")) == Op::None)
         return;
     snprintf(g_match, sizeof g_match, "%s", match);
-    g_errno = errnoNamed(getenv("FAULTFS_ERRNO"));
+    g_errno = getenv("FAULTFS_ERRNO") ? atoi(getenv("FAULTFS_ERRNO")) : EIO;
     g_at = getenv("FAULTFS_AT") ? atoll(getenv("FAULTFS_AT")) : 0;
-    g_trace = getenv("FAULTFS_TRACE") != nullptr;
-    g_op = op;
+    g_op = opNamed(getenv("FAULTFS_OP"));
 }
 
 } // namespace
@@ -126,7 +97,7 @@ extern "C" {
 ssize_t write(int fd, const void *buf, size_t count)
 {
     static const auto next = real<ssize_t (*)(int, const void *, size_t)>("write");
-    const long long granted = fdAllowance(Op::Write, fd, (long long)count);
+    const long long granted = g_op == Op::Write ? fdAllowance(Op::Write, fd, (long long)count) : -1;
     if (granted == 0 && count > 0)
         return failWith();
     return next(fd, buf, granted < 0 ? count : size_t(granted));
@@ -135,19 +106,19 @@ ssize_t write(int fd, const void *buf, size_t count)
 int fsync(int fd)
 {
     static const auto next = real<int (*)(int)>("fsync");
-    return fdAllowance(Op::Fsync, fd, 1) == 0 ? failWith() : next(fd);
+    return g_op == Op::Fsync && fdAllowance(Op::Fsync, fd, 1) == 0 ? failWith() : next(fd);
 }
 
 int fdatasync(int fd)
 {
     static const auto next = real<int (*)(int)>("fdatasync");
-    return fdAllowance(Op::Fsync, fd, 1) == 0 ? failWith() : next(fd);
+    return g_op == Op::Fsync && fdAllowance(Op::Fsync, fd, 1) == 0 ? failWith() : next(fd);
 }
 
 int close(int fd)
 {
     static const auto next = real<int (*)(int)>("close");
-    const long long granted = fdAllowance(Op::Close, fd, 1);
+    const long long granted = g_op == Op::Close ? fdAllowance(Op::Close, fd, 1) : -1;
     const int rc = next(fd);
     return granted == 0 ? failWith() : rc;
 }
@@ -164,26 +135,16 @@ int renameat(int fromDir, const char *from, int toDir, const char *to)
     return allowance(Op::Rename, from, to, 1) == 0 ? failWith() : next(fromDir, from, toDir, to);
 }
 
-int renameat2(int fromDir, const char *from, int toDir, const char *to, unsigned flags)
-{
-    static const auto next = real<int (*)(int, const char *, int, const char *, unsigned)>("renameat2");
-    return allowance(Op::Rename, from, to, 1) == 0 ? failWith() : next(fromDir, from, toDir, to, flags);
-}
-
-// Arms the injector: `op` is "write", "fsync", "close" or "rename"; returns 0, or -1 for an
-// unknown op. Arming again starts the count anew.
 int faultfs_arm(const char *op, int err, const char *match, long long at)
 {
-    const Op o = opNamed(op);
-    if (o == Op::None || !match)
-        return -1;
     std::lock_guard<std::mutex> guard(g_lock);
+    if (opNamed(op) == Op::None || !match)
+        return -1;
     snprintf(g_match, sizeof g_match, "%s", match);
     g_errno = err;
     g_at = at;
-    g_used = 0;
-    g_hits = 0;
-    g_op = o;
+    g_used = g_hits = 0;
+    g_op = opNamed(op);
     return 0;
 }
 
@@ -193,9 +154,9 @@ void faultfs_disarm()
     g_op = Op::None;
 }
 
-// How many calls were made to fail since the last arming.
 long long faultfs_hits()
 {
+    std::lock_guard<std::mutex> guard(g_lock);
     return g_hits;
 }
 
