@@ -106,6 +106,7 @@ private slots:
         QTest::newRow("value kept, getter trims") << QByteArray("TYP= MED\r\n") << "TYP" << " MED" << "MED";
         QTest::newRow("last occurrence wins") << QByteArray("CTY=A\r\n[X]\r\nCTY=B\r\n") << "CTY" << "B" << "B";
         QTest::newRow("[END]x stops") << QByteArray("CTY=A\r\n[END]x\r\nCTY=B\r\n") << "CTY" << "A" << "A";
+        QTest::newRow("what follows [END] is never looked at") << QByteArray("CTY=A\r\n[END]\r\n\x01\x02\r\n") << "CTY" << "A" << "A";
         QTest::newRow("no [END] read to end") << QByteArray("CTY=A\r\nCTY=B") << "CTY" << "B" << "B";
         QTest::newRow("lone LF ends a line") << QByteArray("CTY=A\nISS=B\n") << "CTY" << "A" << "A";
         QTest::newRow("unknown key without =") << QByteArray("Hello\r\n\r\nCTY=A\r\n") << "CTY" << "A" << "A";
