@@ -4,6 +4,7 @@
 #include "support/CommonConst.h"
 
 #include <QDate>
+#include <QFileInfo>
 #include <QTime>
 #include <algorithm>
 
@@ -24,6 +25,21 @@ QString dateTimeCell(const QString &adt, const QString &atm)
         + atm.mid(0, 2) + QLatin1Char(':') + atm.mid(2, 2);
 }
 
+Row rowOf(const QString &name, const ZelvatMsg &record)
+{
+    Row row;
+    row.state = record.AST();
+    row.cells = {name,
+                 Zelvat::stateName(row.state),
+                 record.EID(),
+                 record.TYP(),
+                 record.ISS(),
+                 record.AD1(),
+                 record.CTY(),
+                 dateTimeCell(record.ADT(), record.ATM())};
+    return row;
+}
+
 QList<Row> build(ZelvatMsg &reader, int folder)
 {
     QList<Row> rows;
@@ -31,22 +47,19 @@ QList<Row> build(ZelvatMsg &reader, int folder)
     rows.reserve(names.size());
     for (const QString &name : names) {
         reader.Load(name);
-        const qint16 state = reader.AST();
-        if (folder != Zelvat::StateAll && state != folder)
+        if (folder != Zelvat::StateAll && reader.AST() != folder)
             continue;
-        Row row;
-        row.state = state;
-        row.cells = {name,
-                     Zelvat::stateName(state),
-                     reader.EID(),
-                     reader.TYP(),
-                     reader.ISS(),
-                     reader.AD1(),
-                     reader.CTY(),
-                     dateTimeCell(reader.ADT(), reader.ATM())};
-        rows.append(std::move(row));
+        rows.append(rowOf(name, reader));
     }
     return rows;
+}
+
+QString whyUnreadable(const ZelvatMsg &reader, const QString &name)
+{
+    const QString file = name + QStringLiteral(".911");
+    if (!QFileInfo::exists(reader.pathFor(name)))
+        return file + QStringLiteral(": no longer in the message folder");
+    return file + QStringLiteral(": ") + reader.lastError();
 }
 
 QString sortKey(const Row &row, int column)
