@@ -1,11 +1,12 @@
 #include "store/ReportCsv.h"
 
-#include "store/SaveStamps.h"
 #include "store/ZelvatMsg.h"
 #include "support/CommonConst.h"
 #include "support/Platform.h"
 
+#include <QStringEncoder>
 #include <algorithm>
+#include <vector>
 
 namespace ReportCsv {
 
@@ -26,6 +27,73 @@ QByteArray start()
     return out;
 }
 
+// A field as its getter gives it (blanks trimmed at both ends), without copying it.
+QStringView trimmed(const QString &text)
+{
+    QStringView v(text);
+    while (!v.isEmpty() && v.front() == QLatin1Char(' '))
+        v = v.sliced(1);
+    while (!v.isEmpty() && v.back() == QLatin1Char(' '))
+        v.chop(1);
+    return v;
+}
+
+// Appends text as UTF-8, straight into the output.
+void appendUtf8(QByteArray &out, QStringView text)
+{
+    QStringEncoder utf8(QStringEncoder::Utf8);
+    const qsizetype at = out.size();
+    out.resize(at + utf8.requiredSpace(text.size()));
+    char *end = utf8.appendToBuffer(out.data() + at, text);
+    out.truncate(end - out.constData());
+}
+
+// Appends one cell, in double quotes when it holds a comma, a quote or a line break (its quotes
+// doubled). With `breaks` the stored "\n" escapes of a multi-line field become line breaks.
+void appendCell(QByteArray &out, QStringView cell, bool breaks)
+{
+    bool quote = breaks && cell.contains(QLatin1String("\\n"));
+    for (qsizetype i = 0; !quote && i < cell.size(); ++i) {
+        const QChar c = cell[i];
+        quote = c == QLatin1Char(',') || c == QLatin1Char('"') || c == QLatin1Char('\r') || c == QLatin1Char('\n');
+    }
+    if (!quote) {
+        appendUtf8(out, cell);
+        return;
+    }
+    out += '"';
+    qsizetype from = 0; // the start of the text not written yet
+    for (qsizetype i = 0; i < cell.size(); ++i) {
+        if (cell[i] == QLatin1Char('"')) {
+            appendUtf8(out, cell.sliced(from, i + 1 - from));
+            out += '"';
+            from = i + 1;
+        } else if (breaks && cell[i] == QLatin1Char('\\') && i + 1 < cell.size() && cell[i + 1] == QLatin1Char('n')) {
+            appendUtf8(out, cell.sliced(from, i - from));
+            out += '\n';
+            from = ++i + 1;
+        }
+    }
+    appendUtf8(out, cell.sliced(from));
+    out += '"';
+}
+
+// Appends the row of one report, ended by CR LF.
+void appendReport(QByteArray &out, const QString &name, const ZelvatMsg &record)
+{
+    appendCell(out, name, false);
+    out += ',';
+    appendCell(out, Zelvat::stateName(record.AST()), false);
+    for (Key k : ZelvatMsg::allKeys()) {
+        out += ',';
+        if (ZelvatMsg::isIntegerKey(k))
+            out += QByteArray::number(record.number(k));
+        else
+            appendCell(out, trimmed(record.rawText(k)), k == Key::DTL || k == Key::PDE);
+    }
+    out += "\r\n";
+}
+
 } // namespace
 
 const QStringList &headers()
@@ -39,47 +107,14 @@ const QStringList &headers()
     return headers;
 }
 
-QStringList cells(const QString &name, const ZelvatMsg &record)
-{
-    QStringList c;
-    c.reserve(2 + ZelvatMsg::KeyCount);
-    c << name << Zelvat::stateName(record.AST());
-    for (Key k : ZelvatMsg::allKeys()) {
-        if (ZelvatMsg::isIntegerKey(k))
-            c << QString::number(record.number(k));
-        else if (k == Key::DTL || k == Key::PDE)
-            c << unescapeBreaks(record.text(k));
-        else
-            c << record.text(k);
-    }
-    return c;
-}
-
 void appendRow(QByteArray &out, const QStringList &cells)
 {
-    QString row;
-    row.reserve(1024);
     for (qsizetype i = 0; i < cells.size(); ++i) {
         if (i > 0)
-            row += QLatin1Char(',');
-        const QString &cell = cells[i];
-        const bool quoted = std::any_of(cell.begin(), cell.end(), [](QChar c) {
-            return c == QLatin1Char(',') || c == QLatin1Char('"') || c == QLatin1Char('\r') || c == QLatin1Char('\n');
-        });
-        if (!quoted) {
-            row += cell;
-            continue;
-        }
-        row += QLatin1Char('"');
-        for (QChar c : cell) {
-            if (c == QLatin1Char('"'))
-                row += QLatin1Char('"');
-            row += c;
-        }
-        row += QLatin1Char('"');
+            out += ',';
+        appendCell(out, cells[i], false);
     }
-    row += QLatin1String("\r\n");
-    out += row.toUtf8();
+    out += "\r\n";
 }
 
 Export fromNames(ZelvatMsg &reader, const QStringList &names)
@@ -93,7 +128,7 @@ Export fromNames(ZelvatMsg &reader, const QStringList &names)
             e.unreadable << ReportList::whyUnreadable(reader, name);
             continue;
         }
-        appendRow(e.bytes, cells(name, reader));
+        appendReport(e.bytes, name, reader);
         ++e.rows;
     }
     return e;
@@ -104,10 +139,17 @@ Export fromFolder(ZelvatMsg &reader, int folder)
     Quiet quiet;
     ScopedNotifier scoped(&quiet);
     Export e;
-    // Each row is made as its file is read and placed by the list's sort key afterwards.
-    QList<std::pair<QString, QByteArray>> rows;
+    // Each row goes into one buffer as its file is read; the rows are put in the list's order
+    // by their sort keys afterwards.
+    struct Placed {
+        QString key;
+        qsizetype at;
+        qsizetype size;
+    };
+    std::vector<Placed> placed;
+    QByteArray rows;
     const QStringList names = reader.fileNames();
-    rows.reserve(names.size());
+    placed.reserve(size_t(names.size()));
     for (const QString &name : names) {
         if (!reader.Load(name)) {
             e.unreadable << ReportList::whyUnreadable(reader, name);
@@ -115,19 +157,19 @@ Export fromFolder(ZelvatMsg &reader, int folder)
         }
         if (folder != Zelvat::StateAll && reader.AST() != folder)
             continue;
-        QByteArray row;
-        appendRow(row, cells(name, reader));
-        rows.append({ReportList::sortKey(ReportList::rowOf(name, reader), ReportList::City), std::move(row)});
+        const qsizetype at = rows.size();
+        appendReport(rows, name, reader);
+        ReportList::Row listed; // only what the default order looks at
+        listed.cells[ReportList::Idx] = name;
+        listed.cells[ReportList::City] = reader.CTY();
+        placed.push_back({ReportList::sortKey(listed, ReportList::City), at, rows.size() - at});
     }
-    std::sort(rows.begin(), rows.end(), [](const auto &a, const auto &b) { return a.first < b.first; });
+    std::sort(placed.begin(), placed.end(), [](const Placed &a, const Placed &b) { return a.key < b.key; });
     e.bytes = start();
-    qsizetype size = e.bytes.size();
-    for (const auto &r : std::as_const(rows))
-        size += r.second.size();
-    e.bytes.reserve(size);
-    for (const auto &r : std::as_const(rows))
-        e.bytes += r.second;
-    e.rows = int(rows.size());
+    e.bytes.reserve(e.bytes.size() + rows.size());
+    for (const Placed &p : placed)
+        e.bytes.append(rows.constData() + p.at, p.size);
+    e.rows = int(placed.size());
     return e;
 }
 

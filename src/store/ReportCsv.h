@@ -18,14 +18,12 @@ namespace ReportCsv {
 // "File", "State", then the 29 field keys in report-file order (TYP EID MID ... ADT ATM).
 const QStringList &headers();
 
-// The cells of one report: its file name without ".911", its state name, then every field as the
-// record's getters give it. DTL and PDE show their line breaks as line breaks, the way the report
-// form shows them; RPC, CON, BRE and AST are decimal numbers.
-QStringList cells(const QString &name, const ZelvatMsg &record);
-
 // Appends one row of cells, as UTF-8, ended by CR LF.
 void appendRow(QByteArray &out, const QStringList &cells);
 
+// A report's row holds its file name without ".911", its state name, then every field as the
+// record's getters give it; DTL and PDE show their line breaks as line breaks, the way the
+// report form shows them; RPC, CON, BRE and AST are decimal numbers.
 struct Export {
     QByteArray bytes;       // the whole file: byte-order mark, header row, one row per report
     int rows = 0;           // reports written
