@@ -39,11 +39,15 @@ bool print(QWidget *parent, const QList<SheetReport> &reports, const SheetStatio
         return false;
     QPrinter printer(QPrinter::HighResolution);
     printer.setPageLayout(PageSetup::load());
-    printer.setDocName(reports.size() == 1 ? QStringLiteral("Incident Report ") + reports.first().record.EID()
-                                           : QStringLiteral("Incident Reports"));
+    const QString title = reports.size() == 1 ? QStringLiteral("Incident Report ") + reports.first().record.EID()
+                                              : QStringLiteral("Incident Reports");
     printer.setCreator(QStringLiteral("Zelvatcts"));
+    // The print dialog offers the document's name as the PDF file's, cutting what follows its
+    // last dot: an event ID's dot would be lost without the ".pdf" it is given to cut.
+    printer.setDocName(title + QStringLiteral(".pdf"));
     if (!choosePrinter || !choosePrinter(printer, parent))
         return false;
+    printer.setDocName(title);
 
     QString why;
     if (printer.outputFormat() == QPrinter::PdfFormat && !printer.outputFileName().isEmpty()) {
