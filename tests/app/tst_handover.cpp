@@ -14,6 +14,8 @@
 #include "ui/SheetPrinting.h"
 
 #include <QAction>
+#include <QApplication>
+#include <QKeyEvent>
 #include <QCheckBox>
 #include <QClipboard>
 #include <QGuiApplication>
@@ -47,6 +49,12 @@ private slots:
     void formCopyAndCutWorkInFilteredBoxes();
 
 private:
+    // A clipboard key as a keyboard sends it: Ctrl and the letter, carrying its control character.
+    static void controlKey(QWidget *w, Qt::Key key)
+    {
+        QKeyEvent press(QEvent::KeyPress, key, Qt::ControlModifier, QString(QChar(key - Qt::Key_A + 1)));
+        QApplication::sendEvent(w, &press);
+    }
     // Three Ready reports in Springfield, Riverside and Fairview (list order: F, R, S) and a Draft.
     std::unique_ptr<frmZelvatmain> start(WindowHome &home);
     void select(frmZelvatmain &w, const QList<int> &rows);
@@ -225,6 +233,15 @@ void TestHandOver::printGoesThroughThePrintDialog()
     QCOMPARE(Pdf::pages(m_printedTo), 2);
     QVERIFY(Pdf::text(m_printedTo).contains("ABC26320.000003"));
     QVERIFY(capture.notices.isEmpty());
+
+    // A PDF file is saved whole through the program's own writer: never through a link.
+    writeFile(out.filePath("other"), "kept");
+    QVERIFY(QFile::link(out.filePath("other"), out.filePath("link.pdf")));
+    m_printedTo = out.filePath("link.pdf");
+    w->mnuPrint_Click();
+    QCOMPARE(capture.notices.size(), 1);
+    QVERIFY2(capture.notices[0].text.contains("could not be saved to " + m_printedTo), qPrintable(capture.notices[0].text));
+    QCOMPARE(readFile(out.filePath("other")), QByteArray("kept"));
 }
 
 void TestHandOver::printSetupIsKeptAndUsed()
@@ -297,7 +314,7 @@ void TestHandOver::formPasteFollowsTheBoxRules()
     QVERIFY(target);
     target->setFocus();
     QGuiApplication::clipboard()->setText(clipboard);
-    QTest::keySequence(target, QKeySequence::Paste);
+    controlKey(target, Qt::Key_V);
     const QString text = qobject_cast<QLineEdit *>(target) ? static_cast<QLineEdit *>(target)->text()
                                                            : static_cast<QPlainTextEdit *>(target)->toPlainText();
     QCOMPARE(text, expected);
@@ -311,11 +328,11 @@ void TestHandOver::formCopyAndCutWorkInFilteredBoxes()
     issue->setFocus();
     QTest::keyClicks(issue, "Fall down");
     issue->setSelection(0, 4);
-    QTest::keySequence(issue, QKeySequence::Copy);
+    controlKey(issue, Qt::Key_C);
     QCOMPARE(QGuiApplication::clipboard()->text(), QString("Fall"));
     QCOMPARE(issue->text(), QString("Fall down"));
     issue->setSelection(4, 5);
-    QTest::keySequence(issue, QKeySequence::Cut);
+    controlKey(issue, Qt::Key_X);
     QCOMPARE(QGuiApplication::clipboard()->text(), QString(" down"));
     QCOMPARE(issue->text(), QString("Fall"));
 }

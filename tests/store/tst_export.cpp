@@ -155,7 +155,8 @@ void TestExport::clipboardRows()
 
 QStringList TestExport::snapshot(const QString &folder, bool withReports)
 {
-    QStringList entries;
+    // The folder itself: a scratch folder made and removed beside the message folder shows here.
+    QStringList entries{folder + QLatin1Char(' ') + QString::number(QFileInfo(folder).lastModified().toMSecsSinceEpoch())};
     QDirIterator it(folder, QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
                     QDirIterator::Subdirectories);
     while (it.hasNext()) {
