@@ -1,6 +1,6 @@
 // Reports leaving and entering the message folder: the CSV export read back by a strict RFC 4180
-// parser, the clipboard's rows, and the import of report files with every way a file can be
-// refused or skipped.
+// parser, the import of report files in every way a file can be taken, skipped or refused, and
+// the client's pdf, export and import as a script sees them.
 
 #include "common/Capture.h"
 #include "common/Csv.h"
@@ -8,61 +8,86 @@
 #include "common/SampleReport.h"
 #include "store/ReportCsv.h"
 #include "store/ReportImport.h"
-#include "store/ReportList.h"
 #include "store/SaveStamps.h"
 #include "support/SafeFile.h"
 
 #include <QDirIterator>
-#include <QFileInfo>
+#include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
 #include <sys/stat.h>
-
-using Key = ZelvatMsg::Key;
-using Outcome = ReportImport::Result;
 
 class TestExport : public QObject {
     Q_OBJECT
 
 private slots:
+    void init() { m_home.reset(); }
     void csvGivesEveryFieldExactly_data();
     void csvGivesEveryFieldExactly();
     void csvLeavesOutWhatCannotBeRead();
     void csvOfAFolderFollowsTheList();
-    void clipboardRows();
-
     void importOne_data();
     void importOne();
-    void importGivesOneOfEachOutcome();
     void moveNeverReplaces();
+    void clientPdf();
+    void clientExport();
+    void clientImport();
 
 private:
-    // Every file and folder under `folder` with its size and time; without the message folder and
-    // its reports when `withReports` is false: what import must not touch.
-    static QStringList snapshot(const QString &folder, bool withReports);
+    // Exit code, standard output and error of the client on a home with two Ready reports and a Draft.
+    std::tuple<int, QString, QString> client(const QStringList &args)
+    {
+        if (!m_home) {
+            m_home = std::make_unique<ProgramHome>();
+            for (int i = 1; i <= 3; ++i)
+                SampleReport::save(m_home->path(), {i == 3 ? "AST=6" : "AST=2"}, i);
+        }
+        QProcess p;
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert("XDG_CONFIG_HOME", m_out.filePath("config")); // the per-user settings are the test's
+        p.setProcessEnvironment(env);
+        p.start(ZELVATCTS_CLI, QStringList{"--home", m_home->path()} + args);
+        if (!p.waitForFinished(60000))
+            qFatal("zelvatcts-cli did not finish");
+        return {p.exitCode(), QString::fromUtf8(p.readAllStandardOutput()), QString::fromUtf8(p.readAllStandardError())};
+    }
+    std::unique_ptr<ProgramHome> m_home;
+    QTemporaryDir m_out;
+    static QList<QStringList> rowsOf(const QByteArray &csv)
+    {
+        QList<QStringList> rows;
+        if (!csv.startsWith("\xEF\xBB\xBF") || !Csv::parse(QString::fromUtf8(csv.mid(3)), &rows))
+            qWarning("no byte-order mark, or no RFC 4180: %s", csv.constData());
+        return rows;
+    }
+    // The folder and all under it with size and time; without the message folder unless `withReports`.
+    static QStringList snapshot(const QString &folder, bool withReports)
+    {
+        QStringList entries{folder + ' ' + QString::number(QFileInfo(folder).lastModified().toMSecsSinceEpoch())};
+        QDirIterator it(folder, QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot, QDirIterator::Subdirectories);
+        while (it.hasNext()) {
+            const QString path = it.next();
+            if (withReports || !(it.fileInfo().path().endsWith("/msg.d") || path.endsWith("/msg.d")))
+                entries << path + ' ' + QString::number(it.fileInfo().size()) + ' '
+                        + QString::number(it.fileInfo().lastModified().toMSecsSinceEpoch());
+        }
+        entries.sort();
+        return entries;
+    }
 };
 
 void TestExport::csvGivesEveryFieldExactly_data()
 {
     QTest::addColumn<QStringList>("changes");
     QTest::addColumn<QString>("key");
-    QTest::addColumn<QString>("expected"); // the cell of `key` as a spreadsheet must show it
-
-    QTest::newRow("plain") << QStringList{} << "ISS" << "Person down near the library";
+    QTest::addColumn<QString>("expected"); // the cell as a spreadsheet must show it
     QTest::newRow("comma") << QStringList{"AD1=12 Oak St, rear"} << "AD1" << "12 Oak St, rear";
-    QTest::newRow("quotes") << QStringList{"ISS=He said \"stop\""} << "ISS" << "He said \"stop\"";
-    QTest::newRow("quote only") << QStringList{"RPN=\""} << "RPN" << "\"";
-    QTest::newRow("line breaks in details") << QStringList{"DTL=first\\nsecond, \"third\"\\n"} << "DTL"
-                                            << "first\nsecond, \"third\"\n";
-    QTest::newRow("line breaks in person description") << QStringList{"TYP=MED+LAW", "PDE=tall\\nred jacket"} << "PDE"
-                                                       << "tall\nred jacket";
-    QTest::newRow("windows-1252 letters") << QStringList{"RPN=Zoë Šmith-Œuvre", "CTY=Düsseldorf"} << "RPN"
-                                          << "Zoë Šmith-Œuvre";
-    QTest::newRow("euro sign and dashes") << QStringList{"TYP=LAW", "WEA=€ 5 — knife"} << "WEA" << "€ 5 — knife";
-    QTest::newRow("empty") << QStringList{"AD2=", "RPA="} << "AD2" << "";
-    QTest::newRow("unanswered question") << QStringList{"CON=-1"} << "CON" << "-1";
-    QTest::newRow("state name") << QStringList{"AST=9"} << "State" << "Submitted";
-    QTest::newRow("state without a name") << QStringList{"AST=1"} << "State" << "";
+    QTest::newRow("quotes") << QStringList{"ISS=He said \"stop\"", "RPN=\""} << "ISS" << "He said \"stop\"";
+    QTest::newRow("details lines") << QStringList{"DTL=first\\nsecond, \"third\"\\n"} << "DTL" << "first\nsecond, \"third\"\n";
+    QTest::newRow("person lines") << QStringList{"TYP=LAW", "PDE=tall\\nred jacket"} << "PDE" << "tall\nred jacket";
+    QTest::newRow("windows-1252 letters") << QStringList{"TYP=LAW", "WEA=Zoë Šmith-Œuvre € — x"} << "WEA"
+                                          << "Zoë Šmith-Œuvre € — x";
+    QTest::newRow("state name, unanswered question") << QStringList{"AST=9", "CON=-1"} << "State" << "Submitted";
     QTest::newRow("spreadsheet formula stays text") << QStringList{"ISS==1+1"} << "ISS" << "=1+1";
 }
 
@@ -74,28 +99,16 @@ void TestExport::csvGivesEveryFieldExactly()
     ProgramHome home;
     const QString name = SampleReport::save(home.path(), changes);
     ZelvatMsg reader(home.path());
-    const ReportCsv::Export e = ReportCsv::fromNames(reader, {name});
-
-    QVERIFY(e.bytes.startsWith("\xEF\xBB\xBF"));
-    QList<QStringList> rows;
-    QVERIFY2(Csv::parse(QString::fromUtf8(e.bytes.mid(3)), &rows), e.bytes.constData());
+    const QList<QStringList> rows = rowsOf(ReportCsv::fromNames(reader, {name}).bytes);
     QCOMPARE(rows.size(), 2);
-    const QStringList header = rows[0];
-    QCOMPARE(header.mid(0, 5), (QStringList{"File", "State", "TYP", "EID", "MID"}));
-    QCOMPARE(header.size(), 31);
+    QCOMPARE(rows[0].mid(0, 5), (QStringList{"File", "State", "TYP", "EID", "MID"}));
     QCOMPARE(rows[1].size(), 31);
-    QCOMPARE(rows[1][header.indexOf(key)], expected);
-
+    QCOMPARE(rows[1][rows[0].indexOf(key)], expected);
     // Every other cell is the field as the report file holds it.
-    QVERIFY(reader.Load(name));
-    QCOMPARE(rows[1][0], name);
-    for (Key k : ZelvatMsg::allKeys()) {
-        const QString cell = rows[1][header.indexOf(ZelvatMsg::keyName(k))];
-        if (ZelvatMsg::isIntegerKey(k))
-            QCOMPARE(cell, QString::number(reader.number(k)));
-        else
-            QCOMPARE(cell, unescapeBreaks(reader.text(k)));
-    }
+    QVERIFY(reader.Load(name) && rows[1][0] == name);
+    for (auto k : ZelvatMsg::allKeys())
+        QCOMPARE(rows[1][rows[0].indexOf(ZelvatMsg::keyName(k))],
+                 ZelvatMsg::isIntegerKey(k) ? QString::number(reader.number(k)) : unescapeBreaks(reader.text(k)));
 }
 
 void TestExport::csvLeavesOutWhatCannotBeRead()
@@ -103,72 +116,32 @@ void TestExport::csvLeavesOutWhatCannotBeRead()
     ProgramHome home;
     Capture capture;
     const QString good = SampleReport::save(home.path());
-    home.writeReport("broken", "[911 DEFINITION]\r\nEID=broken\r\nCON=abc\r\n");
+    home.writeReport("broken", "EID=broken\r\nCON=abc\r\n");
     ZelvatMsg reader(home.path());
     const ReportCsv::Export e = ReportCsv::fromNames(reader, {"gone", good, "broken"});
-    QCOMPARE(e.rows, 1);
-    QCOMPARE(e.unreadable.size(), 2);
-    QVERIFY(e.unreadable[0].startsWith("gone.911: no longer"));
-    QVERIFY2(e.unreadable[1].startsWith("broken.911: 13,"), qPrintable(e.unreadable[1]));
-    QVERIFY(capture.notices.isEmpty()); // told once, by the caller
-    QList<QStringList> rows;
-    QVERIFY(Csv::parse(QString::fromUtf8(e.bytes.mid(3)), &rows));
-    QCOMPARE(rows.size(), 2);
-    QCOMPARE(rows[1][0], good);
+    QVERIFY(e.rows == 1 && rowsOf(e.bytes).size() == 2 && e.unreadable.size() == 2);
+    QVERIFY(e.unreadable[0].startsWith("gone.911: no longer") && e.unreadable[1].startsWith("broken.911: 13,"));
+    QVERIFY(capture.notices.isEmpty()); // the caller tells once
 }
 
 void TestExport::csvOfAFolderFollowsTheList()
 {
     ProgramHome home;
     for (int i = 0; i < 12; ++i) // five cities, three states
-        SampleReport::save(home.path(), {QStringLiteral("AST=%1").arg(i % 3 == 0 ? 2 : i % 3 == 1 ? 6 : 9)}, i);
+        SampleReport::save(home.path(), {QStringLiteral("AST=%1").arg(QList<int>{2, 6, 9}[i % 3])}, i);
     ZelvatMsg reader(home.path());
     for (int folder : {0, 2, 6, 9}) {
         QList<ReportList::Row> shown = ReportList::build(reader, folder);
         ReportList::sortDefault(shown);
-        QStringList expected;
+        QStringList expected, names;
         for (const auto &row : std::as_const(shown))
             expected << row.cells[ReportList::Idx];
-        const ReportCsv::Export e = ReportCsv::fromFolder(reader, folder);
-        QList<QStringList> rows;
-        QVERIFY(Csv::parse(QString::fromUtf8(e.bytes.mid(3)), &rows));
-        QStringList names;
-        for (const QStringList &r : rows.mid(1))
+        const QByteArray csv = ReportCsv::fromFolder(reader, folder).bytes;
+        for (const QStringList &r : rowsOf(csv).mid(1))
             names << r[0];
         QCOMPARE(names, expected);
-        QCOMPARE(e.rows, expected.size());
-        // The same reports named one by one give the same bytes.
-        QCOMPARE(ReportCsv::fromNames(reader, expected).bytes, e.bytes);
+        QCOMPARE(ReportCsv::fromNames(reader, expected).bytes, csv);
     }
-}
-
-void TestExport::clipboardRows()
-{
-    ReportList::Row a, b;
-    a.cells = {"A", "Ready", "SPF1", "MED", "Fall\tdown", "12 Oak St", "Springfield", "11/16/26 14:05"};
-    b.cells = {"B", "Draft", "SPF2", "LAW", "Theft", "1 Elm Rd\nrear", "Riverside", "// :"};
-    QCOMPARE(ReportCsv::tabText({a, b}),
-             QString("State\tEvent ID\tType\tIssue\tLocation\tCity\tDate/Time\n"
-                     "Ready\tSPF1\tMED\tFall down\t12 Oak St\tSpringfield\t11/16/26 14:05\n"
-                     "Draft\tSPF2\tLAW\tTheft\t1 Elm Rd rear\tRiverside\t// :\n"));
-}
-
-QStringList TestExport::snapshot(const QString &folder, bool withReports)
-{
-    // The folder itself: a scratch folder made and removed beside the message folder shows here.
-    QStringList entries{folder + QLatin1Char(' ') + QString::number(QFileInfo(folder).lastModified().toMSecsSinceEpoch())};
-    QDirIterator it(folder, QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
-                    QDirIterator::Subdirectories);
-    while (it.hasNext()) {
-        const QString path = it.next();
-        const QFileInfo info = it.fileInfo();
-        if (!withReports && (info.path().endsWith("/msg.d") || path.endsWith("/msg.d")))
-            continue; // the message folder itself and what is in it
-        entries << path + QLatin1Char(' ') + QString::number(info.size()) + QLatin1Char(' ')
-                + QString::number(info.lastModified().toMSecsSinceEpoch());
-    }
-    entries.sort();
-    return entries;
 }
 
 void TestExport::importOne_data()
@@ -178,27 +151,23 @@ void TestExport::importOne_data()
     QTest::addColumn<QString>("kind"); // file, fifo, link, folder
     QTest::addColumn<int>("result");
     QTest::addColumn<QString>("why");
-
     const QByteArray good = SampleReport::make(".", 7).fileContent("1.0.0/26320:140500");
-    QTest::newRow("good report") << "ABC26320.000007.911" << good << "file" << int(Outcome::Imported) << "";
-    QTest::newRow("name already there") << "ABC26320.000001.911" << good << "file" << int(Outcome::Skipped)
-                                        << "already in the message folder";
-    QTest::newRow("control characters") << "bin.911" << QByteArray("[911 DEFINITION]\r\nEID=x\x01y\r\n") << "file"
-                                        << int(Outcome::Refused) << "control characters";
-    QTest::newRow("number that is no number") << "bad.911" << QByteArray("EID=bad\r\nAST=ready\r\n") << "file"
-                                              << int(Outcome::Refused) << "AST=ready";
-    QTest::newRow("no event number") << "notes.911" << QByteArray("shopping list\r\n") << "file"
-                                     << int(Outcome::Refused) << "no event number";
-    QTest::newRow("not .911") << "ABC.txt" << good << "file" << int(Outcome::Refused) << "does not end in .911";
-    QTest::newRow("extension only") << ".911" << good << "file" << int(Outcome::Refused) << "only the extension";
-    QTest::newRow(".911 twice") << "x.911.911" << good << "file" << int(Outcome::Refused) << "more than once";
-    QTest::newRow("blank at the end") << "ABC .911" << good << "file" << int(Outcome::Refused) << "blank";
-    QTest::newRow("backslash") << "a\\b.911" << good << "file" << int(Outcome::Refused) << "cannot hold";
-    QTest::newRow("named pipe") << "pipe.911" << QByteArray() << "fifo" << int(Outcome::Refused) << "named pipe";
-    QTest::newRow("symbolic link") << "link.911" << good << "link" << int(Outcome::Refused) << "symbolic link";
-    QTest::newRow("folder") << "dir.911" << QByteArray() << "folder" << int(Outcome::Refused) << "a folder";
-    QTest::newRow("too large") << "big.911" << QByteArray(ReportImport::MaxBytes + 1, 'x') << "file"
-                               << int(Outcome::Refused) << "larger than";
+    const int in = int(ReportImport::Result::Imported), skip = int(ReportImport::Result::Skipped),
+              no = int(ReportImport::Result::Refused);
+    QTest::newRow("good report") << "ABC26320.000007.911" << good << "file" << in << "";
+    QTest::newRow("name already there") << "ABC26320.000001.911" << good << "file" << skip << "already in the message";
+    QTest::newRow("control characters") << "bin.911" << QByteArray("EID=x\x01y\r\n") << "file" << no << "control char";
+    QTest::newRow("no number") << "bad.911" << QByteArray("EID=bad\r\nAST=ready\r\n") << "file" << no << "AST=ready";
+    QTest::newRow("no event number") << "notes.911" << QByteArray("shopping list\r\n") << "file" << no << "no event number";
+    QTest::newRow("not .911") << "ABC.txt" << good << "file" << no << "does not end in .911";
+    QTest::newRow("extension only") << ".911" << good << "file" << no << "only the extension";
+    QTest::newRow(".911 twice") << "x.911.911" << good << "file" << no << "more than once";
+    QTest::newRow("blank at the end") << "ABC .911" << good << "file" << no << "blank";
+    QTest::newRow("backslash") << "a\\b.911" << good << "file" << no << "cannot hold";
+    QTest::newRow("named pipe") << "pipe.911" << QByteArray() << "fifo" << no << "named pipe";
+    QTest::newRow("symbolic link") << "link.911" << good << "link" << no << "symbolic link";
+    QTest::newRow("folder") << "dir.911" << QByteArray() << "folder" << no << "a folder";
+    QTest::newRow("too large") << "big.911" << QByteArray(ReportImport::MaxBytes + 1, 'x') << "file" << no << "larger than";
 }
 
 void TestExport::importOne()
@@ -210,67 +179,33 @@ void TestExport::importOne()
     QFETCH(QString, why);
     ProgramHome home;
     Capture capture;
-    const QString existing = SampleReport::save(home.path(), {}, 1);
-    const QByteArray existingBytes = home.readReport(existing);
+    const QByteArray existing = home.readReport(SampleReport::save(home.path(), {}, 1));
     QTemporaryDir source;
     const QString path = source.filePath(fileName);
-    if (kind == "file") {
-        writeFile(path, content);
-    } else if (kind == "fifo") {
-        QCOMPARE(::mkfifo(QFile::encodeName(path).constData(), 0600), 0);
-    } else if (kind == "link") {
-        writeFile(source.filePath("target"), content);
+    writeFile(source.filePath("target"), content);
+    if (kind == "file")
+        QVERIFY(QFile::rename(source.filePath("target"), path));
+    else if (kind == "link")
         QVERIFY(QFile::link(source.filePath("target"), path));
-    } else {
-        QVERIFY(QDir(source.path()).mkdir(fileName));
-    }
-    const QStringList outside = snapshot(home.path(), false);
-    const QStringList sources = snapshot(source.path(), true);
-    const QStringList before = home.reportFiles();
+    else
+        QVERIFY(kind == "fifo" ? ::mkfifo(QFile::encodeName(path).constData(), 0600) == 0 : QDir(source.path()).mkdir(fileName));
+    const QStringList outside = snapshot(home.path(), false), sources = snapshot(source.path(), true);
+    QStringList reports = home.reportFiles();
 
-    const QList<ReportImport::Outcome> outcomes = ReportImport::importFiles(home.path(), {path});
-
-    QCOMPARE(outcomes.size(), 1);
-    QCOMPARE(int(outcomes[0].result), result);
-    QVERIFY2(outcomes[0].why.contains(why), qPrintable(outcomes[0].why));
+    const ReportImport::Outcome o = ReportImport::importFiles(home.path(), {path}).value(0);
+    QCOMPARE(int(o.result), result);
+    QVERIFY2(o.why.contains(why), qPrintable(o.why));
+    // Nothing written but the one report in the message folder; nothing said on the way.
     QCOMPARE(snapshot(home.path(), false), outside);
     QCOMPARE(snapshot(source.path(), true), sources);
-    QCOMPARE(home.readReport(existing), existingBytes);
-    QStringList after = before;
-    if (result == int(Outcome::Imported)) {
-        after = (after << fileName);
-        after.sort();
+    QCOMPARE(home.readReport("ABC26320.000001"), existing);
+    if (result == int(ReportImport::Result::Imported)) {
+        (reports << fileName).sort();
         QCOMPARE(home.readReport(fileName.chopped(4)), content);
     }
-    QCOMPARE(home.reportFiles(), after);
+    QCOMPARE(home.reportFiles(), reports);
     QCOMPARE(QDir(home.path() + "/msg.d").entryList(QDir::Dirs | QDir::Hidden | QDir::NoDotAndDotDot), QStringList());
-    QVERIFY(capture.notices.isEmpty());
-    QVERIFY(capture.events.isEmpty());
-}
-
-void TestExport::importGivesOneOfEachOutcome()
-{
-    ProgramHome home;
-    QTemporaryDir source;
-    const QString existing = SampleReport::save(home.path(), {}, 1);
-    writeFile(source.filePath("broken.911"), "[911 DEFINITION]\r\nEID=broken\r\nBRE=yes\r\n");
-    writeFile(source.filePath(existing + ".911"), "[911 DEFINITION]\r\nEID=other\r\n");
-    writeFile(source.filePath("SPF26320.200.911"), SampleReport::make(".", 200).fileContent("1.0.0/26320:140500"));
-    const QList<ReportImport::Outcome> outcomes = ReportImport::importFiles(
-        home.path(), {source.filePath("broken.911"), source.filePath(existing + ".911"), source.filePath("SPF26320.200.911")});
-
-    QCOMPARE(int(outcomes[0].result), int(Outcome::Refused));
-    QCOMPARE(int(outcomes[1].result), int(Outcome::Skipped));
-    QCOMPARE(int(outcomes[2].result), int(Outcome::Imported));
-    const QString text = ReportImport::summary(outcomes);
-    QVERIFY2(text.startsWith("1 imported, 1 skipped, 1 refused."), qPrintable(text));
-    QVERIFY(text.contains("Imported:\r\n  SPF26320.200\r\n"));
-    QVERIFY(text.contains("Skipped:\r\n  " + source.filePath(existing + ".911") + ": a report of that name"));
-    QVERIFY(text.contains("Refused:\r\n  " + source.filePath("broken.911") + ": 13,"));
-
-    // A second import of the same files finds the good one there now.
-    const auto again = ReportImport::importFiles(home.path(), {source.filePath("SPF26320.200.911")});
-    QCOMPARE(int(again[0].result), int(Outcome::Skipped));
+    QVERIFY(capture.notices.isEmpty() && capture.events.isEmpty());
 }
 
 void TestExport::moveNeverReplaces()
@@ -280,13 +215,57 @@ void TestExport::moveNeverReplaces()
     writeFile(dir.filePath("new"), "imported");
     writeFile(dir.filePath("there"), "saved meanwhile");
     RunError error;
-    QVERIFY(!SafeFile::moveNew(dir.filePath("new"), dir.filePath("there"), &error));
-    QVERIFY2(error.description.contains("already exists"), qPrintable(error.description));
-    QCOMPARE(readFile(dir.filePath("there")), QByteArray("saved meanwhile"));
-    QCOMPARE(readFile(dir.filePath("new")), QByteArray("imported"));
-    QVERIFY(SafeFile::moveNew(dir.filePath("new"), dir.filePath("free"), &error));
-    QCOMPARE(readFile(dir.filePath("free")), QByteArray("imported"));
-    QVERIFY(!QFileInfo::exists(dir.filePath("new")));
+    QVERIFY(!SafeFile::moveNew(dir.filePath("new"), dir.filePath("there"), &error) && error.description.contains("already exists"));
+    QVERIFY(SafeFile::moveNew(dir.filePath("new"), dir.filePath("free"), &error) && !QFileInfo::exists(dir.filePath("new")));
+    QCOMPARE(readFile(dir.filePath("there")) + "|" + readFile(dir.filePath("free")), QByteArray("saved meanwhile|imported"));
+}
+
+void TestExport::clientPdf()
+{
+    // The window's page setup, kept per user, is the client's too.
+    QDir().mkpath(m_out.filePath("config"));
+    writeFile(m_out.filePath("config/Zelvat Call Taking System.conf"), "[PageSetup]\nPaper=Letter\n");
+    const QString file = m_out.filePath("sheets.pdf");
+    auto [code, out, err] = client({"pdf", "ABC26320.000002", "ABC26320.000001", "--out", file});
+    QVERIFY(code == 0 && out == "2 reports written to " + file + "\n" && Pdf::pages(file) == 2);
+    QVERIFY(Pdf::text(file).indexOf("ABC26320.000002") < Pdf::text(file).indexOf("ABC26320.000001"));
+    QVERIFY(Pdf::run("pdfinfo", {file}).contains("612 x 792 pts (letter)"));
+    // A report that cannot be read is named; the others are written.
+    m_home->writeReport("broken", "EID=broken\r\nBRE=maybe\r\n");
+    std::tie(code, out, err) = client({"pdf", "broken", "ABC26320.000001", "--out", file});
+    QVERIFY2(code == 2 && err.contains("left out: broken.911: 13,") && Pdf::pages(file) == 1, qPrintable(err));
+}
+
+void TestExport::clientExport()
+{
+    // Without --folder: the Ready folder, as the window shows at start.
+    const QString file = m_out.filePath("out.csv");
+    QCOMPARE(client({"export", "--csv", "--out", file}), std::make_tuple(0, "2 reports written to " + file + "\n", QString()));
+    ZelvatMsg reader(m_home->path());
+    QCOMPARE(readFile(file), ReportCsv::fromFolder(reader, 2).bytes);
+    QVERIFY(std::get<0>(client({"export", "--csv", "--folder", "draft", "--out", file})) == 0
+            && readFile(file) == ReportCsv::fromFolder(reader, 6).bytes);
+    // Wrong use: exit 2, the file left as it was.
+    for (const QStringList &wrong : {QStringList{"export", "--out", file}, {"export", "--csv", "--folder", "sent", "--out", file},
+                                     {"pdf", "ABC26320.000001"}, {"import"}})
+        QVERIFY(std::get<0>(client(wrong)) == 2 && readFile(file) == ReportCsv::fromFolder(reader, 6).bytes);
+}
+
+void TestExport::clientImport()
+{
+    QTemporaryDir source;
+    const QStringList files{source.filePath("broken.911"), source.filePath("ABC26320.000001.911"), source.filePath("SPF7.911")};
+    writeFile(files[0], "EID=broken\r\nAST=x\r\n");
+    writeFile(files[1], "EID=ABC26320.000001\r\n");
+    writeFile(files[2], SampleReport::make(".", 7).fileContent("1.0.0/26320:140500"));
+    auto [code, out, err] = client(QStringList{"import"} + files);
+    const QStringList lines = out.split('\n', Qt::SkipEmptyParts);
+    QVERIFY(code == 2 && lines.size() == 4);
+    QVERIFY(lines[0].startsWith("refused " + files[0] + ": 13,"));
+    QVERIFY(lines[1].startsWith("skipped " + files[1] + ": a report of that name"));
+    QCOMPARE(lines.mid(2), (QStringList{"imported SPF7", "1 imported, 1 skipped, 1 refused."}));
+    QVERIFY(m_home->reportFiles().contains("SPF7.911"));
+    QCOMPARE(std::get<0>(client({"import", files[2]})), 1); // there already: skipped
 }
 
 QTEST_GUILESS_MAIN(TestExport)
