@@ -1,7 +1,8 @@
 // What the hand-over costs: report sheets of 1,000 reports rendered as one PDF, and the CSV
 // export of 100,000 reports (the whole message folder, each file read once, rows in the list's
 // order, the file saved through SafeFile) against a plain read of the same files (open, read
-// all, close each) in the same run. Prints the figures and, last, csv_ratio for 100,000.
+// all, close each) in the same run; beside them the report loader alone (the file list and a
+// load of every report), the floor under the export. Prints the figures and, last, csv_ratio.
 
 #include "common/SampleReport.h"
 #include "sheet/PageSetup.h"
@@ -76,7 +77,7 @@ int main(int argc, char *argv[])
     const int count = 100000;
     const QStringList paths = fill(dir.path(), count);
     const QString out = dir.filePath(QStringLiteral("all.csv"));
-    std::vector<double> csv, plain;
+    std::vector<double> csv, plain, loader;
     qint64 checksum = 0;
     qint64 bytes = 0;
     for (int r = 0; r < 6; ++r) { // the first round only warms the caches
@@ -91,6 +92,14 @@ int main(int argc, char *argv[])
         const double csvMs = t.nsecsElapsed() / 1e6;
 
         t.restart();
+        {
+            ZelvatMsg reader(dir.path());
+            for (const QString &name : reader.fileNames())
+                checksum += reader.Load(name);
+        }
+        const double loaderMs = t.nsecsElapsed() / 1e6;
+
+        t.restart();
         for (const QString &path : paths) {
             QFile f(path);
             f.open(QIODevice::ReadOnly);
@@ -100,12 +109,14 @@ int main(int argc, char *argv[])
         if (r > 0) {
             csv.push_back(csvMs);
             plain.push_back(plainMs);
+            loader.push_back(loaderMs);
         }
     }
     if (checksum == 0)
         std::puts("nothing was read");
-    std::printf("csv reports=%d bytes=%lld csv_median_ms=%.0f plain_read_median_ms=%.0f\n", count, bytes, median(csv),
-                median(plain));
+    std::printf("csv reports=%d bytes=%lld csv_median_ms=%.0f loader_median_ms=%.0f plain_read_median_ms=%.0f "
+                "loader_ratio=%.2f\n",
+                count, bytes, median(csv), median(loader), median(plain), median(loader) / median(plain));
     std::printf("csv_ratio=%.2f\n", median(csv) / median(plain));
     return 0;
 }
