@@ -8,6 +8,7 @@ packages=(
   qt6-base-dev qt6-base-dev-tools qt6-qpa-plugins
   fonts-crosextra-carlito fonts-liberation
   help2man
+  poppler-utils
 )
 # Extra packages a caller asks for (xvfb for screenshots, clang for fuzzing, ...).
 packages+=("$@")

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Takes the README's screenshots of the real windows under a virtual X display (Xvfb): the
-# station identification, the main window, a medical and a law report on the report form, the
-# preferences and the about box. Writes docs/screenshots/*.png.
+# station identification, the main window and its File menu, a medical and a law report on the
+# report form, the preferences and the about box; and a picture of a report sheet's first page
+# (the client's PDF, rendered by pdftoppm). Writes docs/screenshots/*.png.
 set -euo pipefail
 [ -n "${TRACE:-}" ] && set -x
 cd "$(dirname "$0")/.."
@@ -14,6 +15,9 @@ mkdir -p "$out"
 home=$(mktemp -d)
 app_pid=""; xvfb_pid=""
 trap 'kill $app_pid $xvfb_pid 2>/dev/null; rm -rf "$home"' EXIT
+# Per-user settings of the run's own: the window at its default place, the default page setup.
+export XDG_CONFIG_HOME="$home/config"
+mkdir -p "$XDG_CONFIG_HOME"
 cp "$build/src/Zelvatcts" "$build/tools/cli/zelvatcts-cli" "$home/"
 printf '[GENERAL OPTIONS]\r\nNam=Pat Smith\r\nUid=KN1ABC\r\nLoc=EOC Main\r\nCty=Springfield\r\nLid=SPF\r\n' > "$home/Zelvatcts.ini"
 cli="$home/zelvatcts-cli"
@@ -27,6 +31,12 @@ for name in $("$cli" list draft | cut -f1 | grep -v '^Items'); do "$cli" delete 
 "$cli" new --set TYP=FIRE --set "ISS=Smoke In Building" --set "AD1=400 Elm Rd" --set CTY=Fairview >/dev/null
 # Put the first two back where the list shows them: Ready.
 for f in "$home"/msg.d/*.911; do grep -q 'AST=8' "$f" && sed -i 's/^AST=8\r$/AST=2\r/' "$f"; done
+
+# The report sheet of the medical report, its first page as the operator gets it on A4.
+medical=$(grep -l '^TYP=MED' "$home"/msg.d/*.911 | head -1)
+"$cli" pdf "$(basename "$medical" .911)" --out "$home/sheet.pdf" >/dev/null
+pdftoppm -png -r 80 -f 1 -l 1 -singlefile "$home/sheet.pdf" "$out/report-sheet"
+echo "$out/report-sheet.png"
 
 # Xvfb picks a free display number and writes it once it accepts clients.
 Xvfb -displayfd 5 -screen 0 1024x768x24 5>"$home/display" >/dev/null 2>&1 &
@@ -45,6 +55,16 @@ shot "Zelvat Station ID" station-id
 press "Zelvat Station ID" Return
 main=$(window "Zelvat Call Taking System v")
 shot "Zelvat Call Taking System v" main-window
+
+# The File menu with a report selected: Export, Import, Print Setup..., Print...
+xdotool mousemove --window "$main" 300 119 click 1
+press "Zelvat Call Taking System v" alt+f
+sleep 0.7
+eval "$(xdotool getwindowgeometry --shell "$main")"
+import -window root -crop "${WIDTH}x${HEIGHT}+${X}+${Y}" "$out/main-window-file-menu.png"
+echo "$out/main-window-file-menu.png"
+xdotool key Escape
+sleep 0.3
 
 # The law report and the medical report: the rows of the Ready list, ordered by City (Riverside, Springfield).
 xdotool mousemove --window "$main" 300 119 click --repeat 2 --delay 80 1

@@ -148,6 +148,9 @@ void frmZelvatmain::buildControls()
     LV->installEventFilter(this);
     connect(LV->header(), &QHeaderView::sectionClicked, this, &frmZelvatmain::LV_ColumnClick);
     connect(LV, &QTreeView::doubleClicked, this, &frmZelvatmain::LV_DblClick);
+    connect(LV->selectionModel(), &QItemSelectionModel::selectionChanged, this, &frmZelvatmain::updateSelectionCommands);
+    connect(m_sorted, &QAbstractItemModel::modelReset, this, &frmZelvatmain::updateSelectionCommands);
+    connect(m_sorted, &QAbstractItemModel::rowsRemoved, this, &frmZelvatmain::updateSelectionCommands);
 
     txtArea = new QLineEdit(central);
     txtArea->setObjectName(QStringLiteral("txtArea"));
@@ -213,15 +216,18 @@ void frmZelvatmain::buildMenus()
         return a;
     };
     QMenu *file = menuBar()->addMenu(QStringLiteral("&File"));
-    item(file, "mnuExport", QStringLiteral("Export"), false);
-    item(file, "mnuImport", QStringLiteral("Import"), false);
+    item(file, "mnuExport", QStringLiteral("Export"), true, &frmZelvatmain::mnuExport_Click);
+    item(file, "mnuImport", QStringLiteral("Import"), true, &frmZelvatmain::mnuImport_Click);
     file->addSeparator();
-    item(file, "mnuPrintSetup", QStringLiteral("Print Setup..."), false);
+    item(file, "mnuPrintSetup", QStringLiteral("Print Setup..."), true, &frmZelvatmain::mnuPrintSetup_Click);
+    mnuPrint = item(file, "mnuPrint", QStringLiteral("Print..."), false, &frmZelvatmain::mnuPrint_Click);
+    mnuPrint->setShortcut(QKeySequence::Print);
     file->addSeparator();
     item(file, "mnuExit", QStringLiteral("Exit"), true, &frmZelvatmain::mnuExit_Click);
     QMenu *edit = menuBar()->addMenu(QStringLiteral("&Edit"));
     item(edit, "mnuCut", QStringLiteral("Cut"), false);
-    item(edit, "mnuCopy", QStringLiteral("Copy"), false);
+    mnuCopy = item(edit, "mnuCopy", QStringLiteral("Copy"), false, &frmZelvatmain::mnuCopy_Click);
+    mnuCopy->setShortcut(QKeySequence::Copy);
     item(edit, "mnuPaste", QStringLiteral("Paste"), false);
     item(edit, "mnuDelete", QStringLiteral("Delete"), true, &frmZelvatmain::cmdDelete_Click);
     QMenu *setup = menuBar()->addMenu(QStringLiteral("&Setup"));

@@ -72,6 +72,20 @@ public:
     void mnuAbout_Click();
     void mnuZelvatQuickStart_Click();
     void mnuExit_Click();
+    // The hand-over commands of the File and Edit menus (MainHandOver.cpp): export, import, page
+    // setup, print, and copying rows to the clipboard.
+    void mnuExport_Click();
+    void mnuImport_Click();
+    void mnuPrintSetup_Click();
+    void mnuPrint_Click();
+    void mnuCopy_Click();
+    // The report names of the selected rows, and of every row, in the order the list shows them.
+    QStringList selectedNames() const;
+    QStringList shownNames() const;
+    // Asks for the file to export to; `filter` gets the type chosen in the dialog. Replaced in tests.
+    std::function<QString(QString *filter)> chooseExportFile;
+    // Asks for the report files to import. Replaced in tests.
+    std::function<QStringList()> chooseImportFiles;
     void LV_ColumnClick(int column);
     void LV_DblClick();
     void Form_Resize();
@@ -93,6 +107,8 @@ public:
     QLabel *sbrConfig = nullptr;      // panel "Config"
     QLabel *sbrCurrentTime = nullptr; // panel "CurrentTime"
     QAction *mnuZelvatQuickStart = nullptr;
+    QAction *mnuCopy = nullptr;
+    QAction *mnuPrint = nullptr;
     QTimer *tmrClock = nullptr;
 
 protected:
@@ -107,6 +123,7 @@ private:
     void applyListFont();
     void setListFontSize(double size);
     void tellUnreadable(const QList<Notice> &notices);
+    void updateSelectionCommands();
 
     QString m_folder;
     ZelvatIni m_station;

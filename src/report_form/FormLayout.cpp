@@ -9,6 +9,7 @@ FormLayout FormLayout::design()
     f.cmdSave = {8315, 120, 1215, 420};
     f.cmdDelete = {9530, 120, 1215, 420};
     f.cmdClose = {10745, 120, 1215, 420};
+    f.cmdPrint = {10745, 620, 1215, 420};
     f.Label19 = {6760, 620, 1100, 300};
     f.Label20 = {6760, 900, 3500, 380};
 
@@ -71,6 +72,7 @@ bool FormLayout::resize(double W, double H, double statusBarHeight)
     cmdSave.left = W - (cmdSave.width + cmdDelete.width + cmdClose.width) - 300;
     cmdDelete.left = W - (cmdDelete.width + cmdClose.width) - 300;
     cmdClose.left = W - cmdClose.width - 300;
+    cmdPrint.left = cmdClose.left;
 
     SSTab1.width = W - SSTab1.left - 300;
     SSTab1.height = H - statusBarHeight - SSTab1.top - 100;

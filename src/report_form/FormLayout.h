@@ -23,6 +23,7 @@ struct FormLayout {
     static constexpr double MinHeight = 7750;
 
     TwipsRect cmdSubmit, cmdSave, cmdDelete, cmdClose;
+    TwipsRect cmdPrint; // below Close, right of the event number
     TwipsRect Label19, Label20, Label22;
     TwipsRect Frame1, Frame2, Frame3;
     TwipsRect SSTab1;

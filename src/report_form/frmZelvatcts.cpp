@@ -125,6 +125,7 @@ frmZelvatcts::frmZelvatcts(const ReportFormContext &context, QWidget *parent)
     cmdSubmit->setEnabled(false);
     // Empty required boxes are marked.
     HighlightRequiredFields();
+    installClipboardRules();
 }
 
 frmZelvatcts::~frmZelvatcts() = default;
@@ -373,7 +374,11 @@ void frmZelvatcts::buildControls()
     cmdDelete->setObjectName(QStringLiteral("cmdDelete"));
     cmdDelete->setToolTip(QStringLiteral("Cancel and close this report"));
     cmdClose->setObjectName(QStringLiteral("cmdClose"));
-    for (QPushButton *b : {cmdSubmit, cmdSave, cmdDelete, cmdClose})
+    cmdPrint = new QPushButton(QStringLiteral("Print"), this);
+    cmdPrint->setObjectName(QStringLiteral("cmdPrint"));
+    cmdPrint->setToolTip(QStringLiteral("Print this report as it stands on the form"));
+    connect(cmdPrint, &QPushButton::clicked, this, &frmZelvatcts::cmdPrint_Click);
+    for (QPushButton *b : {cmdSubmit, cmdSave, cmdDelete, cmdClose, cmdPrint})
         b->setAutoDefault(false);
     connect(cmdSubmit, &QPushButton::clicked, this, &frmZelvatcts::cmdSubmit_Click);
     connect(cmdSave, &QPushButton::clicked, this, &frmZelvatcts::cmdSave_Click);
@@ -401,7 +406,7 @@ void frmZelvatcts::buildControls()
         txtHeader[0], txtHeader[1], cmdLast[0], txtHeader[2], txtHeader[8], cmdRtype[0], cmdRtype[1], cmdRtype[2],
         cmdRtype[3], txtHeader[3], cmdLast[1], txtHeader[4], txtHeader[5], chkReqContact, txtHeader[6], txtHeader[7],
         SSTab1, txtMed[0], txtMed[1], optCons[0], optCons[1], optBrea[0], optBrea[1], txtFire[0], txtLaw[0],
-        txtLaw[1], txtLaw[2], txtLaw[3], txtLaw[4], txtLaw[5], cmdSubmit, cmdSave, cmdDelete, cmdClose,
+        txtLaw[1], txtLaw[2], txtLaw[3], txtLaw[4], txtLaw[5], cmdSubmit, cmdSave, cmdDelete, cmdClose, cmdPrint,
     };
     for (qsizetype i = 1; i < reading.size(); ++i)
         setTabOrder(reading[i - 1], reading[i]);
@@ -418,6 +423,7 @@ void frmZelvatcts::applyLayout()
     place(cmdSave, f.cmdSave);
     place(cmdDelete, f.cmdDelete);
     place(cmdClose, f.cmdClose);
+    place(cmdPrint, f.cmdPrint);
     place(Label19, f.Label19);
     place(Label20, f.Label20);
     place(Frame1, f.Frame1);

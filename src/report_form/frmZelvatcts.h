@@ -1,6 +1,7 @@
 #pragma once
 
 #include "report_form/FormLayout.h"
+#include "sheet/ReportSheet.h"
 #include "store/FormFields.h"
 #include "store/ZelvatMsg.h"
 
@@ -95,6 +96,17 @@ public:
     void Pause(int milliSeconds);
     void StartGpTimer(int milliSeconds);
 
+    // Print and the clipboard (FormHandOver.cpp). The report as it stands on the form: every box,
+    // the types and answers, the event pair and the state, with the save stamps of its last save
+    // (or those a save would give now, for a report never saved), the contact request and the
+    // update mark; Print puts it on paper through the print dialog.
+    SheetReport shownReport() const;
+    void cmdPrint_Click();
+    // Cut, Copy and Paste on the box with the focus; what is pasted follows the box's key rules.
+    void editCut();
+    void editCopy();
+    void editPaste();
+
 signals:
     // The record was written to disk (after Save, Update, Delete, and both saves of a submission).
     void reportSaved(const QString &eventNumber, int state);
@@ -127,6 +139,9 @@ private:
     void tmrClock_Timer();
     bool saveRecord(qint16 state);
     void refreshList();
+    void installClipboardRules();
+    void pasteInto(QWidget *box, bool selection);
+    friend class FormClipboard;
 
     ReportFormContext m_context;
     ZelvatMsg m_record;
@@ -170,6 +185,7 @@ public:
     QPushButton *cmdSave = nullptr;
     QPushButton *cmdDelete = nullptr;
     QPushButton *cmdClose = nullptr;
+    QPushButton *cmdPrint = nullptr;
     QStatusBar *sbrStatus = nullptr;
     QLabel *sbrStatusPanel = nullptr;      // panel "Status"
     QLabel *sbrCurrentTimePanel = nullptr; // panel "CurrentTime"

@@ -5,6 +5,7 @@
 #include "support/SafeFile.h"
 
 #include <QDate>
+#include <QFileInfo>
 #include <QTime>
 #include <algorithm>
 
@@ -25,17 +26,32 @@ QString dateTimeCell(const QString &adt, const QString &atm)
         + atm.mid(0, 2) + QLatin1Char(':') + atm.mid(2, 2);
 }
 
+Row rowOf(const QString &name, const ZelvatMsg &record)
+{
+    Row row;
+    row.state = record.AST();
+    row.cells = {name,
+                 Zelvat::stateName(row.state),
+                 record.EID(),
+                 record.TYP(),
+                 record.ISS(),
+                 record.AD1(),
+                 record.CTY(),
+                 dateTimeCell(record.ADT(), record.ATM())};
+    return row;
+}
+
 QList<Row> build(ZelvatMsg &reader, int folder)
 {
     QList<Row> rows;
     const QStringList names = reader.fileNames();
     rows.reserve(names.size());
     for (const QString &name : names) {
-        Row row;
         if (!reader.Load(name)) {
             // What is no report file at all is shown in every folder, for the operator to see.
             const SafeFile::Kind kind = SafeFile::kindOf(reader.pathFor(name));
             if (kind != SafeFile::Kind::Regular && kind != SafeFile::Kind::Missing) {
+                Row row;
                 row.cells[Idx] = name;
                 row.cells[State] = QStringLiteral("Not a report");
                 row.cells[Issue] = SafeFile::describe(kind) + QStringLiteral(", not a report file");
@@ -43,21 +59,19 @@ QList<Row> build(ZelvatMsg &reader, int folder)
                 continue;
             }
         }
-        const qint16 state = reader.AST();
-        if (folder != Zelvat::StateAll && state != folder)
+        if (folder != Zelvat::StateAll && reader.AST() != folder)
             continue;
-        row.state = state;
-        row.cells = {name,
-                     Zelvat::stateName(state),
-                     reader.EID(),
-                     reader.TYP(),
-                     reader.ISS(),
-                     reader.AD1(),
-                     reader.CTY(),
-                     dateTimeCell(reader.ADT(), reader.ATM())};
-        rows.append(std::move(row));
+        rows.append(rowOf(name, reader));
     }
     return rows;
+}
+
+QString whyUnreadable(const ZelvatMsg &reader, const QString &name)
+{
+    const QString file = name + QStringLiteral(".911");
+    if (!QFileInfo::exists(reader.pathFor(name)))
+        return file + QStringLiteral(": no longer in the message folder");
+    return file + QStringLiteral(": ") + reader.lastError();
 }
 
 QString sortKey(const Row &row, int column)

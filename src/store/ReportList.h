@@ -26,12 +26,19 @@ const QStringList &headers();
 // "03/07/09 14:05"; only the separators "// :" when both are empty.
 QString dateTimeCell(const QString &adt, const QString &atm);
 
+// The row of the report `name` from the record it was loaded into.
+Row rowOf(const QString &name, const ZelvatMsg &record);
+
 // One row per report file of the folder whose state equals `folder` (every report for 0, All),
 // in the order the folder lists the files. Each file is loaded through `reader`; a report that
 // fails to load gets a row of what the loader left in the record. An entry named like a report
 // that is no regular file (a folder, a named pipe, a link) gets a row "Not a report" in every
 // folder, saying what it is.
 QList<Row> build(ZelvatMsg &reader, int folder);
+
+// Why the report `name` did not load into `reader`: "NAME.911: " and the loader's error, or
+// that the file is no longer there.
+QString whyUnreadable(const ZelvatMsg &reader, const QString &name);
 
 // What a row is ordered by in one column, as text that orders the same way: the cell's text with
 // case ignored, or for Date/Time the chronological value written with twelve integer digits and

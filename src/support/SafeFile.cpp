@@ -8,6 +8,7 @@
 #include <QRandomGenerator>
 
 #include <cerrno>
+#include <cstdio>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -255,6 +256,44 @@ bool writeAtomically(const QString &path, const QByteArray &bytes, RunError *err
     return true;
 }
 
+bool moveNew(const QString &from, const QString &to, RunError *error)
+{
+    const QByteArray source = QFile::encodeName(from);
+    const QByteArray target = QFile::encodeName(to);
+    const QString what = QStringLiteral("could not move ") + native(from) + QStringLiteral(" to ") + native(to);
+    struct stat st {};
+    int err = 0;
+    const Kind kind = lookAt(AT_FDCWD, source, &st, &err);
+    if (err)
+        return fail(error, fromErrno(err, what));
+    if (!acceptable(kind, false, from, error))
+        return false;
+    // A rename that refuses to replace; where the file system cannot do that, a hard link (which
+    // never replaces either) and the removal of the old name.
+#ifdef RENAME_NOREPLACE
+    int rc = ::renameat2(AT_FDCWD, source.constData(), AT_FDCWD, target.constData(), RENAME_NOREPLACE);
+#else
+    int rc = -1;
+    errno = ENOSYS;
+#endif
+    if (rc != 0 && (errno == EINVAL || errno == ENOSYS || errno == ENOTSUP)) {
+        rc = ::link(source.constData(), target.constData());
+        if (rc == 0)
+            ::unlink(source.constData());
+    }
+    if (rc != 0) {
+        if (errno == EEXIST)
+            return fail(error, RunError::make(RunError::PathFileAccessError,
+                                              native(to) + QStringLiteral(" already exists; it was left as it was")));
+        return fail(error, fromErrno(errno, what));
+    }
+    Descriptor folder{::open(QFile::encodeName(QFileInfo(to).path()).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
+    if (folder.fd < 0 || (::fsync(folder.fd) != 0 && errno != EINVAL))
+        return fail(error, fromErrno(errno, native(to) + QStringLiteral(" is in place, but its folder could not be "
+                                                                       "flushed: it may not survive a power cut")));
+    return true;
+}
+
 bool append(const QString &path, const QByteArray &bytes, RunError *error)
 {
     const QString what = QStringLiteral("could not add to ") + native(path) + leftAlone(kindOf(path) == Kind::Regular);
@@ -304,6 +343,17 @@ bool writeAtomically(const QString &path, const QByteArray &bytes, RunError *err
     if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit())
         return fail(error, RunError::fromFile(file));
     return true;
+}
+
+bool moveNew(const QString &from, const QString &to, RunError *error)
+{
+    if (!acceptable(kindOf(from), false, from, error))
+        return false;
+    if (kindOf(to) != Kind::Missing)
+        return fail(error, RunError::make(RunError::PathFileAccessError,
+                                          native(to) + QStringLiteral(" already exists; it was left as it was")));
+    QFile file(from);
+    return file.rename(to) || fail(error, RunError::fromFile(file));
 }
 
 bool append(const QString &path, const QByteArray &bytes, RunError *error)

@@ -31,6 +31,12 @@ bool readAll(const QString &path, qint64 maxBytes, QByteArray *bytes, RunError *
 // nothing replaces it.
 bool writeAtomically(const QString &path, const QByteArray &bytes, RunError *error);
 
+// Moves the regular file `from` to `to`, a path on the same file system, without ever replacing
+// anything: when something already stands at `to` (even if it appeared a moment ago) nothing is
+// moved and the error says so (PathFileAccessError, "already exists"). The folder of `to` is
+// flushed after the move.
+bool moveNew(const QString &from, const QString &to, RunError *error);
+
 // Appends `bytes` to a regular file, created when missing (for the session log). Unbuffered and
 // checked; when the bytes cannot all be written the file is cut back to its old length, so a
 // line is added whole or not at all. Anything but a regular file is refused without blocking.

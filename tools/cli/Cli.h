@@ -50,3 +50,8 @@ int envelopeCommand(Cli &cli, const QStringList &args);
 int submitCommand(Cli &cli, const QStringList &args);
 int resendCommand(Cli &cli, const QStringList &args);
 int linkTestCommand(Cli &cli, const QStringList &args);
+
+// The hand-over commands: report sheets as PDF, the CSV export, the import of report files.
+int pdfCommand(Cli &cli, const QStringList &args);
+int exportCommand(Cli &cli, const QStringList &args);
+int importCommand(Cli &cli, const QStringList &args);

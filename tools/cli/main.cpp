@@ -7,8 +7,10 @@
 #include "support/CommonConst.h"
 
 #include <QCoreApplication>
+#include <QGuiApplication>
 #include <QDir>
 #include <QFileInfo>
+#include <memory>
 
 namespace {
 
@@ -29,6 +31,9 @@ const Command kCommands[] = {
     {"submit", submitCommand},
     {"resend", resendCommand},
     {"link-test", linkTestCommand},
+    {"pdf", pdfCommand},
+    {"export", exportCommand},
+    {"import", importCommand},
 };
 
 const char kSynopsis[] = "zelvatcts-cli [--home DIR] COMMAND [ARGS]";
@@ -46,7 +51,13 @@ const char kCommandList[] =
         "                                             submit as the report form does; exit 1 if not sent\n"
         "  resend [--wait SECONDS]                    submit every Ready report in turn (without the\n"
         "                                             contact line: the form's check box is not stored)\n"
-        "  link-test                                  the preferences dialog's link test";
+        "  link-test                                  the preferences dialog's link test\n"
+        "  pdf NAME... --out FILE                     the report sheets of the reports as one PDF, on\n"
+        "                                             the window's page setup\n"
+        "  export --csv [--folder F] --out FILE       every field of the reports of a folder (all, ready,\n"
+        "                                             draft, submitted, deleted; default: ready) as CSV\n"
+        "  import FILE...                             copy report files into the message folder; a name\n"
+        "                                             already there is skipped, a broken file refused";
 
 int usage()
 {
@@ -76,8 +87,10 @@ int help()
         "\n"
         "Exit status:\n"
         "  0  done\n"
-        "  1  failed: no such report, not sent, a folder or file that cannot be written\n"
-        "  2  wrong use (a bad command, argument or field value), or a report file that cannot be read")
+        "  1  failed: no such report, not sent, a folder or file that cannot be written, an import\n"
+        "     skipped\n"
+        "  2  wrong use (a bad command, argument or field value), or a report file that cannot be read\n"
+        "     (an export or PDF then holds the others; an import refused it)")
                  .arg(QLatin1String(kSynopsis), QLatin1String(kCommandList)));
     return Cli::Success;
 }
@@ -88,12 +101,33 @@ int version()
     return Cli::Success;
 }
 
+// The command word: the first argument that is not --home or its folder.
+QByteArray commandWord(int argc, char *argv[])
+{
+    for (int i = 1; i < argc; ++i) {
+        if (qstrcmp(argv[i], "--home") == 0) {
+            ++i;
+            continue;
+        }
+        return argv[i];
+    }
+    return {};
+}
+
 } // namespace
 
 int main(int argc, char *argv[])
 {
-    QCoreApplication app(argc, argv);
-    QStringList args = app.arguments().mid(1);
+    // The report sheets are laid out with fonts, which need a GUI application; the client never
+    // shows a window, so it draws offscreen and needs no display.
+    std::unique_ptr<QCoreApplication> application;
+    if (commandWord(argc, argv) == "pdf") {
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+        application = std::make_unique<QGuiApplication>(argc, argv);
+    } else {
+        application = std::make_unique<QCoreApplication>(argc, argv);
+    }
+    QStringList args = QCoreApplication::arguments().mid(1);
 
     QString home;
     const qsizetype at = args.indexOf(QStringLiteral("--home"));
