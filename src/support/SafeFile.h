@@ -29,7 +29,12 @@ bool readAll(const QString &path, qint64 maxBytes, QByteArray *bytes, RunError *
 // may not survive a power cut: that too returns false, and the error says so.
 // A `path` that exists and is not a regular file is refused: nothing is written through it and
 // nothing replaces it.
-bool writeAtomically(const QString &path, const QByteArray &bytes, RunError *error);
+// With Flush::Later nothing is flushed: the file is still replaced whole or not at all, and it
+// survives the program being killed, but the system writes it to the disk in its own time (a few
+// seconds). For files rewritten every few seconds while the operator types, whose write must not
+// hold up the typing.
+enum class Flush { Now, Later };
+bool writeAtomically(const QString &path, const QByteArray &bytes, RunError *error, Flush flush = Flush::Now);
 
 // Appends `bytes` to a regular file, created when missing (for the session log). Unbuffered and
 // checked; when the bytes cannot all be written the file is cut back to its old length, so a
