@@ -1,6 +1,7 @@
 #include "link/Submission.h"
 
 #include "link/MessageText.h"
+#include "link/OutboxFile.h"
 #include "link/SendLock.h"
 #include "link/ServerSession.h"
 #include "store/FormRules.h"
@@ -8,6 +9,8 @@
 #include "support/CommonConst.h"
 #include "support/Platform.h"
 #include "support/ZelvatLogLib.h"
+
+#include <QFileInfo>
 
 bool Submission::SendReport(ServerSession &session, const QString &envelope, const QString &subject)
 {
@@ -45,6 +48,17 @@ Submission::Outcome Submission::submit(const QString &name, int state, ZelvatMsg
     if (!saved)
         return Outcome::NotSaved;
 
+    // While it waits in the Ready folder, its choices stay beside it, so that a resend sends the
+    // message this Submit sends.
+    OutboxFile outbox(QFileInfo(record.messageFolder()).path());
+    const OutboxFile::Choice choice{contactRequested, update};
+    QString why;
+    if (!outbox.setChoice(name, choice, &why))
+        notify(QStringLiteral("%1: the outbox file could not keep the choices of this Submit (%2). Should it be sent "
+                              "again from the outbox, its contact line and update mark may not be these.")
+                   .arg(name, why),
+               Notice::Exclamation);
+
     const QString body = MessageText::WrapBody(MessageText::BuildBody(record, contactRequested));
     const QString subject = MessageText::BuildSubject(record, update);
     const QString envelope = MessageText::BuildEnvelope(body, subject, encoding);
@@ -66,5 +80,7 @@ Submission::Outcome Submission::submit(const QString &name, int state, ZelvatMsg
         return Outcome::SentNotMarked;
     }
     hooks.refreshList();
+    if (!(choice == OutboxFile::Choice()) && !outbox.setChoice(name, {}, &why))
+        ZelvatLogLib::WriteLogLine(QStringLiteral("Outbox: the choices of %1 stay in the outbox file: %2").arg(name, why));
     return Outcome::Sent;
 }
