@@ -13,11 +13,22 @@ namespace {
 
 int g_runs = 0;
 
-// What a submission would say to the operator, kept for the caller instead.
+// What the loader or a save would say to the operator, kept for the caller instead. Installed
+// only around calls that run no events: what the rest of the program says meanwhile still
+// reaches the operator.
 struct Collect : Notifier, EventLog {
     QStringList said;
     void show(const Notice &n) override { said << n.text; }
     void error(const QString &) override {}
+};
+
+struct Forward : Notifier {
+    explicit Forward(const std::function<void(const QString &)> &to)
+        : to(to)
+    {
+    }
+    void show(const Notice &n) override { to(n.text); }
+    const std::function<void(const QString &)> &to;
 };
 
 } // namespace
@@ -51,7 +62,8 @@ QStringList Outbox::readyReports() const
 
 Submission::Outcome Outbox::submitStored(ZelvatMsg &record, ZelvatIni &station, ServerSession &session,
                                          const OutboxFile::Choice &choice,
-                                         const std::function<void(const RequiredFields::Failure &)> &missing)
+                                         const std::function<void(const RequiredFields::Failure &)> &missing,
+                                         const std::function<void(const QString &)> &tell)
 {
     const ZelvatMsg loaded = record; // the report as it stands on disk stands for the form's boxes
     Submission::Hooks hooks;
@@ -65,10 +77,15 @@ Submission::Outcome Outbox::submitStored(ZelvatMsg &record, ZelvatIni &station, 
         record = loaded;
         record.setAST(state);
         applySaveStamps(record, station, DatetimeLib::now());
+        if (!tell)
+            return record.Fadd();
+        Forward forward(tell);
+        ScopedNotifier scoped(&forward);
         return record.Fadd();
     };
     hooks.stateChanged = [](qint16) {};
     hooks.refreshList = [] {};
+    hooks.tell = tell;
     return Submission::submit(loaded.fileName(), loaded.AST(), record, choice.contact, choice.update, session, station.Enc,
                               hooks);
 }
@@ -85,13 +102,15 @@ Outbox::Try Outbox::sendOne(const QString &name, ServerSession &session, const H
     if (hooks.isOpen && hooks.isOpen(name))
         return result(Result::PassedBy, QStringLiteral("skipped: it is open in the report form"));
 
-    Collect collect;
-    ScopedNotifier notices(&collect);
     ZelvatMsg record(m_folder);
-    if (!record.Load(name)) {
-        t.notices = collect.said;
-        return collect.said.isEmpty() ? result(Result::PassedBy, QStringLiteral("skipped: it is gone"))
-                                      : result(Result::NeedsOperator, QStringLiteral("skipped: it cannot be read"));
+    {
+        Collect collect;
+        ScopedNotifier notices(&collect);
+        if (!record.Load(name)) {
+            t.notices = collect.said;
+            return collect.said.isEmpty() ? result(Result::PassedBy, QStringLiteral("skipped: it is gone"))
+                                          : result(Result::NeedsOperator, QStringLiteral("skipped: it cannot be read"));
+        }
     }
     if (record.AST() != Zelvat::StateReady) // another program has dealt with it since the list was made
         return result(Result::PassedBy, QStringLiteral("skipped: it is %1 now").arg(Zelvat::stateName(record.AST())));
@@ -102,8 +121,8 @@ Outbox::Try Outbox::sendOne(const QString &name, ServerSession &session, const H
         submitStored(record, m_station, session, OutboxFile(m_folder).choice(name), [&](const RequiredFields::Failure &f) {
             missing << QStringLiteral("%1: missing %2%3").arg(eid, f.name,
                                                                f.key.isEmpty() ? QString() : QStringLiteral(" (%1)").arg(f.key));
-        });
-    t.notices = missing + collect.said;
+        }, [&t](const QString &text) { t.notices << text; });
+    t.notices = missing + t.notices;
     switch (outcome) {
     case Submission::Outcome::Sent: return result(Result::Sent, QStringLiteral("Submitted"));
     case Submission::Outcome::SentNotMarked: return result(Result::SentNotMarked, QStringLiteral("sent, but not marked Submitted"));

@@ -62,15 +62,17 @@ public:
     };
     // Sends the Ready reports in turn over `session`; stops when the session is cancelled. Every
     // try is written to the session log. What the submissions would tell the operator comes back
-    // in the tries instead.
+    // in the tries instead (the operator may be typing a call meanwhile: nothing pops up).
     Run sendReady(ServerSession &session, const Hooks &hooks);
 
     // One stored report, as loaded into `record`, submitted as the form's Submit does it: required
     // fields checked on what is stored (each missing one given to `missing`), saved as Ready,
-    // sent, saved as Submitted; the save stamps from the station.
+    // sent, saved as Submitted; the save stamps from the station. What the submission and the
+    // saves would tell the operator goes to `tell` when it is given.
     static Submission::Outcome submitStored(ZelvatMsg &record, ZelvatIni &station, ServerSession &session,
                                             const OutboxFile::Choice &choice,
-                                            const std::function<void(const RequiredFields::Failure &)> &missing);
+                                            const std::function<void(const RequiredFields::Failure &)> &missing,
+                                            const std::function<void(const QString &)> &tell = {});
 
     // True while a run of an outbox of this program goes on.
     static bool sending();

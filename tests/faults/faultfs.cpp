@@ -3,7 +3,7 @@
 // files whose path contains a given text (the path of a descriptor comes from /proc/self/fd).
 //
 // Armed when a process starts, from its environment:
-//   FAULTFS_OP=write|fsync|close|rename   FAULTFS_ERRNO=ENOSPC|EDQUOT|EIO|EROFS|EACCES|<number>
+//   FAULTFS_OP=write|fsync|close|rename   FAULTFS_ERRNO=ENOSPC|EDQUOT|EIO|EROFS|EACCES|HANG|<number>
 //   FAULTFS_MATCH=<text in the path>      FAULTFS_AT=<N, default 0>     FAULTFS_TRACE=1 (optional)
 // or at run time, from a process started with it, through the C functions at the end, found with
 // dlsym(RTLD_DEFAULT, "faultfs_arm") and so on.
@@ -12,6 +12,8 @@
 // byte N is cut short there and every write after it fails. For the other calls, N is the number
 // of matching calls that still succeed; every one after fails. A failing close closes all the
 // same, as the system does. FAULTFS_TRACE=1 prints each intercepted call on a matching path.
+// HANG (error number -1) fails no call: the call that would fail never returns, so that a test
+// can kill the process in the middle of a write.
 //
 // Built without sanitizers: it is loaded ahead of their runtime and only passes calls on.
 
@@ -61,6 +63,7 @@ int errnoNamed(const char *name)
     if (!strcmp(name, "EIO")) return EIO;
     if (!strcmp(name, "EROFS")) return EROFS;
     if (!strcmp(name, "EACCES")) return EACCES;
+    if (!strcmp(name, "HANG")) return -1;
     return atoi(name) > 0 ? atoi(name) : EIO;
 }
 
@@ -102,6 +105,8 @@ long long fdAllowance(Op op, int fd, long long wanted)
 
 int failWith()
 {
+    while (g_errno < 0)
+        pause();
     errno = g_errno;
     return -1;
 }
