@@ -175,6 +175,7 @@ void OutboxControl::showStatus()
 void OutboxControl::cmdSendReady_Click()
 {
     if (m_running) {
+        m_stopped = true;
         if (m_session)
             m_session->cancel(QStringLiteral("the operator stopped the sending"));
         return;
@@ -200,6 +201,7 @@ void OutboxControl::run(bool byOperator)
     ServerSession session(&m_window->station());
     m_session = &session;
     QProgressDialog *progress = nullptr;
+    m_stopped = false;
     if (byOperator) {
         progress = new QProgressDialog(QStringLiteral("Sending the Ready reports..."), QStringLiteral("Cancel"), 0,
                                        int(m_ready.size()), m_window);
@@ -209,7 +211,10 @@ void OutboxControl::run(bool byOperator)
         progress->setMinimumDuration(0);
         progress->setAutoClose(false);
         progress->setAutoReset(false);
-        const auto cancel = [&session] { session.cancel(QStringLiteral("the operator cancelled the sending")); };
+        const auto cancel = [this, &session] {
+            m_stopped = true;
+            session.cancel(QStringLiteral("the operator cancelled the sending"));
+        };
         connect(progress, &QProgressDialog::canceled, &session, cancel);
         connect(progress, &QDialog::rejected, &session, cancel); // Escape
     }
@@ -269,7 +274,7 @@ void OutboxControl::run(bool byOperator)
     else if (result.linkFailed)
         m_lastRun += QStringLiteral(", the server did not take them");
     // The operator who asked hears how it went; the automatic runs only say it in the panel.
-    if (byOperator && (result.linkFailed || result.needsOperator > 0)) {
+    if (byOperator && !m_stopped && (result.linkFailed || result.needsOperator > 0)) {
         QString text = QStringLiteral("%1 of %2 Ready reports were sent; %3 stay Ready.")
                            .arg(result.sent)
                            .arg(result.count)

@@ -72,6 +72,7 @@ private:
     QStringList m_ready;
     QSet<QString> m_needOperator; // Ready reports the last run could not send without the operator
     bool m_running = false;
+    bool m_stopped = false; // the operator stopped the run: they need no telling how it went
     bool m_waitingForSession = false;
     QPointer<ServerSession> m_session;
     QString m_sending; // the report being sent

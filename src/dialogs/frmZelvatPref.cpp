@@ -202,7 +202,7 @@ void frmZelvatPref::buildOutboxTab()
     nframe[2] = new QGroupBox(QStringLiteral("Resend Ready Reports"), page);
     nframe[2]->setObjectName(QStringLiteral("nframe_2"));
     Twips::place(nframe[2], 120, 120, 6200, 2300);
-    SSTab1->addTab(page, QStringLiteral("Outbox"));
+    SSTab1->addTab(page, QStringLiteral("&Outbox"));
 
     chkAutoResend = new QCheckBox(QStringLiteral("Resend Ready reports &automatically"), nframe[2]);
     chkAutoResend->setObjectName(QStringLiteral("chkAutoResend"));

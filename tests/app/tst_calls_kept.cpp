@@ -325,7 +325,7 @@ void TestCallsKept::preferencesOutboxTab()
     QCOMPARE(d.size(), plain); // the dialog keeps its size: a third tab
     d.show();
     d.SSTab1->setCurrentIndex(2);
-    QCOMPARE(d.SSTab1->tabText(2), QString("Outbox"));
+    QCOMPARE(d.SSTab1->tabText(2), QString("&Outbox")); // Alt+O
     QVERIFY(d.chkAutoResend->isChecked());
     QCOMPARE(d.txtFirstRetry->value(), 60);
     QTest::keyClick(d.chkAutoResend, Qt::Key_Space);
