@@ -269,7 +269,9 @@ void OutboxControl::run(bool byOperator)
     recount();
     m_window->BuildNewMsgList();
     m_lastRun = QStringLiteral("last run: %1 of %2 sent").arg(result.sent).arg(result.count);
-    if (result.cancelled)
+    if (result.madeWay)
+        m_lastRun += QStringLiteral(", paused for the report form");
+    else if (result.cancelled)
         m_lastRun += QStringLiteral(", stopped");
     else if (result.linkFailed)
         m_lastRun += QStringLiteral(", the server did not take them");

@@ -12,6 +12,7 @@
 namespace {
 
 int g_runs = 0;
+bool g_makeWay = false;
 
 // What the loader or a save would say to the operator, kept for the caller instead. Installed
 // only around calls that run no events: what the rest of the program says meanwhile still
@@ -42,6 +43,11 @@ Outbox::Outbox(const QString &programFolder, ZelvatIni &station)
 bool Outbox::sending()
 {
     return g_runs > 0;
+}
+
+void Outbox::makeWay()
+{
+    g_makeWay = sending();
 }
 
 QStringList Outbox::readyReports() const
@@ -142,7 +148,11 @@ Outbox::Run Outbox::sendReady(ServerSession &session, const Hooks &hooks)
 {
     struct Running {
         Running() { ++g_runs; }
-        ~Running() { --g_runs; }
+        ~Running()
+        {
+            if (--g_runs == 0)
+                g_makeWay = false;
+        }
     } running;
     Run run;
     const QStringList ready = readyReports();
@@ -151,6 +161,10 @@ Outbox::Run Outbox::sendReady(ServerSession &session, const Hooks &hooks)
         if (session.cancelled()) {
             run.cancelled = run.linkFailed = true;
             run.failure = session.failure();
+            break;
+        }
+        if (g_makeWay) {
+            run.madeWay = true;
             break;
         }
         if (hooks.starting)

@@ -57,6 +57,7 @@ public:
         int needsOperator = 0;
         bool linkFailed = false; // a report was not taken, or the session was cancelled
         bool cancelled = false;
+        bool madeWay = false; // ended early for the report form (makeWay)
         QString failure;     // the session's own words for the last failure
         QStringList tried;   // the names tried, in order
     };
@@ -76,6 +77,9 @@ public:
 
     // True while a run of an outbox of this program goes on.
     static bool sending();
+    // The operator wants to submit from the report form: a run in progress ends after the report
+    // it is sending, leaving the rest Ready for the next run.
+    static void makeWay();
 
 private:
     Try sendOne(const QString &name, ServerSession &session, const Hooks &hooks);

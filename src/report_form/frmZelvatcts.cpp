@@ -946,7 +946,9 @@ void frmZelvatcts::cmdSubmit_Click()
     if (m_session->busy())
         return; // one session at a time
     if (ServerSession::anyBusy() || Outbox::sending()) {
-        setStatus(Outbox::sending() ? QStringLiteral("The outbox is sending the Ready reports: Submit again when it is done")
+        // The outbox stops after the report in hand, so that this one goes next.
+        Outbox::makeWay();
+        setStatus(Outbox::sending() ? QStringLiteral("The outbox is sending a Ready report: Submit again in a moment")
                                     : QStringLiteral("Another session with the message server is running: Submit again when it is done"));
         return;
     }

@@ -291,29 +291,37 @@ void TestCallsKept::oneSessionAtATime()
 {
     WindowHome home;
     Capture capture;
-    const QStringList names = readyReports(home, 1);
-    LoopbackServer &server = home.serve(LoopbackServer::Mode::Silent);
+    const QStringList names = readyReports(home, 3);
+    LoopbackServer &server = home.serve();
     home.station().save();
     auto w = startWindow(home);
-    // The outbox sends (and waits on the silent server): the form's Submit holds back.
+    // The outbox sends: the form's Submit holds back, and the outbox stops after the report in
+    // hand so that the new one goes next.
     QPointer<frmZelvatcts> f = typeReport(home);
-    QTimer::singleShot(1000, [&] {
+    QTimer::singleShot(200, [&] {
         QTest::mouseClick(f->cmdSubmit, Qt::LeftButton);
-        QCOMPARE(f->statusText(), QString("The outbox is sending the Ready reports: Submit again when it is done"));
-        w->outbox()->cmdSendReady_Click(); // the same command stops the run
+        QCOMPARE(f->statusText(), QString("The outbox is sending a Ready report: Submit again in a moment"));
     });
     w->outbox()->cmdSendReady_Click();
-    QCOMPARE(server.messages(), 1);
-    // The form sends (and waits): the outbox, due now, holds back.
+    QCOMPARE(states(home, names), (QList<int>{9, 2, 2}));
+    QVERIFY(w->outbox()->sbrOutbox->text().endsWith("last run: 1 of 3 sent, paused for the report form"));
+    QTest::mouseClick(f->cmdSubmit, Qt::LeftButton);
+    QTRY_VERIFY(!f);
+    QCOMPARE(server.messages(), 2);
+
+    // The form sends (and waits on a silent server): the outbox, due now, holds back.
+    LoopbackServer &silent = home.serve(LoopbackServer::Mode::Silent);
+    w->station().Prt = home.station().Prt;
+    f = typeReport(home);
     QTimer::singleShot(1000, [&] {
         DatetimeLib::setFixedNow(ProgramHome::FixedNow.addSecs(3600));
         w->outbox()->tick();
-        QVERIFY2(w->outbox()->sbrOutbox->text().contains("waiting for the report form's session"),
+        QVERIFY2(w->outbox()->sbrOutbox->text().contains("2 Ready, waiting for the report form's session"),
                  qPrintable(w->outbox()->sbrOutbox->text()));
         f->session()->cancel("enough");
     });
     QTest::mouseClick(f->cmdSubmit, Qt::LeftButton);
-    QCOMPARE(server.messages(), 2); // the form's one, and no other
+    QCOMPARE(silent.messages(), 1); // the form's, and no other
 }
 
 void TestCallsKept::preferencesOutboxTab()
