@@ -1,5 +1,7 @@
 #include "app/frmZelvatmain.h"
 
+#include "app/OutboxControl.h"
+#include "app/RecoveryOffer.h"
 #include "app/ReportListModel.h"
 #include "ui/Twips.h"
 #include "dialogs/frmAbout.h"
@@ -88,6 +90,8 @@ frmZelvatmain::frmZelvatmain(const QString &programFolder, QWidget *parent)
     startReportForm = [this](const QString &eventRecord) {
         frmZelvatcts::open(ReportFormContext{m_folder, &m_station, [this] { BuildNewMsgList(); }}, eventRecord);
     };
+    m_outbox = new OutboxControl(this);
+    m_recoveryOffer = new RecoveryOffer(this);
 }
 
 frmZelvatmain::~frmZelvatmain() = default;
@@ -292,6 +296,10 @@ void frmZelvatmain::Form_Load()
         showStationDialog();
     sbrConfig->setText(configText());
     frmZelvatcts::clearLastUsed();
+    // Then the input of a report form kept when the program stopped is offered, and the outbox
+    // starts to count the Ready reports.
+    m_recoveryOffer->offerNext();
+    m_outbox->start();
 }
 
 void frmZelvatmain::Form_Unload()
@@ -573,8 +581,10 @@ void frmZelvatmain::mnuStationID_Click()
 
 void frmZelvatmain::mnuPreferences_Click()
 {
-    frmZelvatPref dialog(m_station, m_linkSession, this);
-    dialog.exec();
+    OutboxFile::Settings outbox = m_outbox->settings();
+    frmZelvatPref dialog(m_station, m_linkSession, this, &outbox);
+    if (dialog.exec() == QDialog::Accepted)
+        m_outbox->setSettings(outbox);
     m_station.save();
 }
 

@@ -18,6 +18,8 @@ class QPushButton;
 class QSortFilterProxyModel;
 class QTimer;
 class QTreeView;
+class OutboxControl;
+class RecoveryOffer;
 class ReportListModel;
 class ServerSession;
 
@@ -40,6 +42,12 @@ public:
     std::function<void(const QString &eventRecord)> startReportForm;
     // Shows the station identification dialog modally (replaced in tests that drive it).
     std::function<void()> showStationDialog;
+    // Asks whether the input of a report form kept when a program stopped is restored (a
+    // message box; replaced in tests that answer it).
+    enum class RecoveryAnswer { Restore, Discard, Later };
+    std::function<RecoveryAnswer(const QString &question)> askRestore;
+    // The outbox: Send Ready Reports, the automatic resend and its status panel.
+    OutboxControl *outbox() const { return m_outbox; }
 
     // Refills the list for the current folder. Public: the report form calls it.
     void BuildNewMsgList();
@@ -131,6 +139,8 @@ private:
     ReportListModel *m_model = nullptr;
     QSortFilterProxyModel *m_sorted = nullptr;
     ServerSession *m_linkSession = nullptr;
+    OutboxControl *m_outbox = nullptr;
+    RecoveryOffer *m_recoveryOffer = nullptr;
     std::array<qint32, 8> m_columnWidths {};
     int m_currentFolder = 2;
     int m_sortKey = 6;

@@ -9,18 +9,21 @@
 #include "support/StringLib.h"
 
 #include <QApplication>
+#include <QCheckBox>
 #include <QComboBox>
 #include <QGroupBox>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QSpinBox>
 #include <QTabWidget>
 
-frmZelvatPref::frmZelvatPref(ZelvatIni &station, ServerSession *session, QWidget *parent)
+frmZelvatPref::frmZelvatPref(ZelvatIni &station, ServerSession *session, QWidget *parent, OutboxFile::Settings *outbox)
     : QDialog(parent)
     , m_station(station)
     , m_session(session)
+    , m_outbox(outbox)
 {
     setObjectName(QStringLiteral("frmZelvatPref"));
     setWindowTitle(QStringLiteral("Preferences"));
@@ -80,6 +83,8 @@ frmZelvatPref::frmZelvatPref(ZelvatIni &station, ServerSession *session, QWidget
     txtServer[2]->setText(QString::number(station.Nto));
     cboEncType->addItems({QStringLiteral("NONE"), QStringLiteral("BASE64")});
     cboEncType->setCurrentIndex(int(cboEncType->findText(station.Enc, Qt::MatchExactly | Qt::MatchCaseSensitive)));
+    if (m_outbox)
+        buildOutboxTab();
     SSTab1->setCurrentIndex(0);
     onTabChanged(0);
     connect(SSTab1, &QTabWidget::currentChanged, this, &frmZelvatPref::onTabChanged);
@@ -87,14 +92,18 @@ frmZelvatPref::frmZelvatPref(ZelvatIni &station, ServerSession *session, QWidget
 
 void frmZelvatPref::onTabChanged(int tab)
 {
-    for (int i = 0; i < 2; ++i)
-        nframe[i]->setEnabled(i == tab);
+    for (int i = 0; i < int(nframe.size()); ++i) {
+        if (nframe[i])
+            nframe[i]->setEnabled(i == tab);
+    }
     FocusFirstOnTab();
 }
 
 void frmZelvatPref::FocusFirstOnTab()
 {
     const int tab = SSTab1->currentIndex();
+    if (tab < 0 || tab >= int(nframe.size()) || !nframe[tab])
+        return;
     for (QWidget *w : nframe[tab]->findChildren<QWidget *>(Qt::FindDirectChildrenOnly)) {
         if (w->focusPolicy() != Qt::NoFocus && w->isEnabled()) {
             w->setFocus();
@@ -151,6 +160,10 @@ void frmZelvatPref::cmdOK_Click()
     m_station.Prt = txtServer[1]->text();
     m_station.Nto = qint16(*timeout);
     m_station.Enc = cboEncType->currentText();
+    if (m_outbox) {
+        m_outbox->automatic = chkAutoResend->isChecked();
+        m_outbox->firstRetrySeconds = txtFirstRetry->value();
+    }
     accept();
 }
 
@@ -180,4 +193,35 @@ void frmZelvatPref::cmdTest_Click()
     m_station.Hst = keptHost;
     const auto port = StringLib::toInteger(keptPort, -32768, 32767, QString(), nullptr);
     m_station.Prt = port ? QString::number(*port) : keptPort;
+}
+
+// The third tab: whether the Ready reports are sent again by themselves, and how soon.
+void frmZelvatPref::buildOutboxTab()
+{
+    auto *page = new QWidget;
+    nframe[2] = new QGroupBox(QStringLiteral("Resend Ready Reports"), page);
+    nframe[2]->setObjectName(QStringLiteral("nframe_2"));
+    Twips::place(nframe[2], 120, 120, 6200, 2300);
+    SSTab1->addTab(page, QStringLiteral("&Outbox"));
+
+    chkAutoResend = new QCheckBox(QStringLiteral("Resend Ready reports &automatically"), nframe[2]);
+    chkAutoResend->setObjectName(QStringLiteral("chkAutoResend"));
+    chkAutoResend->setChecked(m_outbox->automatic);
+    Twips::place(chkAutoResend, 240, 420, 5800, 330);
+    auto *label = new QLabel(QStringLiteral("First retry after:"), nframe[2]);
+    txtFirstRetry = new QSpinBox(nframe[2]);
+    txtFirstRetry->setObjectName(QStringLiteral("txtFirstRetry"));
+    txtFirstRetry->setRange(OutboxFile::MinFirstRetrySeconds, OutboxFile::MaxRetrySeconds);
+    txtFirstRetry->setSuffix(QStringLiteral(" s"));
+    txtFirstRetry->setValue(m_outbox->firstRetrySeconds);
+    label->setBuddy(txtFirstRetry);
+    Twips::place(label, 240, 900, 1800, 330);
+    Twips::place(txtFirstRetry, 2100, 870, 1300, 360);
+    auto *note = new QLabel(QStringLiteral("After each failed try the wait doubles, up to 15 minutes; after a try that "
+                                           "went through it is the first interval again."),
+                            nframe[2]);
+    note->setWordWrap(true);
+    Twips::place(note, 240, 1380, 5800, 700);
+    connect(chkAutoResend, &QCheckBox::toggled, txtFirstRetry, &QWidget::setEnabled);
+    txtFirstRetry->setEnabled(chkAutoResend->isChecked());
 }

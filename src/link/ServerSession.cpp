@@ -11,6 +11,24 @@
 
 using ZelvatLogLib::WriteLogLine;
 
+namespace {
+
+int g_busySessions = 0;
+
+} // namespace
+
+bool ServerSession::anyBusy()
+{
+    return g_busySessions > 0;
+}
+
+void ServerSession::setBusy(bool busy)
+{
+    if (busy != m_busy)
+        g_busySessions += busy ? 1 : -1;
+    m_busy = busy;
+}
+
 ServerSession::ServerSession(const ZelvatIni *station, QObject *parent)
     : QObject(parent)
     , m_station(station)
@@ -33,6 +51,7 @@ ServerSession::ServerSession(const ZelvatIni *station, QObject *parent)
 
 ServerSession::~ServerSession()
 {
+    setBusy(false);
     // A wait still on the stack (the owner was destroyed from inside it) must end at once.
     m_cancelled = true;
     wake();
@@ -148,10 +167,10 @@ bool ServerSession::startConnect(int limitMs)
 
 bool ServerSession::SeqTndirect(const QString &message, const QString &subject)
 {
-    m_busy = true;
+    setBusy(true);
     if (!ConnectToServer()) {
         AbortSession(QStringLiteral("Connect"));
-        m_busy = false;
+        setBusy(false);
         return false;
     }
     Pause(100);
@@ -162,7 +181,7 @@ bool ServerSession::SeqTndirect(const QString &message, const QString &subject)
     } else {
         AbortSession(QStringLiteral("Sending messages"));
     }
-    m_busy = false;
+    setBusy(false);
     return ok && !m_cancelled;
 }
 
@@ -290,7 +309,7 @@ void ServerSession::AbortSession(const QString &reason)
 bool ServerSession::TndirectTest(const QString &text)
 {
     m_step = 801;
-    m_busy = true;
+    setBusy(true);
     m_step = 803;
     showStatus(QStringLiteral("Passing Test message..."));
     const bool connected = startConnect(5000);
@@ -315,6 +334,6 @@ bool ServerSession::TndirectTest(const QString &text)
     m_step = 806;
     m_socket->disconnectFromHost();
     waitUntil([this] { return m_socket->state() == QAbstractSocket::UnconnectedState; });
-    m_busy = false;
+    setBusy(false);
     return ok && !m_cancelled;
 }

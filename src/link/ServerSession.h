@@ -52,6 +52,8 @@ public:
     QString failure() const { return m_failure; }
 
     bool busy() const { return m_busy; }
+    // True while any session of this program runs: the program holds one session at a time.
+    static bool anyBusy();
     bool replyFlag() const { return m_reply; }
     int promptState() const { return m_prompt; }
     void setPromptState(int state) { m_prompt = state; }
@@ -67,6 +69,7 @@ signals:
 
 private:
     void WNS_DataArrival();
+    void setBusy(bool busy);
     void waitUntil(const std::function<bool()> &done);
     void wake();
     bool startConnect(int limitMs);

@@ -1,6 +1,7 @@
 #include "link/Submission.h"
 
 #include "link/MessageText.h"
+#include "link/OutboxFile.h"
 #include "link/SendLock.h"
 #include "link/ServerSession.h"
 #include "store/FormRules.h"
@@ -8,6 +9,8 @@
 #include "support/CommonConst.h"
 #include "support/Platform.h"
 #include "support/ZelvatLogLib.h"
+
+#include <QFileInfo>
 
 bool Submission::SendReport(ServerSession &session, const QString &envelope, const QString &subject)
 {
@@ -19,6 +22,12 @@ bool Submission::SendReport(ServerSession &session, const QString &envelope, con
 Submission::Outcome Submission::submit(const QString &name, int state, ZelvatMsg &record, bool contactRequested,
                                        bool update, ServerSession &session, const QString &encoding, const Hooks &hooks)
 {
+    const auto tell = [&hooks](const QString &text) {
+        if (hooks.tell)
+            hooks.tell(text);
+        else
+            notify(text, Notice::Exclamation);
+    };
     record.Clear();
     if (!FormRules::canSubmit(state))
         return Outcome::NotSubmittable;
@@ -28,14 +37,13 @@ Submission::Outcome Submission::submit(const QString &name, int state, ZelvatMsg
     }
     const SendLock lock(record.messageFolder(), name);
     if (!lock.locked()) {
-        notify(lock.why() + QStringLiteral("; it was not sent from here."), Notice::Exclamation);
+        tell(lock.why() + QStringLiteral("; it was not sent from here."));
         return Outcome::Busy;
     }
     ZelvatMsg onDisk = record;
     if (state != Zelvat::StateSubmitted && onDisk.Load(name) && onDisk.AST() == Zelvat::StateSubmitted) {
-        notify(QStringLiteral("%1 has been submitted by another program since it was opened here; it was not sent again.")
-                   .arg(name),
-               Notice::Exclamation);
+        tell(QStringLiteral("%1 has been submitted by another program since it was opened here; it was not sent again.")
+                 .arg(name));
         return Outcome::AlreadySent;
     }
     // The report is on disk as Ready before anything is sent.
@@ -45,26 +53,37 @@ Submission::Outcome Submission::submit(const QString &name, int state, ZelvatMsg
     if (!saved)
         return Outcome::NotSaved;
 
+    // While it waits in the Ready folder, its choices stay beside it, so that a resend sends the
+    // message this Submit sends.
+    OutboxFile outbox(QFileInfo(record.messageFolder()).path());
+    const OutboxFile::Choice choice{contactRequested, update};
+    QString why;
+    if (!outbox.setChoice(name, choice, &why))
+        tell(QStringLiteral("%1: the outbox file could not keep the choices of this Submit (%2). Should it be sent "
+                            "again from the outbox, its contact line and update mark may not be these.")
+                 .arg(name, why));
+
     const QString body = MessageText::WrapBody(MessageText::BuildBody(record, contactRequested));
     const QString subject = MessageText::BuildSubject(record, update);
     const QString envelope = MessageText::BuildEnvelope(body, subject, encoding);
     if (!SendReport(session, envelope, subject)) {
         if (session.cancelled())
             return Outcome::Cancelled;
-        notify(QStringLiteral("CmdSubmit: SendToClient Failed\r\n") + session.failure(), Notice::Exclamation);
+        tell(QStringLiteral("CmdSubmit: SendToClient Failed\r\n") + session.failure());
         return Outcome::NotSent;
     }
     if (!hooks.saveAs(Zelvat::StateSubmitted)) {
         // The message went out: say so plainly, or the next resend sends it again.
         ZelvatLogLib::WriteLogLine(QStringLiteral("SendMessage: %1 went out, but its file could not be marked Submitted")
                                        .arg(name));
-        notify(QStringLiteral("%1 was sent, but its file could not be marked Submitted: it still says Ready. "
-                              "Mark it before the Ready reports are sent again, or it goes out twice.")
-                   .arg(name),
-               Notice::Exclamation);
+        tell(QStringLiteral("%1 was sent, but its file could not be marked Submitted: it still says Ready. "
+                            "Mark it before the Ready reports are sent again, or it goes out twice.")
+                 .arg(name));
         hooks.refreshList();
         return Outcome::SentNotMarked;
     }
     hooks.refreshList();
+    if (!(choice == OutboxFile::Choice()) && !outbox.setChoice(name, {}, &why))
+        ZelvatLogLib::WriteLogLine(QStringLiteral("Outbox: the choices of %1 stay in the outbox file: %2").arg(name, why));
     return Outcome::Sent;
 }

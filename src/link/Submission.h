@@ -21,6 +21,8 @@ public:
         std::function<void(qint16 state)> stateChanged;
         // The list of reports should be built again.
         std::function<void()> refreshList;
+        // What the submission tells the operator (why it was not sent, ...); unset: a message box.
+        std::function<void(const QString &text)> tell;
     };
 
     enum class Outcome {

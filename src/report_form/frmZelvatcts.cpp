@@ -2,7 +2,9 @@
 
 #include "ui/Paint.h"
 #include "ui/Twips.h"
+#include "ui/WindowAccessibility.h"
 
+#include "link/Outbox.h"
 #include "link/RequiredFields.h"
 #include "link/ServerSession.h"
 #include "link/Submission.h"
@@ -74,7 +76,8 @@ frmZelvatcts *frmZelvatcts::current()
     return g_current;
 }
 
-frmZelvatcts *frmZelvatcts::open(const ReportFormContext &context, const QString &eventRecord)
+frmZelvatcts *frmZelvatcts::open(const ReportFormContext &context, const QString &eventRecord,
+                                 const FormRecovery::Input *recovered)
 {
     if (g_current && g_current->isVisible()) {
         g_current->raise();
@@ -87,7 +90,10 @@ frmZelvatcts *frmZelvatcts::open(const ReportFormContext &context, const QString
     auto *form = new frmZelvatcts(context);
     form->setAttribute(Qt::WA_DeleteOnClose);
     g_current = form;
-    form->StartForm(eventRecord);
+    if (recovered)
+        form->restoreInput(*recovered);
+    else
+        form->StartForm(eventRecord);
     return form;
 }
 
@@ -97,6 +103,7 @@ frmZelvatcts::frmZelvatcts(const ReportFormContext &context, QWidget *parent)
     , m_record(context.programFolder)
     , m_layout(FormLayout::design())
 {
+    WindowAccessibility::presentAsWindow("frmZelvatcts");
     buildControls();
     m_session = new ServerSession(context.station, this);
     connect(m_session, &ServerSession::status, this, &frmZelvatcts::setStatus);
@@ -167,6 +174,7 @@ void frmZelvatcts::StartForm(const QString &eventRecord)
     }
     SetButtonsForState(m_state);
     ShowStateCaption(m_state);
+    armRecovery();
 }
 
 // --- the controls ---------------------------------------------------------------------------
@@ -568,8 +576,10 @@ bool frmZelvatcts::saveRecord(qint16 state)
     last.name = boxText(txtHeader[3]);
     last.personAddress = boxText(txtHeader[4]);
     last.phone = boxText(txtHeader[5]);
-    if (saved)
+    if (saved) {
+        dropRecovery();
         emit reportSaved(m_eventNumber, state);
+    }
     return saved;
 }
 
@@ -627,6 +637,7 @@ void frmZelvatcts::cmdDelete_Click()
 
 void frmZelvatcts::cmdClose_Click()
 {
+    m_dropInput = true;
     close();
 }
 
@@ -656,6 +667,7 @@ void frmZelvatcts::closeEvent(QCloseEvent *event)
     }
     m_closing = true;
     tmrClock->stop();
+    settleRecovery(m_dropInput || event->spontaneous());
     QWidget::closeEvent(event);
 }
 
@@ -939,6 +951,13 @@ void frmZelvatcts::cmdSubmit_Click()
 {
     if (m_session->busy())
         return; // one session at a time
+    if (ServerSession::anyBusy() || Outbox::sending()) {
+        // The outbox stops after the report in hand, so that this one goes next.
+        Outbox::makeWay();
+        setStatus(Outbox::sending() ? QStringLiteral("The outbox is sending a Ready report: Submit again in a moment")
+                                    : QStringLiteral("Another session with the message server is running: Submit again when it is done"));
+        return;
+    }
     Submission::Hooks hooks;
     hooks.checkRequiredFields = [this] { return CheckRequiredFields(); };
     hooks.saveAs = [this](qint16 state) { return saveRecord(state); };

@@ -3,6 +3,7 @@
 #include "report_form/FormLayout.h"
 #include "sheet/ReportSheet.h"
 #include "store/FormFields.h"
+#include "store/FormRecovery.h"
 #include "store/ZelvatMsg.h"
 
 #include <QPointer>
@@ -18,6 +19,7 @@ class QRadioButton;
 class QStatusBar;
 class QTabWidget;
 class QTimer;
+class FormRecoveryKeeper;
 class ServerSession;
 class ZelvatIni;
 
@@ -43,8 +45,10 @@ public:
 
     // The one report form of the program: opens it for `eventRecord`, or, when a form is
     // already open, brings that one to the front and says so, so that unsaved input in it is
-    // never lost. Returns the form shown.
-    static frmZelvatcts *open(const ReportFormContext &context, const QString &eventRecord);
+    // never lost. Returns the form shown. With `recovered`, the form opens with that input kept
+    // when a program stopped, instead of `eventRecord`.
+    static frmZelvatcts *open(const ReportFormContext &context, const QString &eventRecord,
+                              const FormRecovery::Input *recovered = nullptr);
     static frmZelvatcts *current();
 
     // The six last-used header texts, shared by every report form while the program runs.
@@ -106,6 +110,12 @@ public:
     void editCut();
     void editCopy();
     void editPaste();
+    // Unsaved input kept for recovery (frmZelvatctsRecovery.cpp). What the form holds now, as
+    // it is kept; the name its recovery file goes by (the report it was opened from, or its event
+    // number); and a write of it now, should input wait to be kept.
+    FormRecovery::Input captureInput() const;
+    QString recoveryName() const;
+    void keepInputNow();
 
 signals:
     // The record was written to disk (after Save, Update, Delete, and both saves of a submission).
@@ -142,6 +152,10 @@ private:
     void installClipboardRules();
     void pasteInto(QWidget *box, bool selection);
     friend class FormClipboard;
+    void restoreInput(const FormRecovery::Input &input);
+    void armRecovery();
+    void dropRecovery();
+    void settleRecovery(bool closedByOperator);
 
     ReportFormContext m_context;
     ZelvatMsg m_record;
@@ -156,6 +170,8 @@ private:
     bool m_closeWhenIdle = false;
     ServerSession *m_session = nullptr;
     FormLayout m_layout;
+    FormRecoveryKeeper *m_recovery = nullptr;
+    bool m_dropInput = false; // Close or Escape: the operator gives the unsaved input up
 
 public:
     // The controls, under their design names (control arrays by index).

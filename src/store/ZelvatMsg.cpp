@@ -203,14 +203,11 @@ bool ZelvatMsg::Load(const QString &name)
     if (trimmed.isEmpty())
         return false;
     const QString path = pathFor(trimmed);
-    const auto failLoad = [&](const RunError &error) {
-        fail(error, QStringLiteral("Load"), path, QStringLiteral("Problems loading ") + path + QStringLiteral(", please try again"));
-    };
 
     Clear();
     m_step = 1;
     if (const QString why = nameProblem(trimmed); !why.isEmpty()) {
-        failLoad(RunError::make(RunError::BadFileName, why));
+        failLoad(RunError::make(RunError::BadFileName, why), path);
         return false;
     }
     QByteArray data;
@@ -219,14 +216,33 @@ bool ZelvatMsg::Load(const QString &name)
         if (error.number == RunError::FileNotFound)
             return false; // no such report: not an error
         m_step = error.number == RunError::InvalidFileFormat ? 2 : 1; // too large to read, or not to be opened
-        failLoad(error);
+        failLoad(error, path);
         return false;
     }
+    if (!parse(data, path))
+        return false;
+    m_fileName = trimmed;
+    m_fileEid = EID();
+    return true;
+}
 
+bool ZelvatMsg::LoadBytes(QByteArrayView data, const QString &source)
+{
+    Clear();
+    return parse(data, source);
+}
+
+void ZelvatMsg::failLoad(const RunError &error, const QString &path)
+{
+    fail(error, QStringLiteral("Load"), path, QStringLiteral("Problems loading ") + path + QStringLiteral(", please try again"));
+}
+
+bool ZelvatMsg::parse(QByteArrayView data, const QString &path)
+{
     m_step = 2;
     int badLine = 0;
     if (const QString why = contentProblem(data, &badLine); !why.isEmpty()) {
-        failLoad(RunError::make(RunError::InvalidFileFormat, why + QStringLiteral("; this is not a report file")));
+        failLoad(RunError::make(RunError::InvalidFileFormat, why + QStringLiteral("; this is not a report file")), path);
         return false;
     }
     int lineNo = 0;
@@ -246,7 +262,8 @@ bool ZelvatMsg::Load(const QString &name)
         const QLatin1StringView keyName(kKeyNames[field]);
         if (eq < 0) {
             failLoad(RunError::make(RunError::SubscriptOutOfRange,
-                                    QStringLiteral("line %1: %2 has no \"=\" and no value").arg(lineNo).arg(keyName)));
+                                    QStringLiteral("line %1: %2 has no \"=\" and no value").arg(lineNo).arg(keyName)),
+                     path);
             return ok = false;
         }
         const QString value = CodePage::decode(line.sliced(eq + 1));
@@ -255,7 +272,7 @@ bool ZelvatMsg::Load(const QString &name)
             const auto number = StringLib::toInteger(value, -32768, 32767,
                                                      QStringLiteral("line %1: %2=%3").arg(lineNo).arg(keyName, value), &conversion);
             if (!number) {
-                failLoad(conversion);
+                failLoad(conversion, path);
                 return ok = false;
             }
             m_number[field] = qint16(*number);
@@ -268,16 +285,15 @@ bool ZelvatMsg::Load(const QString &name)
         return false;
     if (!anyKey) {
         m_step = 2;
-        failLoad(RunError::make(RunError::InvalidFileFormat, QStringLiteral("it holds no report line; this is not a report file")));
+        failLoad(RunError::make(RunError::InvalidFileFormat, QStringLiteral("it holds no report line; this is not a report file")),
+                 path);
         return false;
     }
     m_step = 5;
-    m_fileName = trimmed;
-    m_fileEid = EID();
     return true;
 }
 
-QByteArray ZelvatMsg::fileContent(const QString &writeStamp) const
+QByteArray ZelvatMsg::fileContent(const QString &writeStamp, bool everyField) const
 {
     QByteArray out;
     out.reserve(768);
@@ -300,19 +316,19 @@ QByteArray ZelvatMsg::fileContent(const QString &writeStamp) const
     line("[911 DEFINITION]");
     line("Version=" + CodePage::encode(writeStamp));
     fields(kGeneralKeys);
-    if (typ.contains(QLatin1String("MED"))) {
+    if (everyField || typ.contains(QLatin1String("MED"))) {
         line("[MED DEFINITION]");
         fields(kMedKeys);
     }
-    if (typ.contains(QLatin1String("FIRE"))) {
+    if (everyField || typ.contains(QLatin1String("FIRE"))) {
         line("[FIRE DEFINITION]");
         fields(kFireKeys);
     }
-    if (typ.contains(QLatin1String("LAW"))) {
+    if (everyField || typ.contains(QLatin1String("LAW"))) {
         line("[LAW DEFINITION]");
         fields(kLawKeys);
     }
-    if (typ.contains(QLatin1String("LGOV")))
+    if (everyField || typ.contains(QLatin1String("LGOV")))
         line("[LGOV DEFINITION]");
     line("[ADMIN DEFINITION]");
     fields(kAdminKeys);

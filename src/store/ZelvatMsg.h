@@ -36,6 +36,10 @@ public:
     // file cannot be read, is no regular file, holds a line that is no report line or no
     // report line at all.
     bool Load(const QString &name);
+    // Reads report lines from bytes, as Load reads a file (lines of other keys are passed over,
+    // the reading ends at "[END]"), telling the operator and the event log under the name
+    // `source` when they cannot be read. The file the record was loaded from stays as it was.
+    bool LoadBytes(QByteArrayView data, const QString &source);
 
     // The report name the record was last loaded from or saved to; empty for a record made afresh.
     QString fileName() const { return m_fileName; }
@@ -83,6 +87,8 @@ public:
     QString text(Key key) const;
     QString rawText(Key key) const { return m_text[index(key)]; }
     void setText(Key key, const QString &value);
+    // Stores the value as it stands, blanks included (the unsaved input of a form, kept for recovery).
+    void setRawText(Key key, const QString &value) { m_text[index(key)] = value; }
     qint16 number(Key key) const { return m_number[index(key)]; }
     void setNumber(Key key, qint16 value) { m_number[index(key)] = value; }
 
@@ -123,12 +129,15 @@ public:
     qint16 AST() const { return number(Key::AST); }
     void setAST(qint16 v) { setNumber(Key::AST, v); }
 
-    // The bytes Fadd writes for this record, with the given write stamp after "Version=".
-    QByteArray fileContent(const QString &writeStamp) const;
+    // The bytes Fadd writes for this record, with the given write stamp after "Version=". With
+    // `everyField` the sections of every event type are written, whatever TYP holds.
+    QByteArray fileContent(const QString &writeStamp, bool everyField = false) const;
 
 private:
     static constexpr int index(Key key) { return static_cast<int>(key); }
     bool writeFile(const QString &path);
+    bool parse(QByteArrayView data, const QString &path);
+    void failLoad(const RunError &error, const QString &path);
     static QString problemIn(const QByteArray &content, Key *key);
     void fail(const RunError &error, const QString &operation, const QString &path, const QString &message);
 

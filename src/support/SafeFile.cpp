@@ -197,7 +197,7 @@ bool readAll(const QString &path, qint64 maxBytes, QByteArray *bytes, RunError *
     return true;
 }
 
-bool writeAtomically(const QString &path, const QByteArray &bytes, RunError *error)
+bool writeAtomically(const QString &path, const QByteArray &bytes, RunError *error, Flush flush)
 {
     const QFileInfo info(path);
     const QByteArray name = QFile::encodeName(info.fileName());
@@ -239,7 +239,7 @@ bool writeAtomically(const QString &path, const QByteArray &bytes, RunError *err
     }
 
     err = writeAll(file.fd, bytes);
-    if (!err && ::fsync(file.fd) != 0)
+    if (!err && flush == Flush::Now && ::fsync(file.fd) != 0)
         err = errno;
     const int closeErr = file.close();
     if (!err)
@@ -250,7 +250,7 @@ bool writeAtomically(const QString &path, const QByteArray &bytes, RunError *err
         ::unlinkat(folder.fd, temp.constData(), 0);
         return fail(error, fromErrno(err, what));
     }
-    if (::fsync(folder.fd) != 0 && errno != EINVAL)
+    if (flush == Flush::Now && ::fsync(folder.fd) != 0 && errno != EINVAL)
         return fail(error, fromErrno(errno, native(path) + QStringLiteral(" was replaced, but the folder could not be "
                                                                           "flushed: the change may not survive a power cut")));
     return true;
@@ -334,7 +334,7 @@ bool readAll(const QString &path, qint64 maxBytes, QByteArray *bytes, RunError *
     return file.error() == QFileDevice::NoError || fail(error, RunError::fromFile(file));
 }
 
-bool writeAtomically(const QString &path, const QByteArray &bytes, RunError *error)
+bool writeAtomically(const QString &path, const QByteArray &bytes, RunError *error, Flush)
 {
     QSaveFile file(path);
     file.setDirectWriteFallback(false);

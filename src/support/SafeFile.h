@@ -29,7 +29,12 @@ bool readAll(const QString &path, qint64 maxBytes, QByteArray *bytes, RunError *
 // may not survive a power cut: that too returns false, and the error says so.
 // A `path` that exists and is not a regular file is refused: nothing is written through it and
 // nothing replaces it.
-bool writeAtomically(const QString &path, const QByteArray &bytes, RunError *error);
+// With Flush::Later nothing is flushed: the file is still replaced whole or not at all, and it
+// survives the program being killed, but the system writes it to the disk in its own time (a few
+// seconds). For files rewritten every few seconds while the operator types, whose write must not
+// hold up the typing.
+enum class Flush { Now, Later };
+bool writeAtomically(const QString &path, const QByteArray &bytes, RunError *error, Flush flush = Flush::Now);
 
 // Moves the regular file `from` to `to`, a path on the same file system, without ever replacing
 // anything: when something already stands at `to` (even if it appeared a moment ago) nothing is

@@ -10,6 +10,8 @@
 // For write, N is the number of bytes that still reach matching files: the write that crosses
 // byte N is cut short there and every write after it fails. For the other calls, N is the number
 // of matching calls that still succeed. A failing close closes all the same, as the system does.
+// Error number -1 fails no call: the call that would fail never returns, so that a test can kill
+// the process in the middle of a write.
 // Built without sanitizers: it is loaded ahead of their runtime and only passes calls on.
 
 #include <cerrno>
@@ -75,6 +77,8 @@ long long fdAllowance(Op op, int fd, long long wanted)
 
 int failWith()
 {
+    while (g_errno < 0)
+        pause();
     errno = g_errno;
     return -1;
 }

@@ -42,6 +42,7 @@ int showCommand(Cli &cli, const QStringList &args);
 int nextEventCommand(Cli &cli, const QStringList &args);
 int newCommand(Cli &cli, const QStringList &args);
 int deleteCommand(Cli &cli, const QStringList &args);
+int recoveredCommand(Cli &cli, const QStringList &args);
 
 // The commands over the message server link.
 int subjectCommand(Cli &cli, const QStringList &args);

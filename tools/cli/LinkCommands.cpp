@@ -1,6 +1,7 @@
 #include "Cli.h"
 
 #include "link/MessageText.h"
+#include "link/Outbox.h"
 #include "link/RequiredFields.h"
 #include "link/ServerSession.h"
 #include "link/Submission.h"
@@ -86,11 +87,18 @@ public:
         }
         if (waitSeconds > 0) {
             m_timer.setSingleShot(true);
+            m_timer.setInterval(waitSeconds * 1000);
             QObject::connect(&m_timer, &QTimer::timeout, &session, [&session, waitSeconds] {
                 session.cancel(QStringLiteral("no answer within %1 seconds (--wait)").arg(waitSeconds));
             });
-            m_timer.start(waitSeconds * 1000);
+            m_timer.start();
         }
+    }
+    // The bound of --wait starts again (for the next report of a resend).
+    void restart()
+    {
+        if (m_timer.interval() > 0)
+            m_timer.start();
     }
     ~SessionGuard()
     {
@@ -108,32 +116,6 @@ private:
     std::unique_ptr<QSocketNotifier> m_notifier;
     QTimer m_timer;
 };
-
-// One submission of the loaded report, as the form's Submit does it. Status texts go to
-// standard output as they happen; missing fields are named on standard error.
-Submission::Outcome submitLoaded(Cli &cli, ServerSession &session, const Flags &flags)
-{
-    ZelvatMsg &record = cli.store();
-    const ZelvatMsg loaded = record; // the report as it stands on disk stands for the form's boxes
-    Submission::Hooks hooks;
-    hooks.checkRequiredFields = [&] {
-        const auto failures = RequiredFields::check(loaded, flags.contact);
-        for (const RequiredFields::Failure &f : failures)
-            Cli::err(QStringLiteral("%1: missing %2%3").arg(loaded.EID(), f.name,
-                                                             f.key.isEmpty() ? QString() : QStringLiteral(" (%1)").arg(f.key)));
-        return failures.isEmpty();
-    };
-    hooks.saveAs = [&](qint16 state) {
-        record = loaded;
-        record.setAST(state);
-        applySaveStamps(record, cli.station(), DatetimeLib::now());
-        return record.Fadd();
-    };
-    hooks.stateChanged = [](qint16) {};
-    hooks.refreshList = [] {};
-    return Submission::submit(loaded.fileName(), loaded.AST(), record, flags.contact, flags.update, session,
-                              cli.station().Enc, hooks);
-}
 
 } // namespace
 
@@ -179,7 +161,11 @@ int submitCommand(Cli &cli, const QStringList &args)
     ServerSession session(&cli.station());
     QObject::connect(&session, &ServerSession::status, [](const QString &s) { Cli::out(s); });
     SessionGuard guard(session, flags.waitSeconds);
-    switch (submitLoaded(cli, session, flags)) {
+    const auto missing = [eid = cli.store().EID()](const RequiredFields::Failure &f) {
+        Cli::err(QStringLiteral("%1: missing %2%3").arg(eid, f.name,
+                                                         f.key.isEmpty() ? QString() : QStringLiteral(" (%1)").arg(f.key)));
+    };
+    switch (Outbox::submitStored(cli.store(), cli.station(), session, {flags.contact, flags.update}, missing)) {
     case Submission::Outcome::Sent:
         return Cli::Success;
     case Submission::Outcome::Cancelled:
@@ -204,40 +190,21 @@ int resendCommand(Cli &cli, const QStringList &args)
         return Cli::Usage;
     }
     ZelvatLogLib::SetupLog(cli.programFolder(), true);
-    QStringList ready;
-    for (const QString &name : cli.store().fileNames()) {
-        if (cli.store().Load(name) && cli.store().AST() == Zelvat::StateReady)
-            ready.append(name);
-    }
-    ready.sort();
-    int sent = 0;
-    int skipped = 0;
-    for (const QString &name : std::as_const(ready)) {
-        if (!cli.store().Load(name))
-            continue;
-        if (cli.store().AST() != Zelvat::StateReady) { // another program has dealt with it since the list was made
-            ++skipped;
-            Cli::out(name + QStringLiteral("\tskipped: it is %1 now").arg(Zelvat::stateName(cli.store().AST())));
-            continue;
-        }
-        ServerSession session(&cli.station());
-        SessionGuard guard(session, flags.waitSeconds);
-        QString said;
-        switch (submitLoaded(cli, session, flags)) {
-        case Submission::Outcome::Sent: ++sent; said = QStringLiteral("Submitted"); break;
-        case Submission::Outcome::Busy: ++skipped; said = QStringLiteral("skipped: another program is sending it"); break;
-        case Submission::Outcome::AlreadySent: ++skipped; said = QStringLiteral("skipped: another program sent it"); break;
-        case Submission::Outcome::SentNotMarked: said = QStringLiteral("sent, but not marked Submitted"); break;
-        case Submission::Outcome::Cancelled: said = QStringLiteral("still Ready: ") + session.failure(); break;
-        default: said = QStringLiteral("still Ready"); break;
-        }
-        Cli::out(name + QLatin1Char('\t') + said);
-        if (session.cancelled())
-            break;
-    }
-    const qsizetype left = ready.size() - sent - skipped;
-    Cli::out(QStringLiteral("resent %1 of %2 Ready reports; %3 still Ready").arg(sent).arg(ready.size()).arg(left)
-             + (skipped ? QStringLiteral("; %1 left to another program").arg(skipped) : QString()));
+    // The outbox's own run, over one session; each report carries the choices kept for it.
+    ServerSession session(&cli.station());
+    SessionGuard guard(session, flags.waitSeconds);
+    Outbox::Hooks hooks;
+    hooks.stopAtFailure = false; // a script resending after an outage has every report tried
+    hooks.starting = [&guard](int, int, const QString &) { guard.restart(); };
+    hooks.tried = [](const Outbox::Try &t) {
+        for (const QString &notice : t.notices)
+            Cli::err(notice);
+        Cli::out(t.name + QLatin1Char('\t') + t.said);
+    };
+    const Outbox::Run run = Outbox(cli.programFolder(), cli.station()).sendReady(session, hooks);
+    const int left = run.count - run.sent - run.passedBy;
+    Cli::out(QStringLiteral("resent %1 of %2 Ready reports; %3 still Ready").arg(run.sent).arg(run.count).arg(left)
+             + (run.passedBy ? QStringLiteral("; %1 left to another program").arg(run.passedBy) : QString()));
     return left == 0 ? Cli::Success : Cli::Failure;
 }
 

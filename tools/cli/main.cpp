@@ -25,6 +25,7 @@ const Command kCommands[] = {
     {"next-event", nextEventCommand},
     {"new", newCommand},
     {"delete", deleteCommand},
+    {"recovered", recoveredCommand},
     {"subject", subjectCommand},
     {"body", bodyCommand},
     {"envelope", envelopeCommand},
@@ -44,13 +45,15 @@ const char kCommandList[] =
         "  next-event                                 take the next event number: EID TAB MID\n"
         "  new [--set KEY=VALUE]...                   create a Draft report; prints its event number\n"
         "  delete NAME                                delete a report as the report list does\n"
+        "  recovered                                  unsaved report forms kept when a program stopped:\n"
+        "                                             name, event ID, issue, time written\n"
         "  subject NAME [--update]                    the message subject\n"
         "  body NAME [--contact]                      the folded message body, bytes as sent\n"
         "  envelope NAME [--contact] [--update]       the add-on envelope, bytes as sent\n"
         "  submit NAME [--contact] [--update] [--wait SECONDS]\n"
         "                                             submit as the report form does; exit 1 if not sent\n"
-        "  resend [--wait SECONDS]                    submit every Ready report in turn (without the\n"
-        "                                             contact line: the form's check box is not stored)\n"
+        "  resend [--wait SECONDS]                    submit every Ready report in turn, each with the\n"
+        "                                             contact line and update mark of its first Submit\n"
         "  link-test                                  the preferences dialog's link test\n"
         "  pdf NAME... --out FILE                     the report sheets of the reports as one PDF, on\n"
         "                                             the window's page setup\n"

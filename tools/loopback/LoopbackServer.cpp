@@ -13,6 +13,7 @@ std::optional<LoopbackServer::Mode> LoopbackServer::modeNamed(const QString &nam
         {QStringLiteral("normal"), Mode::Normal}, {QStringLiteral("silent"), Mode::Silent},
         {QStringLiteral("split"), Mode::Split},   {QStringLiteral("drop"), Mode::Drop},
         {QStringLiteral("garbage"), Mode::Garbage}, {QStringLiteral("flood"), Mode::Flood},
+        {QStringLiteral("alternate"), Mode::Alternate},
     };
     const auto it = modes.find(name);
     return it == modes.end() ? std::nullopt : std::optional<Mode>(*it);
@@ -36,8 +37,12 @@ bool LoopbackServer::listen(const QHostAddress &host, quint16 port)
 void LoopbackServer::serve(QTcpSocket *socket)
 {
     ++m_connections;
-    auto buffer = std::make_shared<QByteArray>();
     connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
+    if (m_mode == Mode::Alternate && m_connections % 2 == 1) {
+        socket->disconnectFromHost();
+        return;
+    }
+    auto buffer = std::make_shared<QByteArray>();
     connect(socket, &QTcpSocket::readyRead, this, [this, socket, buffer] { onData(socket, *buffer); });
 }
 
@@ -61,6 +66,7 @@ void LoopbackServer::onData(QTcpSocket *socket, QByteArray &buffer)
         keep(envelope);
         switch (m_mode) {
         case Mode::Normal:
+        case Mode::Alternate:
             socket->write("OK>\r\n");
             break;
         case Mode::Silent:

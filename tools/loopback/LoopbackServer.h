@@ -23,8 +23,10 @@ public:
         Drop,    // hangs up after the envelope without answering
         Garbage, // answers text that holds no prompt
         Flood,   // answers 10 MB without a prompt
+        Alternate, // hangs up on every other connection as soon as it is made (the first, the
+                   // third, ...); answers "OK>" on the others
     };
-    // "normal", "silent", "split", "drop", "garbage", "flood"; nullopt for any other name.
+    // "normal", "silent", "split", "drop", "garbage", "flood", "alternate"; nullopt for any other name.
     static std::optional<Mode> modeNamed(const QString &name);
 
     explicit LoopbackServer(Mode mode = Mode::Normal, QObject *parent = nullptr);

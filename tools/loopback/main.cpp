@@ -3,7 +3,7 @@
 // the ways a real server can.
 //
 //   tndirect-sim [--host 127.0.0.1] [--port 9334] [--outbox DIR]
-//                [--mode normal|silent|split|drop|garbage|flood]
+//                [--mode normal|silent|split|drop|garbage|flood|alternate]
 //   tndirect-sim --help | --version
 //
 // The first line of standard output is "listening on HOST:PORT"; then one line per message.
@@ -48,7 +48,7 @@ int main(int argc, char *argv[])
     parser.addOption({QStringLiteral("port"), QStringLiteral("Port (0 picks one)."), QStringLiteral("port"),
                       QStringLiteral("9334")});
     parser.addOption({QStringLiteral("outbox"), QStringLiteral("Folder for one file per envelope."), QStringLiteral("dir")});
-    parser.addOption({QStringLiteral("mode"), QStringLiteral("normal, silent, split, drop, garbage or flood."),
+    parser.addOption({QStringLiteral("mode"), QStringLiteral("normal, silent, split, drop, garbage, flood or alternate (hangs up on every other connection)."),
                       QStringLiteral("mode"), QStringLiteral("normal")});
     parser.process(app);
 
