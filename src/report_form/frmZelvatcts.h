@@ -17,15 +17,19 @@ class QRadioButton;
 class QStatusBar;
 class QTabWidget;
 class QTimer;
+class RepeatCallerStrip;
+class ReportCatalog;
 class ServerSession;
 class ZelvatIni;
 
 // What a report form needs from the program: the program folder, the station settings held by
-// the main window, and the main window's list refresh (BuildNewMsgList).
+// the main window, the main window's list refresh (BuildNewMsgList), and the main window's rows
+// of every report for the repeat-caller hint (without them the form keeps rows of its own).
 struct ReportFormContext {
     QString programFolder;
     ZelvatIni *station = nullptr;
     std::function<void()> buildNewMsgList;
+    ReportCatalog *reports = nullptr;
 };
 
 // The report form: the window in which the operator writes one incident report, or opens a
