@@ -178,4 +178,5 @@ public:
     QLabel *sbrStatusPanel = nullptr;      // panel "Status"
     QLabel *sbrCurrentTimePanel = nullptr; // panel "CurrentTime"
     QTimer *tmrClock = nullptr;
+    RepeatCallerStrip *lblRepeatCaller = nullptr; // earlier calls from the same address or phone
 };

@@ -75,11 +75,12 @@ int findCommand(Cli &cli, const QStringList &args)
     int folder = Zelvat::StateAll;
     const qsizetype at = words.indexOf(QStringLiteral("--folder"));
     if (at >= 0) {
-        if (at + 1 >= words.size() || !folderCodes().contains(words[at + 1]))
-            words.clear();
-        else
+        if (at + 1 < words.size() && folderCodes().contains(words[at + 1])) {
             folder = folderCodes().value(words[at + 1]);
-        words.remove(at, std::min<qsizetype>(2, words.size() - at));
+            words.remove(at, 2);
+        } else {
+            words.clear(); // a folder missing or unknown: the usage below
+        }
     }
     const ReportSearch search(words.join(QLatin1Char(' ')));
     if (words.isEmpty() || search.isEmpty()) {
