@@ -2,6 +2,8 @@
 
 #include "support/CommonConst.h"
 
+#include <QTreeView>
+
 #include <algorithm>
 #include <vector>
 
@@ -24,32 +26,113 @@ void ReportListModel::clear()
     endResetModel();
 }
 
-void ReportListModel::sync(int folder)
+bool ReportListModel::stays(const Row &r) const
+{
+    return m_catalog->birth(r.slot) == r.birth && belongs(r.slot, m_folder);
+}
+
+bool ReportListModel::sync(int folder)
 {
     const ReportCatalog &c = *m_catalog;
-    if (folder != m_folder) {
-        beginResetModel();
-        m_folder = folder;
-        m_rows.clear();
-        for (int s = 0; s < c.slotCount(); ++s) {
-            if (belongs(s, folder))
-                m_rows.append({s, c.birth(s), c.generation(s)});
-        }
-        // In their order already: the sorter finds them sorted.
-        place(m_rows);
-        std::stable_sort(m_rows.begin(), m_rows.end(), [](const Row &a, const Row &b) { return a.place < b.place; });
-        endResetModel();
-        return;
+    QList<int> changed;
+    const bool known = folder == m_folder && !m_lostTrack && c.changedSince(m_seen, &changed);
+    m_seen = c.changeCount();
+    if (known && changed.size() <= 64) {
+        syncFew(changed);
+        return false;
     }
-    // Rows whose report is gone, or is no longer of this folder: removed, last first, a run of
-    // neighbours at a time.
+    m_lostTrack = false;
+    if (folder != m_folder) {
+        reset(folder);
+        return true;
+    }
+    return syncAll();
+}
+
+// Every row anew, in their order already: the sorter finds them sorted.
+void ReportListModel::reset(int folder)
+{
+    const ReportCatalog &c = *m_catalog;
+    beginResetModel();
+    m_folder = folder;
+    m_rows.clear();
+    for (int s = 0; s < c.slotCount(); ++s) {
+        if (belongs(s, folder))
+            m_rows.append({s, c.birth(s), c.generation(s)});
+    }
+    place(m_rows);
+    std::stable_sort(m_rows.begin(), m_rows.end(), [](const Row &a, const Row &b) { return a.place < b.place; });
+    endResetModel();
+}
+
+// A few slots changed: only their rows are looked at.
+void ReportListModel::syncFew(const QList<int> &changedSlots)
+{
+    const ReportCatalog &c = *m_catalog;
+    std::vector<bool> changed(size_t(c.slotCount()), false), shown(size_t(c.slotCount()), false);
+    for (int s : changedSlots)
+        changed[s] = true;
+    QList<int> gone;
+    for (int row = 0; row < m_rows.size(); ++row) {
+        Row &r = m_rows[row];
+        if (!changed[r.slot])
+            continue;
+        if (!stays(r)) {
+            gone.prepend(row);
+            continue;
+        }
+        shown[r.slot] = true;
+        if (c.generation(r.slot) != r.generation) {
+            r.generation = c.generation(r.slot);
+            r.place = -1;
+            emit dataChanged(index(row, 0), index(row, ReportList::ColumnCount - 1));
+        }
+    }
+    for (int row : std::as_const(gone)) {
+        beginRemoveRows({}, row, row);
+        m_rows.removeAt(row);
+        endRemoveRows();
+    }
+    QList<Row> added;
+    for (int s : changedSlots) {
+        if (!shown[s] && belongs(s, m_folder))
+            added.append({s, c.birth(s), c.generation(s)});
+    }
+    if (!added.isEmpty()) {
+        beginInsertRows({}, int(m_rows.size()), int(m_rows.size() + added.size() - 1));
+        m_rows.append(added);
+        endInsertRows();
+    }
+}
+
+// Every slot is looked at. Rows of reports gone or no longer of the folder are removed, a run of
+// neighbours at a time; changed ones announced; new ones added at the end. When a large part of
+// the rows changed, they are all replaced instead, which costs less than announcing each.
+bool ReportListModel::syncAll()
+{
+    const ReportCatalog &c = *m_catalog;
     std::vector<bool> shown(size_t(c.slotCount()), false);
+    qsizetype changes = 0;
+    for (const Row &r : std::as_const(m_rows)) {
+        if (stays(r)) {
+            shown[r.slot] = true;
+            changes += c.generation(r.slot) != r.generation;
+        } else {
+            ++changes;
+        }
+    }
+    QList<Row> added;
+    for (int s = 0; s < c.slotCount(); ++s) {
+        if (!shown[s] && belongs(s, m_folder))
+            added.append({s, c.birth(s), c.generation(s)});
+    }
+    changes += added.size();
+    if (changes > std::max<qsizetype>(256, (m_rows.size() + added.size()) / 16)) {
+        reset(m_folder);
+        return true;
+    }
     for (int row = int(m_rows.size()) - 1; row >= 0;) {
-        const auto stays = [&](const Row &r) {
-            return r.slot < c.slotCount() && c.birth(r.slot) == r.birth && belongs(r.slot, folder);
-        };
         if (stays(m_rows[row])) {
-            shown[m_rows[row].slot] = true;
             --row;
             continue;
         }
@@ -61,39 +144,23 @@ void ReportListModel::sync(int folder)
         endRemoveRows();
         row = first - 1;
     }
-    // Reports new to the folder.
-    QList<Row> added;
-    for (int s = 0; s < c.slotCount(); ++s) {
-        if (!shown[s] && belongs(s, folder))
-            added.append({s, c.birth(s), c.generation(s)});
+    for (int row = 0, first = -1; row <= m_rows.size(); ++row) {
+        if (row < m_rows.size() && c.generation(m_rows[row].slot) != m_rows[row].generation) {
+            m_rows[row].generation = c.generation(m_rows[row].slot);
+            m_rows[row].place = -1;
+            if (first < 0)
+                first = row;
+        } else if (first >= 0) {
+            emit dataChanged(index(first, 0), index(row - 1, ReportList::ColumnCount - 1));
+            first = -1;
+        }
     }
-    // Rows whose report changed: runs of neighbours.
-    QList<std::pair<int, int>> runs;
-    qsizetype changed = 0;
-    for (int row = 0; row < m_rows.size(); ++row) {
-        Row &r = m_rows[row];
-        if (c.generation(r.slot) == r.generation)
-            continue;
-        r.generation = c.generation(r.slot);
-        r.place = -1;
-        ++changed;
-        if (!runs.isEmpty() && runs.back().second == row - 1)
-            runs.back().second = row;
-        else
-            runs.append({row, row});
-    }
-    // Many rows changed or came: all are placed again before the sorter is told, so that it
-    // compares places rather than fields.
-    if (changed + added.size() > std::max<qsizetype>(256, (m_rows.size() + added.size()) / 16))
-        place(m_rows, &added);
-    for (const auto &[first, last] : std::as_const(runs))
-        emit dataChanged(index(first, 0), index(last, ReportList::ColumnCount - 1));
-    // The new rows, at the end.
     if (!added.isEmpty()) {
         beginInsertRows({}, int(m_rows.size()), int(m_rows.size() + added.size() - 1));
         m_rows.append(added);
         endInsertRows();
     }
+    return false;
 }
 
 ReportList::Row ReportListModel::Rows::operator[](qsizetype row) const
@@ -119,6 +186,7 @@ void ReportListModel::removeRow(int row)
 {
     if (row < 0 || row >= m_rows.size())
         return;
+    m_lostTrack = true; // the row comes back at the next sync if its report did not change
     beginRemoveRows({}, row, row);
     m_rows.removeAt(row);
     endRemoveRows();
@@ -232,12 +300,48 @@ ReportListFilter::ReportListFilter(ReportListSorter *sorter, ReportListModel *mo
 void ReportListFilter::setSearch(const QString &text)
 {
     ReportSearch search(text);
-    const bool same = search.sameWords(m_search);
-    m_search = std::move(search);
-    if (same)
+    if (search.sameWords(m_search)) {
+        m_search = std::move(search);
         return;
+    }
+    // The rows of the folder are matched anew; when the same rows match as before (more letters
+    // of a word every row shown holds), the list stays as it is.
+    const ReportCatalog &c = m_model->catalog();
+    std::vector<bool> shown(size_t(c.slotCount()), false);
+    for (int row = 0, n = m_model->rowCount(); row < n; ++row)
+        shown[m_model->slotAt(row)] = true;
+    std::vector<bool> matched(size_t(c.slotCount()), false);
+    std::vector<quint32> askedAt(size_t(c.slotCount()), 0);
+    bool same = true;
+    // In the order the cards are kept, which is the order their memory mostly lies in.
+    for (int slot = 0, n = c.slotCount(); slot < n; ++slot) {
+        if (!shown[slot])
+            continue;
+        const bool now = search.isEmpty() || c.matches(slot, search);
+        same = same && size_t(slot) < m_askedAt.size() && m_askedAt[slot] == c.generation(slot) + 1 && m_matched[slot] == now;
+        matched[slot] = now;
+        askedAt[slot] = c.generation(slot) + 1;
+    }
+    m_search = std::move(search);
+    m_matched = std::move(matched);
+    m_askedAt = std::move(askedAt);
     // The rows are filtered again in one pass (a layout change), not row by row.
-    invalidate();
+    if (!same)
+        invalidate();
+}
+
+bool ReportListFilter::matches(int slot) const
+{
+    const ReportCatalog &c = m_model->catalog();
+    if (size_t(slot) >= m_askedAt.size()) {
+        m_matched.resize(size_t(c.slotCount()), false);
+        m_askedAt.resize(size_t(c.slotCount()), 0);
+    }
+    if (m_askedAt[slot] != c.generation(slot) + 1) {
+        m_matched[slot] = m_search.isEmpty() || c.matches(slot, m_search);
+        m_askedAt[slot] = c.generation(slot) + 1;
+    }
+    return m_matched[slot];
 }
 
 int ReportListFilter::modelRow(const QModelIndex &index) const
@@ -250,10 +354,58 @@ QModelIndex ReportListFilter::fromModelRow(int row) const
     return mapFromSource(m_sorter->mapFromSource(m_model->index(row, 0)));
 }
 
+Qt::ItemFlags ReportListFilter::flags(const QModelIndex &index) const
+{
+    return index.isValid() ? Qt::ItemIsSelectable | Qt::ItemIsEnabled | Qt::ItemNeverHasChildren : Qt::NoItemFlags;
+}
+
+ReportListPlace ReportListPlace::of(const QTreeView *view, const ReportListFilter *rows, const ReportListModel *model)
+{
+    ReportListPlace p;
+    const auto slotOf = [&](const QModelIndex &i) { return i.isValid() ? model->slotAt(rows->modelRow(i)) : -1; };
+    p.top = slotOf(view->indexAt(QPoint(0, 0)));
+    p.current = slotOf(view->currentIndex());
+    p.selected.assign(size_t(model->catalog().slotCount()), false);
+    for (const QItemSelectionRange &range : view->selectionModel()->selection()) {
+        for (int r = range.top(); r <= range.bottom(); ++r) {
+            p.selected[slotOf(rows->index(r, 0))] = true;
+            ++p.selectedCount;
+        }
+    }
+    return p;
+}
+
+void ReportListPlace::restore(QTreeView *view, const ReportListFilter *rows, const ReportListModel *model, bool selection) const
+{
+    const auto at = [&](int slot) { return slot < 0 ? QModelIndex() : rows->fromModelRow(model->rowOfSlot(slot)); };
+    if (selection) {
+        if (const QModelIndex current = at(this->current); current.isValid())
+            view->selectionModel()->setCurrentIndex(current, QItemSelectionModel::NoUpdate);
+        if (selectedCount > 0) {
+            QItemSelection chosen;
+            const int columns = rows->columnCount() - 1;
+            for (int r = 0, first = -1, n = rows->rowCount(); r <= n; ++r) {
+                const int slot = r < n ? model->slotAt(rows->modelRow(rows->index(r, 0))) : -1;
+                const bool on = slot >= 0 && size_t(slot) < selected.size() && selected[slot];
+                if (on && first < 0)
+                    first = r;
+                if (!on && first >= 0) {
+                    chosen.select(rows->index(first, 0), rows->index(r - 1, columns));
+                    first = -1;
+                }
+            }
+            view->selectionModel()->select(chosen, QItemSelectionModel::ClearAndSelect);
+        }
+    }
+    const QModelIndex topIndex = at(top);
+    if (topIndex.isValid() && topIndex != view->indexAt(QPoint(0, 0)))
+        view->scrollTo(topIndex, QAbstractItemView::PositionAtTop);
+}
+
 bool ReportListFilter::filterAcceptsRow(int sourceRow, const QModelIndex &sourceParent) const
 {
     if (m_search.isEmpty())
         return true;
     const int row = m_sorter->mapToSource(m_sorter->index(sourceRow, 0, sourceParent)).row();
-    return row >= 0 && m_model->catalog().matches(m_model->slotAt(row), m_search);
+    return row >= 0 && matches(m_model->slotAt(row));
 }

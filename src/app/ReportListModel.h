@@ -6,6 +6,9 @@
 #include <QAbstractTableModel>
 #include <QFont>
 #include <QSortFilterProxyModel>
+
+class QTreeView;
+class ReportListFilter;
 #include <vector>
 
 // The rows of the report list for the list view: eight columns, one row per report of the
@@ -23,8 +26,10 @@ public:
 
     // The reports of `folder` as the catalog holds them now. For the folder already shown, rows
     // of reports gone or moved to another folder are removed, rows of reports new to it are
-    // added and changed ones are announced; another folder replaces every row.
-    void sync(int folder);
+    // added and changed ones are announced, at a cost of what changed; another folder, or a
+    // change of a large part of the rows, replaces every row. True when every row was replaced
+    // (the view has lost its selection and place).
+    bool sync(int folder);
     void clear();
 
     // The rows by number, as whole list rows (built on demand).
@@ -64,6 +69,10 @@ private:
         qint32 place = -1; // in the order of the rank column; -1 until placed (again)
     };
     bool belongs(int slot, int folder) const;
+    bool stays(const Row &r) const;
+    void reset(int folder);
+    void syncFew(const QList<int> &changedSlots);
+    bool syncAll();
     void place(QList<Row> &rows, QList<Row> *more = nullptr) const;
 
     const ReportCatalog *m_catalog;
@@ -71,6 +80,21 @@ private:
     int m_folder = -1;
     QFont m_font;
     int m_rankColumn = -1;
+    quint64 m_seen = 0;        // the catalog's change count at the last sync
+    bool m_lostTrack = true;   // rows were removed by hand: only a look at every slot can tell
+};
+
+// What the operator looks at in the list: the report at the top of the view, the current one
+// and the selected ones, by catalog slot; put back after the rows were replaced.
+struct ReportListPlace {
+    int top = -1;
+    int current = -1;
+    std::vector<bool> selected; // by slot
+    int selectedCount = 0;
+
+    static ReportListPlace of(const QTreeView *view, const ReportListFilter *rows, const ReportListModel *model);
+    // The top report back at the top; with `selection`, the current and selected ones too.
+    void restore(QTreeView *view, const ReportListFilter *rows, const ReportListModel *model, bool selection) const;
 };
 
 // The report list's order: the rows of the model compared through the catalog, without a sort
@@ -97,12 +121,19 @@ public:
     // The model's row of a row of this proxy.
     int modelRow(const QModelIndex &index) const;
     QModelIndex fromModelRow(int row) const;
+    // Every row is a plain one: answered without asking the rows below.
+    Qt::ItemFlags flags(const QModelIndex &index) const override;
 
 protected:
     bool filterAcceptsRow(int sourceRow, const QModelIndex &sourceParent) const override;
 
 private:
+    bool matches(int slot) const;
+
     ReportListSorter *m_sorter;
     ReportListModel *m_model;
     ReportSearch m_search;
+    // By slot: whether the card matched the search, and its generation then (0: not asked).
+    mutable std::vector<bool> m_matched;
+    mutable std::vector<quint32> m_askedAt;
 };

@@ -455,17 +455,13 @@ void frmZelvatmain::refreshCatalog()
         m_catalog->refresh(changed);
 }
 
-// The list follows the catalog row by row; the report at the top of the view stays there.
+// The list follows the catalog; the report at the top of the view stays there, and when every
+// row was replaced the selection comes back too.
 void frmZelvatmain::syncList()
 {
-    const QModelIndex top = LV->indexAt(QPoint(0, 0));
-    const int topSlot = top.isValid() ? m_model->slotAt(m_found->modelRow(top)) : -1;
-    m_model->sync(m_currentFolder);
-    if (topSlot >= 0) {
-        const QModelIndex at = m_found->fromModelRow(m_model->rowOfSlot(topSlot));
-        if (at.isValid() && at != LV->indexAt(QPoint(0, 0)))
-            LV->scrollTo(at, QAbstractItemView::PositionAtTop);
-    }
+    const ReportListPlace place = ReportListPlace::of(LV, m_found, m_model);
+    const bool replaced = m_model->sync(m_currentFolder);
+    place.restore(LV, m_found, m_model, replaced);
     showItemCount();
 }
 

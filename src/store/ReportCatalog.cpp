@@ -11,6 +11,7 @@
 #include <QFile>
 #include <QVarLengthArray>
 #include <algorithm>
+#include <climits>
 #include <cstring>
 
 #ifdef Q_OS_UNIX
@@ -107,17 +108,20 @@ template <typename Buffer> void phoneFormInto(QByteArrayView text, Buffer &digit
 }
 
 // Code-page bytes of text that came from code-page bytes: most of it is plain Latin-1.
-void appendEncoded(QByteArray &out, const QString &text)
+void appendEncoded(QByteArray &out, QStringView text)
 {
+    const qsizetype at = out.size();
+    out.resize(at + text.size());
+    char *o = out.data() + at;
     for (QChar c : text) {
         const char16_t u = c.unicode();
         if (u >= 0x100 || (u >= 0x80 && u < 0xA0)) {
+            out.truncate(at);
             out += CodePage::encode(text);
             return;
         }
+        *o++ = char(u);
     }
-    for (QChar c : text)
-        out += char(c.unicode());
 }
 
 // The fields a search looks in, in the order they are kept folded.
@@ -398,6 +402,7 @@ int ReportCatalog::takeSlot(const QString &fileName, const QString &name)
     ++card.generation;
     m_slotOf.insert(fileName, slot);
     m_changedSinceIndex = true;
+    logChange(slot);
     return slot;
 }
 
@@ -412,6 +417,7 @@ void ReportCatalog::drop(int slot)
     card.generation = generation;
     m_free.push_back(slot);
     m_changedSinceIndex = true;
+    logChange(slot);
 }
 
 // A card whose name leads the loader to another file (blanks around it, ".911" inside it) can
@@ -447,15 +453,48 @@ void ReportCatalog::read(int slot, const Identity &identity, qint64 lookedAtMs)
         m_failures.insert(slot, collect.notices.first());
     ++m_filesRead;
     m_changedSinceIndex = true;
+    logChange(slot);
+}
+
+void ReportCatalog::logChange(int slot)
+{
+    ++m_changeCount;
+    // A long log is not worth keeping: whoever is that far behind looks at every slot.
+    if (m_changeLog.size() >= kChangeLogSize)
+        m_changeLog.clear();
+    m_changeLog.push_back({m_changeCount, slot});
+}
+
+bool ReportCatalog::changedSince(quint64 count, QList<int> *changed) const
+{
+    changed->clear();
+    if (count == m_changeCount)
+        return true;
+    if (m_changeLog.empty() || m_changeLog.front().first > count + 1)
+        return false;
+    for (auto it = std::lower_bound(m_changeLog.begin(), m_changeLog.end(), std::pair<quint64, int>{count + 1, INT_MIN});
+         it != m_changeLog.end(); ++it)
+        changed->append(it->second);
+    std::sort(changed->begin(), changed->end());
+    changed->erase(std::unique(changed->begin(), changed->end()), changed->end());
+    return true;
 }
 
 void ReportCatalog::fill(Card &card, const ZelvatMsg &r)
 {
-    const QString values[FieldCount] = {r.EID(), r.MID(), r.TYP(), r.ISS(), r.AD1(), r.CTY(),
-                                        r.ADT(), r.ATM(), r.RPN(), r.RPP(), r.DTL()};
-    QByteArray text;
-    text.reserve(512);
-    for (const QString &v : values) {
+    using Key = ZelvatMsg::Key;
+    static constexpr Key kKeys[FieldCount] = {Key::EID, Key::MID, Key::TYP, Key::ISS, Key::AD1, Key::CTY,
+                                              Key::ADT, Key::ATM, Key::RPN, Key::RPP, Key::DTL};
+    // The values as the record's getters give them (blanks trimmed), without a copy of each.
+    QByteArray &text = m_scratch;
+    text.clear();
+    for (Key k : kKeys) {
+        const QString raw = r.rawText(k);
+        QStringView v(raw);
+        while (!v.isEmpty() && v.front() == QLatin1Char(' '))
+            v = v.sliced(1);
+        while (!v.isEmpty() && v.back() == QLatin1Char(' '))
+            v.chop(1);
         appendEncoded(text, v);
         text += '\0';
     }
@@ -666,7 +705,10 @@ QList<int> ReportCatalog::sorted(const QList<int> &among, int column, QList<qint
         const int c = std::memcmp(k + a.from, k + b.from, size_t(std::min(a.size, b.size)));
         return c != 0 ? c : a.size < b.size ? -1 : a.size > b.size ? 1 : 0;
     };
-    std::sort(order.begin(), order.end(), [&cmp](const Key &a, const Key &b) { return cmp(a, b) < 0; });
+    // Slots kept in this order already (as the index file keeps them, by City) need no sorting.
+    const auto less = [&cmp](const Key &a, const Key &b) { return cmp(a, b) < 0; };
+    if (!std::is_sorted(order.begin(), order.end(), less))
+        std::sort(order.begin(), order.end(), less);
     QList<int> result;
     result.reserve(among.size());
     for (const Key &key : order)
@@ -698,14 +740,24 @@ bool ReportCatalog::matches(int slot, const ReportSearch &search) const
     if (!card.live)
         return false;
     const QByteArrayView folded(card.text.constData() + card.at[FieldCount], card.text.size() - card.at[FieldCount]);
+    // The fields are short: the first byte of a word is looked for, then the rest compared.
     for (const QByteArray &word : search.words()) {
-#ifdef __GLIBC__
-        if (!::memmem(folded.data(), size_t(folded.size()), word.constData(), size_t(word.size())))
+        const char *p = folded.data();
+        const char *const last = folded.data() + folded.size() - word.size();
+        const char first = word.front();
+        bool found = false;
+        while (p <= last) {
+            p = static_cast<const char *>(std::memchr(p, first, size_t(last - p + 1)));
+            if (!p)
+                break;
+            if (std::memcmp(p + 1, word.constData() + 1, size_t(word.size() - 1)) == 0) {
+                found = true;
+                break;
+            }
+            ++p;
+        }
+        if (!found)
             return false;
-#else
-        if (folded.indexOf(word) < 0)
-            return false;
-#endif
     }
     return true;
 }
@@ -788,6 +840,8 @@ bool ReportCatalog::saveIndex(RunError *error) const
         if (card.live && card.settled && !m_failures.contains(s))
             kept.append(s);
     }
+    // In the list's first order, so that the next start finds its rows sorted.
+    kept = sorted(kept, ReportList::City);
     w.put(quint32(kept.size()));
     for (int s : std::as_const(kept)) {
         const Card &card = m_cards[s];
@@ -857,5 +911,7 @@ bool ReportCatalog::loadIndex()
     m_cards = std::move(cards);
     m_slotOf = std::move(slotOf);
     m_changedSinceIndex = false;
+    m_changeLog.clear();
+    ++m_changeCount; // every slot is new: no log reaches back before this
     return true;
 }

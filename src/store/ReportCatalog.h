@@ -91,6 +91,12 @@ public:
     // Files read by the last refresh or apply (loaded through the report record).
     int filesRead() const { return m_filesRead; }
 
+    // Every change of a slot (a card read, a file new or gone) counts one. The slots changed
+    // since the count was `count`, each once; false when the catalog no longer knows, and every
+    // slot must be looked at.
+    quint64 changeCount() const { return m_changeCount; }
+    bool changedSince(quint64 count, QList<int> *changed) const;
+
     // Cards are held in slots. A slot's birth changes when it is given to another file, its
     // generation whenever its card changes in any way.
     int slotCount() const { return int(m_cards.size()); }
@@ -171,6 +177,7 @@ private:
     void fill(Card &card, const ZelvatMsg &record);
     static bool finish(Card &card, QByteArrayView text);
     static bool ownFile(const Card &card);
+    void logChange(int slot);
 
     QString m_programFolder;
     QString m_indexPath;
@@ -181,8 +188,12 @@ private:
     QHash<int, Notice> m_failures;     // by slot: the loader's notice of a file that cannot be read
     QSet<QString> m_excludedLogged;    // file names left out of the list, told to the event log once
     qint64 m_settleMs = DefaultSettleMs;
+    QByteArray m_scratch; // a card's fields while they are gathered
     int m_filesRead = 0;
     bool m_changedSinceIndex = false;
+    static constexpr size_t kChangeLogSize = 4096;
+    quint64 m_changeCount = 0;
+    std::vector<std::pair<quint64, int>> m_changeLog; // (count, slot), oldest first
 };
 
 // The words of a search of the report list: what the operator typed, split at blanks. A report
