@@ -59,6 +59,7 @@ private slots:
     void deleteKeyInTheSearchBoxDeletesNothing();
     void reportsOfOtherProgramsAppear_data();
     void reportsOfOtherProgramsAppear();
+    void selectionAndPlaceSurviveARefresh_data();
     void selectionAndPlaceSurviveARefresh();
     void theNextStartReadsOnlyWhatChanged();
 
@@ -97,6 +98,11 @@ void TestSearch::searchShowsTheRowsWithEveryWord()
     QCOMPARE(column(*w, ReportList::City), (QStringList{"Fairview", "Madison", "Springfield"}));
     w->BuildNewMsgList();
     QCOMPARE(w->statusText(), QString("Items: 3 of 4"));
+
+    // A report another program changes so that it no longer holds the words leaves the rows found.
+    SampleReport::save(home.path(), {"CTY=Fairview", "AST=2", "AD1=9 Pine Lane", "RPN=Jordan Reyes"}, 3);
+    QTRY_COMPARE_WITH_TIMEOUT(column(*w, ReportList::City), (QStringList{"Madison", "Springfield"}), 2000);
+    QCOMPARE(w->statusText(), QString("Items: 2 of 4"));
 
     QTest::keyClick(w->txtSearch, Qt::Key_Escape);
     QCOMPARE(w->txtSearch->text(), QString());
@@ -190,8 +196,16 @@ void TestSearch::reportsOfOtherProgramsAppear()
     QCOMPARE(w->statusText(), QString("Items: 1"));
 }
 
+void TestSearch::selectionAndPlaceSurviveARefresh_data()
+{
+    QTest::addColumn<int>("added");
+    QTest::newRow("a few rows added: the list changes row by row") << 20;
+    QTest::newRow("more rows added than there were: the list is replaced") << 300;
+}
+
 void TestSearch::selectionAndPlaceSurviveARefresh()
 {
+    QFETCH(int, added);
     WindowHome home;
     for (int i = 0; i < 200; ++i)
         report(home, i, QStringLiteral("Town %1").arg(i, 3, 10, QLatin1Char('0')));
@@ -206,10 +220,11 @@ void TestSearch::selectionAndPlaceSurviveARefresh()
     QCOMPARE(selected.size(), 1);
 
     // Other programs add rows before both, and change the selected one.
-    for (int i = 300; i < 320; ++i)
+    for (int i = 1000; i < 1000 + added; ++i)
         report(home, i, "Albany");
     SampleReport::save(home.path(), {"CTY=Town 120", "AST=2", "ISS=Changed"}, 120);
-    QTRY_COMPARE_WITH_TIMEOUT(w->listModel()->rowCount(), 220, 2000);
+    QTRY_COMPARE_WITH_TIMEOUT(w->listModel()->rowCount(), 200 + added, 3000);
+    QTRY_COMPARE_WITH_TIMEOUT(column(*w, ReportList::Issue).count("Changed"), qsizetype(1), 3000);
     QCOMPARE(topName(*w), top);
     QCOMPARE(selectedNames(*w), selected);
 }
