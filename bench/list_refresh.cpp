@@ -1,19 +1,31 @@
-// What a refill of the main window's report list costs: BuildNewMsgList (file list, a load of
-// every report, the rows, the default order, the view) of the Ready folder, offscreen, against a
-// plain read of the same files in the same run. Prints medians for 10,000 and 100,000 reports,
-// the time from start to the station dialog shown, and, last, refresh_ratio for 10,000.
+// What keeping the main window's report list costs, offscreen, for 10,000 and 100,000 reports of
+// the Ready folder: the time from start to the station dialog without the index file and with it;
+// a full refill (BuildNewMsgList after every report changed: each file read again, the rows, the
+// default order, the view) against a plain read of the same files in the same run; a refill
+// after one report changed (a save in the form) and after nothing changed; and the peak memory
+// of the program with 100,000 reports against the empty program (VmHWM of a child process).
+// Prints, last, refresh_ratio (the full refill against the plain read) for 10,000.
+//
+// The reports are written, then dated an hour back, as reports written earlier are: the list
+// reads a file again at every refill while its modification time is within a few seconds of now.
 
 #include "app/frmZelvatmain.h"
 #include "common/SampleReport.h"
+#include "support/SafeFile.h"
 
 #include <QApplication>
+#include <QDateTime>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QLineEdit>
+#include <QProcess>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <algorithm>
 #include <cstdio>
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <vector>
 
 namespace {
@@ -24,58 +36,158 @@ double median(std::vector<double> v)
     return v[v.size() / 2];
 }
 
-struct Figures {
-    double refreshMs;
-    double plainMs;
-    double startMs;
-};
-
-Figures measure(int count, int repeats)
+qint64 peakKb()
 {
-    QTemporaryDir dir;
-    QDir(dir.path()).mkpath(QStringLiteral("msg.d"));
-    QDir(dir.path()).mkpath(QStringLiteral("logs"));
+    QFile status(QStringLiteral("/proc/self/status"));
+    status.open(QIODevice::ReadOnly);
+    for (const QByteArray &line : status.readAll().split('\n')) {
+        if (line.startsWith("VmHWM:"))
+            return line.mid(6).trimmed().split(' ').first().toLongLong();
+    }
+    return -1;
+}
+
+// Every file's modification time set to `secondsAgo` before now.
+void dateBack(const QStringList &paths, qint64 secondsAgo)
+{
+    const timespec when{time_t(QDateTime::currentSecsSinceEpoch() - secondsAgo), 0};
+    const timespec times[2] = {when, when};
+    for (const QString &path : paths)
+        ::utimensat(AT_FDCWD, QFile::encodeName(path).constData(), times, 0);
+}
+
+QStringList makeReports(const QString &folder, int count)
+{
+    QDir(folder).mkpath(QStringLiteral("msg.d"));
+    QDir(folder).mkpath(QStringLiteral("logs"));
     QStringList paths;
     for (int i = 0; i < count; ++i) {
-        const ZelvatMsg m = SampleReport::make(dir.path(), i, 2);
+        const ZelvatMsg m = SampleReport::make(folder, i, 2);
         const QString path = m.pathFor(m.EID());
         QFile f(path);
-        f.open(QIODevice::WriteOnly);
+        if (!f.open(QIODevice::WriteOnly))
+            qFatal("cannot write %s", qPrintable(path));
         f.write(m.fileContent(QStringLiteral("1.0.0/26320:143207")));
         paths << path;
     }
+    dateBack(paths, 3600);
+    return paths;
+}
 
-    QElapsedTimer start;
-    start.start();
-    frmZelvatmain window(dir.path());
-    double startMs = 0;
-    window.showStationDialog = [&] { startMs = start.nsecsElapsed() / 1e6; };
-    window.Form_Load();
-
-    std::vector<double> refresh, plain;
+double plainRead(const QStringList &paths)
+{
+    QElapsedTimer t;
+    t.start();
     qint64 bytes = 0;
-    for (int r = 0; r < repeats + 1; ++r) { // the first round warms the caches
-        QElapsedTimer t;
-        t.start();
-        window.BuildNewMsgList();
-        QApplication::processEvents();
-        const double refreshMs = t.nsecsElapsed() / 1e6;
-        t.restart();
-        for (const QString &path : std::as_const(paths)) {
-            QFile f(path);
-            f.open(QIODevice::ReadOnly);
-            bytes += f.readAll().size();
-        }
-        const double plainMs = t.nsecsElapsed() / 1e6;
-        if (r > 0) {
-            refresh.push_back(refreshMs);
-            plain.push_back(plainMs);
-        }
+    for (const QString &path : paths) {
+        QFile f(path);
+        f.open(QIODevice::ReadOnly);
+        bytes += f.readAll().size();
     }
     if (bytes == 0)
         std::puts("nothing was read");
-    window.close();
-    return {median(refresh), median(plain), startMs};
+    return t.nsecsElapsed() / 1e6;
+}
+
+// Start-up up to the station dialog, which every start shows.
+std::unique_ptr<frmZelvatmain> start(const QString &folder, double *ms)
+{
+    QElapsedTimer t;
+    t.start();
+    auto window = std::make_unique<frmZelvatmain>(folder);
+    window->showStationDialog = [&] { *ms = t.nsecsElapsed() / 1e6; };
+    window->Form_Load();
+    return window;
+}
+
+struct Figures {
+    double startColdMs, startIndexedMs;
+    double fullMs, plainMs;
+    double oneChangedMs, nothingChangedMs;
+};
+
+Figures measure(const QString &folder, const QStringList &paths, int repeats)
+{
+    Figures f {};
+    QFile::remove(folder + QStringLiteral("/Zelvatcts.idx"));
+    auto window = start(folder, &f.startColdMs);
+
+    // Every report changed (dated anew): every file is read again.
+    std::vector<double> full, plain;
+    for (int r = 0; r < repeats + 1; ++r) { // the first round warms the caches
+        dateBack(paths, 7200 + r);
+        QElapsedTimer t;
+        t.start();
+        window->BuildNewMsgList();
+        QApplication::processEvents();
+        const double fullMs = t.nsecsElapsed() / 1e6;
+        const double plainMs = plainRead(paths);
+        if (r > 0) {
+            full.push_back(fullMs);
+            plain.push_back(plainMs);
+        }
+    }
+    f.fullMs = median(full);
+    f.plainMs = median(plain);
+
+    // One report saved again, as the report form saves it (its City changes, so its row moves).
+    std::vector<double> one, none;
+    for (int r = 0; r < 4 * repeats + 1; ++r) {
+        const int i = (r * 7919) % int(paths.size());
+        ZelvatMsg m = SampleReport::make(folder, i, 2);
+        m.setCTY(QStringLiteral("Town %1").arg(r));
+        RunError error;
+        SafeFile::writeAtomically(paths[i], m.fileContent(QStringLiteral("1.0.0/26320:143207")), &error);
+        QElapsedTimer t;
+        t.start();
+        window->BuildNewMsgList();
+        QApplication::processEvents();
+        const double oneMs = t.nsecsElapsed() / 1e6;
+        t.restart();
+        window->BuildNewMsgList();
+        QApplication::processEvents();
+        if (r > 0) {
+            one.push_back(oneMs);
+            none.push_back(t.nsecsElapsed() / 1e6);
+        }
+    }
+    f.oneChangedMs = median(one);
+    f.nothingChangedMs = median(none);
+    window->close(); // writes the index
+    window.reset();
+
+    std::vector<double> indexed;
+    for (int r = 0; r < 3; ++r) {
+        double ms = 0;
+        auto again = start(folder, &ms);
+        indexed.push_back(ms);
+        again->close();
+    }
+    f.startIndexedMs = median(indexed);
+    return f;
+}
+
+// The child's part of the memory figure: start on a folder, refill, search, and say the peak.
+int peakChild(const QString &folder)
+{
+    double ms = 0;
+    auto window = start(folder, &ms);
+    window->BuildNewMsgList();
+    window->txtSearch->setText(QStringLiteral("oak"));
+    QApplication::processEvents();
+    window->txtSearch->clear();
+    QApplication::processEvents();
+    std::printf("%lld\n", peakKb());
+    window->close();
+    return 0;
+}
+
+qint64 peakOf(const QString &folder)
+{
+    QProcess child;
+    child.start(QCoreApplication::applicationFilePath(), {QStringLiteral("--peak"), folder});
+    child.waitForFinished(600000);
+    return child.readAllStandardOutput().trimmed().toLongLong();
 }
 
 } // namespace
@@ -85,12 +197,33 @@ int main(int argc, char *argv[])
     qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication app(argc, argv);
     QStandardPaths::setTestModeEnabled(true); // the benchmark's window leaves the operator's settings alone
-    const Figures large = measure(100000, 3);
-    std::printf("reports=100000 refresh_median_ms=%.1f plain_median_ms=%.1f ratio=%.2f start_to_station_dialog_ms=%.1f\n",
-                large.refreshMs, large.plainMs, large.refreshMs / large.plainMs, large.startMs);
-    const Figures f = measure(10000, 9);
-    std::printf("reports=10000 refresh_median_ms=%.1f plain_median_ms=%.1f start_to_station_dialog_ms=%.1f\n", f.refreshMs,
-                f.plainMs, f.startMs);
-    std::printf("refresh_ratio=%.2f\n", f.refreshMs / f.plainMs);
+    if (argc == 3 && QByteArray(argv[1]) == "--peak")
+        return peakChild(QString::fromLocal8Bit(argv[2]));
+
+    QTemporaryDir large;
+    const QStringList largePaths = makeReports(large.path(), 100000);
+    const Figures l = measure(large.path(), largePaths, 3);
+    std::printf("reports=100000 refresh_median_ms=%.1f plain_median_ms=%.1f ratio=%.2f\n", l.fullMs, l.plainMs,
+                l.fullMs / l.plainMs);
+    std::printf("reports=100000 one_changed_median_ms=%.1f nothing_changed_median_ms=%.1f\n", l.oneChangedMs,
+                l.nothingChangedMs);
+    std::printf("reports=100000 start_to_station_dialog_ms=%.1f without_index_ms=%.1f\n", l.startIndexedMs, l.startColdMs);
+
+    QTemporaryDir empty;
+    makeReports(empty.path(), 0);
+    QFile::remove(large.path() + QStringLiteral("/Zelvatcts.idx"));
+    const qint64 emptyKb = peakOf(empty.path());
+    const qint64 coldKb = peakOf(large.path()); // reads every file, writes the index at its close
+    const qint64 indexedKb = peakOf(large.path());
+    std::printf("peak_kb empty=%lld reports=100000 without_index=%lld with_index=%lld per_report_bytes=%.0f (%.0f with index)\n",
+                emptyKb, coldKb, indexedKb, (coldKb - emptyKb) * 1024.0 / 100000, (indexedKb - emptyKb) * 1024.0 / 100000);
+
+    QTemporaryDir small;
+    const QStringList smallPaths = makeReports(small.path(), 10000);
+    const Figures s = measure(small.path(), smallPaths, 9);
+    std::printf("reports=10000 refresh_median_ms=%.1f plain_median_ms=%.1f one_changed_median_ms=%.1f "
+                "start_to_station_dialog_ms=%.1f without_index_ms=%.1f\n",
+                s.fullMs, s.plainMs, s.oneChangedMs, s.startIndexedMs, s.startColdMs);
+    std::printf("refresh_ratio=%.2f\n", s.fullMs / s.plainMs);
     return 0;
 }

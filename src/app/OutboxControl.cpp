@@ -2,6 +2,8 @@
 
 #include "app/ReportListModel.h"
 #include "app/frmZelvatmain.h"
+#include "store/ReportCatalog.h"
+#include "support/CommonConst.h"
 #include "link/ServerSession.h"
 #include "report_form/frmZelvatcts.h"
 #include "support/DatetimeLib.h"
@@ -60,9 +62,6 @@ OutboxControl::OutboxControl(frmZelvatmain *window)
         if (open)
             open(name);
     };
-    // A list built again or a row deleted may change the Ready reports.
-    connect(window->listModel(), &QAbstractItemModel::modelReset, this, [this] { m_dirty = true; });
-    connect(window->listModel(), &QAbstractItemModel::rowsRemoved, this, [this] { m_dirty = true; });
     window->installEventFilter(this);
     m_clock.setInterval(1000);
     connect(&m_clock, &QTimer::timeout, this, &OutboxControl::tick);
@@ -104,10 +103,16 @@ void OutboxControl::setSettings(const OutboxFile::Settings &settings)
 
 void OutboxControl::recount()
 {
-    m_ready = Outbox(m_window->programFolder(), m_window->station()).readyReports();
+    // The window's catalog holds every report's state, kept current by its watch on the folder.
+    const ReportCatalog &catalog = m_window->catalog();
+    m_ready.clear();
+    for (int slot : catalog.liveSlots()) {
+        if (catalog.state(slot) == Zelvat::StateReady)
+            m_ready.append(catalog.name(slot));
+    }
+    m_ready.sort();
     m_needOperator.intersect(QSet<QString>(m_ready.cbegin(), m_ready.cend()));
-    m_counted.start();
-    m_dirty = false;
+    m_countedAt = catalog.changeCount();
 }
 
 bool OutboxControl::isOpen(const QString &name) const
@@ -130,8 +135,7 @@ void OutboxControl::tick()
 {
     if (m_running)
         return;
-    // Other programs on the folder change it too: counted again every ten seconds.
-    if (m_dirty || !m_counted.isValid() || m_counted.hasExpired(10000))
+    if (m_countedAt != m_window->catalog().changeCount())
         recount();
     const QDateTime now = DatetimeLib::now();
     m_waitingForSession = false;
@@ -196,6 +200,10 @@ void OutboxControl::cmdSendReady_Click()
 
 void OutboxControl::run(bool byOperator)
 {
+    // The operator's command sends what is Ready now, not at the watch's last look.
+    if (byOperator)
+        m_window->BuildNewMsgList();
+    recount();
     m_running = true;
     m_lastRun.clear();
     ServerSession session(&m_window->station());
@@ -234,6 +242,7 @@ void OutboxControl::run(bool byOperator)
 
     Outbox::Hooks hooks;
     hooks.isOpen = [this](const QString &name) { return isOpen(name); };
+    hooks.reports = m_ready;
     hooks.starting = [&](int index, int count, const QString &name) {
         m_sending = name;
         m_progress = QStringLiteral("(%1 of %2)").arg(index + 1).arg(count);
@@ -266,8 +275,8 @@ void OutboxControl::run(bool byOperator)
     if (mnuSendReady)
         mnuSendReady->setText(QStringLiteral("Send Ready Reports"));
     m_schedule.tried(!result.linkFailed, DatetimeLib::now());
-    recount();
     m_window->BuildNewMsgList();
+    recount();
     m_lastRun = QStringLiteral("last run: %1 of %2 sent").arg(result.sent).arg(result.count);
     if (result.madeWay)
         m_lastRun += QStringLiteral(", paused for the report form");

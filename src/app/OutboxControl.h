@@ -65,8 +65,7 @@ private:
 
     frmZelvatmain *m_window;
     QTimer m_clock;
-    QElapsedTimer m_counted;
-    bool m_dirty = true;
+    quint64 m_countedAt = ~quint64(0); // the catalog's change count when the Ready reports were counted
     OutboxFile::Settings m_settings;
     RetrySchedule m_schedule;
     QStringList m_ready;

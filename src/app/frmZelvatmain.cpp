@@ -11,6 +11,8 @@
 #include "report_form/frmZelvatcts.h"
 #include "support/DatetimeLib.h"
 #include "store/ProgramFolder.h"
+#include "store/ReportCatalog.h"
+#include "store/ReportFolderWatch.h"
 #include "store/ReportList.h"
 #include "support/CommonConst.h"
 #include "support/Platform.h"
@@ -78,6 +80,7 @@ frmZelvatmain::frmZelvatmain(const QString &programFolder, QWidget *parent)
     : QMainWindow(parent)
     , m_folder(programFolder)
     , m_station(ProgramFolder::stationFile(programFolder))
+    , m_catalog(std::make_unique<ReportCatalog>(programFolder))
 {
     setObjectName(QStringLiteral("frmZelvatmain"));
     buildControls();
@@ -88,13 +91,19 @@ frmZelvatmain::frmZelvatmain(const QString &programFolder, QWidget *parent)
         dialog.exec();
     };
     startReportForm = [this](const QString &eventRecord) {
-        frmZelvatcts::open(ReportFormContext{m_folder, &m_station, [this] { BuildNewMsgList(); }}, eventRecord);
+        frmZelvatcts::open(ReportFormContext{m_folder, &m_station, [this] { BuildNewMsgList(); }, m_catalog.get()},
+                           eventRecord);
     };
     m_outbox = new OutboxControl(this);
     m_recoveryOffer = new RecoveryOffer(this);
 }
 
-frmZelvatmain::~frmZelvatmain() = default;
+frmZelvatmain::~frmZelvatmain()
+{
+    // The catalog goes before the widgets do: nothing may ask it for rows after this.
+    delete m_watch;
+    LV->setModel(nullptr);
+}
 
 void frmZelvatmain::buildControls()
 {
@@ -131,14 +140,15 @@ void frmZelvatmain::buildControls()
     lblCurrentFolder->setObjectName(QStringLiteral("lblCurrentFolder"));
     lblCurrentFolder->setFont(makeFont("Arial", 14.25));
 
-    m_model = new ReportListModel(this);
-    m_sorted = new QSortFilterProxyModel(this);
+    m_model = new ReportListModel(m_catalog.get(), this);
+    m_sorted = new ReportListSorter(this);
     m_sorted->setSourceModel(m_model);
     m_sorted->setSortRole(ReportListModel::SortRole);
+    m_found = new ReportListFilter(m_sorted, m_model, this);
     LV = new QTreeView(central);
     LV->setObjectName(QStringLiteral("LV"));
     LV->setAccessibleName(QStringLiteral("Reports"));
-    LV->setModel(m_sorted);
+    LV->setModel(m_found);
     LV->setRootIsDecorated(false);
     LV->setUniformRowHeights(true);
     LV->setSelectionMode(QAbstractItemView::ExtendedSelection);
@@ -155,6 +165,19 @@ void frmZelvatmain::buildControls()
     connect(LV->selectionModel(), &QItemSelectionModel::selectionChanged, this, &frmZelvatmain::updateSelectionCommands);
     connect(m_sorted, &QAbstractItemModel::modelReset, this, &frmZelvatmain::updateSelectionCommands);
     connect(m_sorted, &QAbstractItemModel::rowsRemoved, this, &frmZelvatmain::updateSelectionCommands);
+
+    txtSearch = new QLineEdit(central);
+    txtSearch->setObjectName(QStringLiteral("txtSearch"));
+    txtSearch->setAccessibleName(QStringLiteral("Search reports"));
+    txtSearch->setPlaceholderText(QStringLiteral("Search (Ctrl+F)"));
+    txtSearch->setToolTip(QStringLiteral("Shows the reports of this folder that hold every word typed: event ID, issue, "
+                                         "location, city, reporting person, phone or details. Escape clears it."));
+    txtSearch->setClearButtonEnabled(true);
+    txtSearch->installEventFilter(this);
+    connect(txtSearch, &QLineEdit::textChanged, this, [this](const QString &text) {
+        m_found->setSearch(text);
+        showItemCount();
+    });
 
     txtArea = new QLineEdit(central);
     txtArea->setObjectName(QStringLiteral("txtArea"));
@@ -220,6 +243,11 @@ void frmZelvatmain::buildMenus()
         return a;
     };
     QMenu *file = menuBar()->addMenu(QStringLiteral("&File"));
+    item(file, "mnuNewReport", QStringLiteral("New Report"), true, &frmZelvatmain::cmdMorvel_Click)
+        ->setShortcut(QKeySequence::New);
+    item(file, "mnuRefresh", QStringLiteral("Refresh List"), true, &frmZelvatmain::refreshList)
+        ->setShortcut(QKeySequence::Refresh);
+    file->addSeparator();
     item(file, "mnuExport", QStringLiteral("Export"), true, &frmZelvatmain::mnuExport_Click);
     item(file, "mnuImport", QStringLiteral("Import"), true, &frmZelvatmain::mnuImport_Click);
     file->addSeparator();
@@ -233,7 +261,13 @@ void frmZelvatmain::buildMenus()
     mnuCopy = item(edit, "mnuCopy", QStringLiteral("Copy"), false, &frmZelvatmain::mnuCopy_Click);
     mnuCopy->setShortcut(QKeySequence::Copy);
     item(edit, "mnuPaste", QStringLiteral("Paste"), false);
-    item(edit, "mnuDelete", QStringLiteral("Delete"), true, &frmZelvatmain::cmdDelete_Click);
+    // The Delete key deletes while the list has the focus (see eventFilter), never while a box is
+    // typed in: the menu only shows it.
+    QAction *del = item(edit, "mnuDelete", QStringLiteral("Delete"), true, &frmZelvatmain::cmdDelete_Click);
+    del->setShortcut(QKeySequence::Delete);
+    del->setShortcutContext(Qt::WidgetShortcut);
+    edit->addSeparator();
+    item(edit, "mnuFind", QStringLiteral("Find"), true, &frmZelvatmain::mnuFind_Click)->setShortcut(QKeySequence::Find);
     QMenu *setup = menuBar()->addMenu(QStringLiteral("&Setup"));
     item(setup, "mnuStationID", QStringLiteral("Location ID"), true, &frmZelvatmain::mnuStationID_Click);
     item(setup, "mnuPreferences", QStringLiteral("Preferences"), true, &frmZelvatmain::mnuPreferences_Click);
@@ -280,10 +314,14 @@ void frmZelvatmain::Form_Load()
                               "the settings are written anew when the program closes.")
                    .arg(storeFile, bad.join(QStringLiteral(", "))),
                Notice::Exclamation);
-    // Station settings, session log, the report reader.
+    // Station settings, session log, the report reader, the rows kept from the last run.
     m_station.load();
     ZelvatLogLib::SetupLog(m_folder, true);
     m_reader = std::make_unique<ZelvatMsg>(m_folder);
+    startWatching();
+    // The folder is listed while the rows of the last run are read back: the first refill needs both.
+    m_firstLook = std::async(std::launch::async, &ReportCatalog::listFolder, m_catalog->messageFolder());
+    m_catalog->loadIndex();
     // The Ready folder in the list font of the station settings.
     m_currentFolder = Zelvat::StateReady;
     m_listFontSize = m_station.Lvf;
@@ -322,6 +360,10 @@ void frmZelvatmain::Form_Unload()
     s.sync();
     m_station.Lvf = float(m_listFontSize);
     m_station.save();
+    // The rows are kept for the next start; a list without them is only slower to start.
+    RunError error;
+    if (m_catalog->changedSinceIndex() && !m_catalog->saveIndex(&error))
+        EventLog::current().error(error.text() + QStringLiteral("; Zelvat:saveIndex, FileName = ") + m_catalog->indexPath());
     m_reader.reset();
 }
 
@@ -386,37 +428,100 @@ void frmZelvatmain::BuildNewMsgList()
 {
     if (!m_reader)
         return;
-    // The loader's messages for unreadable files are collected and said once, below.
-    struct Collect : Notifier {
-        QList<Notice> notices;
-        void show(const Notice &n) override { notices.append(n); }
-    } collect;
-    QList<ReportList::Row> rows;
-    {
-        ScopedNotifier quiet(&collect);
-        rows = ReportList::build(*m_reader, m_currentFolder);
-    }
-    // A freshly built list is ordered by City. The order is set on an empty list, so that the
-    // rows are sorted once, as they arrive.
+    refreshCatalog();
+    // A refilled list is ordered by City. A new folder's rows are sorted once, as they arrive:
+    // the order is set on the empty list first.
     m_sortKey = ReportList::City;
     m_sortOrder = Qt::AscendingOrder;
-    if (m_sorted->sortColumn() != m_sortKey || m_sorted->sortOrder() != m_sortOrder) {
-        m_model->setRows({});
-        m_sorted->sort(m_sortKey, m_sortOrder);
+    const bool ordered = m_sorted->sortColumn() == m_sortKey && m_sorted->sortOrder() == m_sortOrder;
+    if (m_model->folder() != m_currentFolder) {
+        if (!ordered) {
+            m_model->clear();
+            m_sorted->sort(m_sortKey, m_sortOrder);
+        }
+        m_model->sync(m_currentFolder);
+        showItemCount();
+    } else {
+        syncList();
+        if (!ordered)
+            m_sorted->sort(m_sortKey, m_sortOrder);
     }
-    const int count = int(rows.size());
-    m_model->setRows(std::move(rows));
     LV->header()->setSortIndicator(m_sortKey, m_sortOrder);
+    tellUnreadable(m_catalog->unreadable());
+}
+
+// The catalog learns what changed in the message folder: the files the watcher was told of, or
+// the whole folder where it cannot tell.
+void frmZelvatmain::refreshCatalog()
+{
+    bool everything = true;
+    const QStringList changed = m_watch ? m_watch->takeChanges(&everything) : QStringList();
+    if (m_firstLook.valid()) {
+        // The first look began after the watch: what changed since, the watch names.
+        m_catalog->apply(m_firstLook.get());
+        if (!changed.isEmpty())
+            m_catalog->refresh(changed);
+        return;
+    }
+    if (everything)
+        m_catalog->refresh();
+    else if (!changed.isEmpty())
+        m_catalog->refresh(changed);
+}
+
+// The list follows the catalog; the report at the top of the view stays there, and when every
+// row was replaced the selection comes back too.
+void frmZelvatmain::syncList()
+{
+    const ReportListPlace place = ReportListPlace::of(LV, m_found, m_model);
+    const bool replaced = m_model->sync(m_currentFolder);
+    place.restore(LV, m_found, m_model, replaced);
+    showItemCount();
+}
+
+void frmZelvatmain::refreshList()
+{
+    if (!m_reader)
+        return;
+    bool everything = true;
+    if (m_watch)
+        m_watch->takeChanges(&everything); // the whole folder is looked at anyway
+    m_catalog->refresh();
+    syncList();
+    tellUnreadable(m_catalog->unreadable());
+}
+
+void frmZelvatmain::startWatching()
+{
+    m_watch = new ReportFolderWatch(m_catalog->messageFolder(), this);
+    connect(m_watch, &ReportFolderWatch::changed, this, [this] {
+        refreshCatalog();
+        syncList();
+    });
+    connect(m_watch, &ReportFolderWatch::looked, this, [this](const ReportCatalog::Listing &listing) {
+        m_catalog->apply(listing);
+        syncList();
+    });
+}
+
+void frmZelvatmain::showItemCount()
+{
+    const int total = m_model->rowCount();
+    const int shown = m_found->rowCount();
+    sbrStatus->setText(m_found->searching() ? ReportList::itemsText(shown, total) : ReportList::itemsText(total));
     // An empty list takes no part in keyboard input.
-    LV->setFocusPolicy(count > 0 ? Qt::StrongFocus : Qt::NoFocus);
-    sbrStatus->setText(ReportList::itemsText(count));
-    tellUnreadable(collect.notices);
+    LV->setFocusPolicy(shown > 0 ? Qt::StrongFocus : Qt::NoFocus);
+}
+
+QSortFilterProxyModel *frmZelvatmain::listRows() const
+{
+    return m_found;
 }
 
 void frmZelvatmain::tellUnreadable(const QList<Notice> &notices)
 {
-    // Every refill loads every report file, whatever the folder, so the loader's messages of
-    // one refill name every file that cannot be read now. One message per set of newly
+    // The catalog keeps the loader's message of every file that cannot be read now, whatever
+    // the folder. One message per set of newly
     // unreadable files, not one per file and refill: a file already told about is not told
     // again while it stays unreadable; once it reads again it is forgotten, so that a later
     // failure is told anew.
@@ -486,7 +591,7 @@ void frmZelvatmain::LV_DblClick()
     if (!current.isValid())
         return;
     if (startReportForm)
-        startReportForm(m_model->rows()[m_sorted->mapToSource(current).row()].cells[ReportList::Idx]);
+        startReportForm(m_model->rows()[m_found->modelRow(current)].cells[ReportList::Idx]);
 }
 
 void frmZelvatmain::cmdDelete_Click()
@@ -495,7 +600,7 @@ void frmZelvatmain::cmdDelete_Click()
         return;
     QList<int> selected;
     for (const QModelIndex &i : LV->selectionModel()->selectedRows())
-        selected << m_sorted->mapToSource(i).row();
+        selected << m_found->modelRow(i);
     std::sort(selected.begin(), selected.end());
     // From the last selected row to the first, so the rows still to go keep their places. A row
     // leaves the list only when its file changed as asked; otherwise the operator has been told.
@@ -517,6 +622,20 @@ bool frmZelvatmain::eventFilter(QObject *watched, QEvent *event)
     if (watched == LV && event->type() == QEvent::KeyPress && static_cast<QKeyEvent *>(event)->key() == Qt::Key_Delete) {
         cmdDelete_Click();
         return true;
+    }
+    // Escape clears the search; Down and Enter go on to the rows found.
+    if (watched == txtSearch && event->type() == QEvent::KeyPress) {
+        const int key = static_cast<QKeyEvent *>(event)->key();
+        if (key == Qt::Key_Escape && !txtSearch->text().isEmpty()) {
+            txtSearch->clear();
+            return true;
+        }
+        if ((key == Qt::Key_Down || key == Qt::Key_Return || key == Qt::Key_Enter) && m_found->rowCount() > 0) {
+            LV->setFocus(Qt::ShortcutFocusReason);
+            if (!LV->currentIndex().isValid())
+                LV->setCurrentIndex(m_found->index(0, 0));
+            return true;
+        }
     }
     return QMainWindow::eventFilter(watched, event);
 }
@@ -611,6 +730,12 @@ void frmZelvatmain::mnuExit_Click()
     close();
 }
 
+void frmZelvatmain::mnuFind_Click()
+{
+    txtSearch->setFocus(Qt::ShortcutFocusReason);
+    txtSearch->selectAll();
+}
+
 void frmZelvatmain::Pause(int milliSeconds)
 {
     QEventLoop loop;
@@ -655,4 +780,10 @@ void frmZelvatmain::Form_Resize()
     const auto bigger = at(cmdBigger);
     Twips::place(cmdBigger, W - 800, bigger[1], bigger[2], bigger[3]);
     Twips::place(cmdSmaller, W - 800 - 375, bigger[1], at(cmdSmaller)[2], at(cmdSmaller)[3]);
+    // The search box sits at the right end of the folder caption's row, over the list's right edge.
+    const int searchWidth = std::min(Twips::toPixels(this, 3000), LV->width() / 2);
+    const int searchHeight = txtSearch->sizeHint().height();
+    txtSearch->setGeometry(LV->x() + LV->width() - searchWidth,
+                           lblCurrentFolder->y() + (lblCurrentFolder->height() - searchHeight) / 2, searchWidth, searchHeight);
+    txtSearch->raise();
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "settings/ZelvatIni.h"
+#include "store/ReportCatalog.h"
 #include "store/ZelvatMsg.h"
 #include "support/Platform.h"
 
@@ -8,6 +9,7 @@
 #include <QSet>
 #include <array>
 #include <functional>
+#include <future>
 #include <memory>
 
 class QAction;
@@ -20,7 +22,10 @@ class QTimer;
 class QTreeView;
 class OutboxControl;
 class RecoveryOffer;
+class ReportFolderWatch;
+class ReportListFilter;
 class ReportListModel;
+class ReportListSorter;
 class ServerSession;
 
 // The main window and the program's start-up object: the report list with its folders, the
@@ -51,6 +56,9 @@ public:
 
     // Refills the list for the current folder. Public: the report form calls it.
     void BuildNewMsgList();
+    // Looks at the whole message folder again and brings the list up to date, keeping its
+    // order, selection and place (F5).
+    void refreshList();
     void SetColumnHeaders();
     void updateFolderCaption();
 
@@ -58,8 +66,10 @@ public:
     QString programFolder() const { return m_folder; }
     int currentFolder() const { return m_currentFolder; }
     ReportListModel *listModel() const { return m_model; }
-    // The rows in the order the list shows them.
-    QSortFilterProxyModel *listRows() const { return m_sorted; }
+    // The rows in the order the list shows them (those of a search while one is typed).
+    QSortFilterProxyModel *listRows() const;
+    ReportCatalog &catalog() const { return *m_catalog; }
+    ReportFolderWatch *folderWatch() const { return m_watch; }
     double listFontSize() const { return m_listFontSize; }
     int sortKey() const { return m_sortKey; }
     Qt::SortOrder sortOrder() const { return m_sortOrder; }
@@ -94,6 +104,7 @@ public:
     std::function<QString(QString *filter)> chooseExportFile;
     // Asks for the report files to import. Replaced in tests.
     std::function<QStringList()> chooseImportFiles;
+    void mnuFind_Click();
     void LV_ColumnClick(int column);
     void LV_DblClick();
     void Form_Resize();
@@ -109,6 +120,7 @@ public:
     std::array<QPushButton *, 10> cmdFolder {}; // by folder code: 0, 2, 6, 8, 9
     QTreeView *LV = nullptr;
     QLineEdit *txtArea = nullptr;
+    QLineEdit *txtSearch = nullptr; // the search box above the list
     QFrame *Line1 = nullptr;
     QFrame *Line2 = nullptr;
     QLabel *sbrStatus = nullptr;      // panel "Status"
@@ -132,12 +144,20 @@ private:
     void setListFontSize(double size);
     void tellUnreadable(const QList<Notice> &notices);
     void updateSelectionCommands();
+    void refreshCatalog();
+    void syncList();
+    void showItemCount();
+    void startWatching();
 
     QString m_folder;
     ZelvatIni m_station;
     std::unique_ptr<ZelvatMsg> m_reader;
+    std::unique_ptr<ReportCatalog> m_catalog; // every report's row, kept between refills
+    std::future<ReportCatalog::Listing> m_firstLook; // the folder as start-up found it
+    ReportFolderWatch *m_watch = nullptr;
     ReportListModel *m_model = nullptr;
-    QSortFilterProxyModel *m_sorted = nullptr;
+    ReportListSorter *m_sorted = nullptr;
+    ReportListFilter *m_found = nullptr;
     ServerSession *m_linkSession = nullptr;
     OutboxControl *m_outbox = nullptr;
     RecoveryOffer *m_recoveryOffer = nullptr;

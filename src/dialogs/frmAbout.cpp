@@ -1,5 +1,6 @@
 #include "dialogs/frmAbout.h"
 
+#include "ui/Captions.h"
 #include "ui/Twips.h"
 #include "support/CommonConst.h"
 #include "support/Platform.h"
@@ -66,6 +67,7 @@ frmAbout::frmAbout(QWidget *parent)
     Twips::place(cmdSysInfo, 3840, 3300, 1300, 400);
     Twips::place(cmdOK, 5280, 3300, 1300, 400);
     setFixedSize(Twips::toPixels(this, 6840), Twips::toPixels(this, 3900));
+    Captions::fit(this);
     connect(cmdLicenseAgreement, &QPushButton::clicked, this, &frmAbout::cmdLicenseAgreement_Click);
     connect(cmdSysInfo, &QPushButton::clicked, this, &frmAbout::cmdSysInfo_Click);
     connect(cmdOK, &QPushButton::clicked, this, &QDialog::accept);

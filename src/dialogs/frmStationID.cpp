@@ -1,5 +1,6 @@
 #include "dialogs/frmStationID.h"
 
+#include "ui/Captions.h"
 #include "ui/Paint.h"
 #include "ui/Twips.h"
 #include "settings/ZelvatIni.h"
@@ -53,6 +54,7 @@ frmStationID::frmStationID(ZelvatIni &station, QWidget *parent)
     Twips::place(cmdOK, 4440, 3840, 1200, 400);
     connect(cmdOK, &QPushButton::clicked, this, &frmStationID::cmdOK_Click);
     setFixedSize(Twips::toPixels(this, 5880), Twips::toPixels(this, 4440));
+    Captions::fit(this);
 
     txtSID[0]->setText(station.Nam);
     txtSID[1]->setText(station.Uid);

@@ -1,5 +1,6 @@
 #include "dialogs/frmZelvatPref.h"
 
+#include "ui/Captions.h"
 #include "ui/Paint.h"
 #include "ui/Twips.h"
 #include "link/ServerSession.h"
@@ -73,6 +74,7 @@ frmZelvatPref::frmZelvatPref(ZelvatIni &station, ServerSession *session, QWidget
     Twips::place(cmdOK, 4200, 3240, 1200, 400);
     Twips::place(cmdCancel, 5520, 3240, 1200, 400);
     setFixedSize(Twips::toPixels(this, 6840), Twips::toPixels(this, 3780));
+    Captions::fit(this);
     connect(cmdOK, &QPushButton::clicked, this, &frmZelvatPref::cmdOK_Click);
     connect(cmdCancel, &QPushButton::clicked, this, &frmZelvatPref::cmdCancel_Click);
     connect(cmdTest, &QPushButton::clicked, this, &frmZelvatPref::cmdTest_Click);

@@ -155,7 +155,7 @@ Outbox::Run Outbox::sendReady(ServerSession &session, const Hooks &hooks)
         }
     } running;
     Run run;
-    const QStringList ready = readyReports();
+    const QStringList ready = hooks.reports ? *hooks.reports : readyReports();
     run.count = int(ready.size());
     for (int i = 0; i < run.count; ++i) {
         if (session.cancelled()) {

@@ -8,6 +8,7 @@
 #include <QString>
 #include <QStringList>
 #include <functional>
+#include <optional>
 
 class ServerSession;
 class ZelvatIni;
@@ -49,6 +50,9 @@ public:
         std::function<void(const Try &)> tried;
         // The run ends at the first report the server did not take (it is likely down).
         bool stopAtFailure = true;
+        // The reports to try, in order, where the caller knows them already; by default every
+        // Ready report of the folder. Each is loaded again and passed by when no longer Ready.
+        std::optional<QStringList> reports;
     };
     struct Run {
         int count = 0;       // Ready reports when the run began

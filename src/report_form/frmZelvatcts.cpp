@@ -1,5 +1,8 @@
 #include "report_form/frmZelvatcts.h"
 
+#include "report_form/FormKeys.h"
+#include "report_form/RepeatCallerStrip.h"
+#include "ui/Captions.h"
 #include "ui/Paint.h"
 #include "ui/Twips.h"
 #include "ui/WindowAccessibility.h"
@@ -292,7 +295,9 @@ void frmZelvatcts::buildControls()
     static const char *lastTips[2] = {"Load 'Last Used' address for this request",
                                       "Load 'Last Used' Reporting Person for this request"};
     static const char *lastNames[2] = {"Last used address", "Last used reporting person"};
-    static const TwipsRect lastPlaces[2] = {{5700, 860, 530, 290}, {4490, 220, 530, 290}};
+    // Each clear of the lines around it: the address one between the first two boxes, the person
+    // one beside its frame's title, above the frame's line.
+    static const TwipsRect lastPlaces[2] = {{5700, 880, 530, 240}, {4490, 0, 530, 240}};
     for (int i = 0; i < 2; ++i) {
         cmdLast[i] = new QPushButton(QStringLiteral("L/U"), i == 0 ? Frame1 : Frame2);
         cmdLast[i]->setObjectName(QStringLiteral("cmdLast_%1").arg(i));
@@ -419,8 +424,13 @@ void frmZelvatcts::buildControls()
     for (qsizetype i = 1; i < reading.size(); ++i)
         setTabOrder(reading[i - 1], reading[i]);
 
+    lblRepeatCaller = new RepeatCallerStrip(m_context.programFolder, m_context.reports, this);
+    connect(lblRepeatCaller, &RepeatCallerStrip::heightChanged, this, &frmZelvatcts::Form_Resize);
+    installFormKeys(this, cmdSave, cmdSubmit);
+
     resize(px(FormLayout::DesignWidth), px(FormLayout::DesignHeight));
     applyLayout();
+    Captions::fit(this);
 }
 
 void frmZelvatcts::applyLayout()
@@ -449,14 +459,16 @@ void frmZelvatcts::applyLayout()
         place(txtLaw[i], f.txtLaw[i]);
     const int bar = sbrStatus->sizeHint().height();
     sbrStatus->setGeometry(0, height() - bar, width(), bar);
+    lblRepeatCaller->placeAbove(sbrStatus);
 }
 
 void frmZelvatcts::Form_Resize()
 {
-    if (!sbrStatus)
+    if (!sbrStatus || !lblRepeatCaller)
         return;
+    // A hint of earlier calls takes its room from the tabs, as the status bar does.
     const int bar = sbrStatus->sizeHint().height();
-    if (m_layout.resize(twips(width()), twips(height()), twips(bar)))
+    if (m_layout.resize(twips(width()), twips(height()), twips(bar + lblRepeatCaller->placeAbove(sbrStatus))))
         applyLayout();
     else
         sbrStatus->setGeometry(0, height() - bar, width(), bar);
@@ -909,6 +921,8 @@ void frmZelvatcts::onLeave(const FormFields::Box &b)
         setBoxText(box, StringLib::properCase(boxText(box)));
     else if (b.leave == FormFields::Leave::LastSeen)
         setBoxText(box, FormRules::ResolveLastSeen(boxText(box), DatetimeLib::now()));
+    if (b.key == Key::AD1 || b.key == Key::RPP)
+        lblRepeatCaller->lookUp(boxText(txtHeader[1]), boxText(txtHeader[5]), m_eventNumber);
 }
 
 // --- submission -----------------------------------------------------------------------------

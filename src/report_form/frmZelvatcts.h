@@ -20,15 +20,19 @@ class QStatusBar;
 class QTabWidget;
 class QTimer;
 class FormRecoveryKeeper;
+class RepeatCallerStrip;
+class ReportCatalog;
 class ServerSession;
 class ZelvatIni;
 
 // What a report form needs from the program: the program folder, the station settings held by
-// the main window, and the main window's list refresh (BuildNewMsgList).
+// the main window, the main window's list refresh (BuildNewMsgList), and the main window's rows
+// of every report for the repeat-caller hint (without them the form keeps rows of its own).
 struct ReportFormContext {
     QString programFolder;
     ZelvatIni *station = nullptr;
     std::function<void()> buildNewMsgList;
+    ReportCatalog *reports = nullptr;
 };
 
 // The report form: the window in which the operator writes one incident report, or opens a
@@ -206,4 +210,5 @@ public:
     QLabel *sbrStatusPanel = nullptr;      // panel "Status"
     QLabel *sbrCurrentTimePanel = nullptr; // panel "CurrentTime"
     QTimer *tmrClock = nullptr;
+    RepeatCallerStrip *lblRepeatCaller = nullptr; // earlier calls from the same address or phone
 };

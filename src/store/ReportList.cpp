@@ -96,7 +96,7 @@ void sortRows(QList<Row> &rows, int column, Qt::SortOrder order)
         rows[i] = std::move(keyed[i].second);
 }
 
-double chronoValue(const QString &cell)
+double chronoValue(QStringView cell)
 {
     // "MM/dd/yy HH:mm", parsed field by field so that the system's date order plays no part.
     if (cell.size() != 14 || cell[2] != QLatin1Char('/') || cell[5] != QLatin1Char('/') || cell[8] != QLatin1Char(' ')
@@ -121,6 +121,11 @@ double chronoValue(const QString &cell)
 QString itemsText(qsizetype count)
 {
     return QStringLiteral("Items: ") + QString::number(count);
+}
+
+QString itemsText(qsizetype shown, qsizetype total)
+{
+    return itemsText(shown) + QStringLiteral(" of ") + QString::number(total);
 }
 
 } // namespace ReportList

@@ -3,6 +3,7 @@
 #include <QList>
 #include <QString>
 #include <QStringList>
+#include <QStringView>
 #include <Qt>
 #include <array>
 
@@ -53,9 +54,11 @@ inline void sortDefault(QList<Row> &rows) { sortRows(rows, City, Qt::AscendingOr
 
 // The chronological value of a Date/Time cell read as month/day/year hours:minutes: days since
 // 30 December 1899 plus the fraction of the day; 0 for a cell that is no valid date and time.
-double chronoValue(const QString &cell);
+double chronoValue(QStringView cell);
 
 // "Items: 5"
 QString itemsText(qsizetype count);
+// "Items: 3 of 5": the rows a search shows of the rows of the folder.
+QString itemsText(qsizetype shown, qsizetype total);
 
 } // namespace ReportList

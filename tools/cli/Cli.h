@@ -38,6 +38,7 @@ private:
 
 // The commands over the report store.
 int listCommand(Cli &cli, const QStringList &args);
+int findCommand(Cli &cli, const QStringList &args);
 int showCommand(Cli &cli, const QStringList &args);
 int nextEventCommand(Cli &cli, const QStringList &args);
 int newCommand(Cli &cli, const QStringList &args);

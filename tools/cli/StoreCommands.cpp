@@ -4,43 +4,90 @@
 #include "support/DatetimeLib.h"
 #include "store/EventNumbers.h"
 #include "store/FormFields.h"
+#include "store/ReportCatalog.h"
 #include "store/ReportList.h"
 #include "store/SaveStamps.h"
 #include "store/ZelvatMsg.h"
 #include "support/CodePage.h"
 #include "support/CommonConst.h"
+#include "support/Platform.h"
 #include "support/StringLib.h"
 
 #include <QHash>
 
 using Key = ZelvatMsg::Key;
 
-int listCommand(Cli &cli, const QStringList &args)
+namespace {
+
+const QHash<QString, int> &folderCodes()
 {
     static const QHash<QString, int> folders = {
         {QStringLiteral("all"), Zelvat::StateAll},       {QStringLiteral("ready"), Zelvat::StateReady},
         {QStringLiteral("draft"), Zelvat::StateDraft},   {QStringLiteral("submitted"), Zelvat::StateSubmitted},
         {QStringLiteral("deleted"), Zelvat::StateDeleted},
     };
-    if (args.size() > 1 || (args.size() == 1 && !folders.contains(args[0]))) {
-        Cli::err(QStringLiteral("usage: zelvatcts-cli [--home DIR] list [all|ready|draft|submitted|deleted]"));
-        return Cli::Usage;
-    }
-    const int folder = args.isEmpty() ? int(Zelvat::StateReady) : folders.value(args[0]);
-    QList<ReportList::Row> rows = ReportList::build(cli.store(), folder);
-    ReportList::sortDefault(rows);
+    return folders;
+}
+
+// The rows of a folder that hold every word of `search`, as the report list shows them: the
+// eight columns joined by TAB in the list's default order, then "Items: N". The rows come from
+// the catalog the window keeps (its index file is used when it can be trusted); what the loader
+// says about files that cannot be read goes to standard error.
+int printRows(Cli &cli, int folder, const ReportSearch &search)
+{
+    ReportCatalog catalog(cli.programFolder());
+    catalog.loadIndex();
+    catalog.refresh();
+    for (const Notice &n : catalog.unreadable())
+        notify(n.text, n.icon, n.title);
     QByteArray out;
-    for (const ReportList::Row &row : std::as_const(rows)) {
+    qsizetype count = 0;
+    for (int slot : catalog.rowsOf(folder)) {
+        if (!search.isEmpty() && !catalog.matches(slot, search))
+            continue;
         for (int c = 0; c < ReportList::ColumnCount; ++c) {
             if (c > 0)
                 out += '\t';
-            out += CodePage::encode(row.cells[c]);
+            out += CodePage::encode(catalog.cell(slot, c));
         }
         out += '\n';
+        ++count;
     }
-    out += CodePage::encode(ReportList::itemsText(rows.size())) + '\n';
+    out += CodePage::encode(ReportList::itemsText(count)) + '\n';
     Cli::outBytes(out);
     return Cli::Success;
+}
+
+} // namespace
+
+int listCommand(Cli &cli, const QStringList &args)
+{
+    if (args.size() > 1 || (args.size() == 1 && !folderCodes().contains(args[0]))) {
+        Cli::err(QStringLiteral("usage: zelvatcts-cli [--home DIR] list [all|ready|draft|submitted|deleted]"));
+        return Cli::Usage;
+    }
+    return printRows(cli, args.isEmpty() ? int(Zelvat::StateReady) : folderCodes().value(args[0]), ReportSearch());
+}
+
+int findCommand(Cli &cli, const QStringList &args)
+{
+    QStringList words = args;
+    int folder = Zelvat::StateAll;
+    const qsizetype at = words.indexOf(QStringLiteral("--folder"));
+    if (at >= 0) {
+        if (at + 1 < words.size() && folderCodes().contains(words[at + 1])) {
+            folder = folderCodes().value(words[at + 1]);
+            words.remove(at, 2);
+        } else {
+            words.clear(); // a folder missing or unknown: the usage below
+        }
+    }
+    const ReportSearch search(words.join(QLatin1Char(' ')));
+    if (words.isEmpty() || search.isEmpty()) {
+        Cli::err(QStringLiteral("usage: zelvatcts-cli [--home DIR] find [--folder all|ready|draft|submitted|deleted] WORDS..."));
+        return Cli::Usage;
+    }
+    return printRows(cli, folder, search);
 }
 
 int showCommand(Cli &cli, const QStringList &args)

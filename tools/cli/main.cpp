@@ -21,6 +21,7 @@ struct Command {
 
 const Command kCommands[] = {
     {"list", listCommand},
+    {"find", findCommand},
     {"show", showCommand},
     {"next-event", nextEventCommand},
     {"new", newCommand},
@@ -41,6 +42,9 @@ const char kSynopsis[] = "zelvatcts-cli [--home DIR] COMMAND [ARGS]";
 
 const char kCommandList[] =
         "  list [all|ready|draft|submitted|deleted]   the report list of a folder (default: ready)\n"
+        "  find [--folder FOLDER] WORDS...            the rows of a folder (default: all) holding every\n"
+        "                                             word in event ID, issue, location, city, reporting\n"
+        "                                             person, phone or details, case ignored\n"
         "  show NAME                                  the 29 fields of a report\n"
         "  next-event                                 take the next event number: EID TAB MID\n"
         "  new [--set KEY=VALUE]...                   create a Draft report; prints its event number\n"
