@@ -2,6 +2,8 @@
 # Puts in, one at a time, each deliberate fault listed in scripts/mutants.txt (or the file given),
 # rebuilds, runs the suite, and prints which test caught it, or SURVIVED. Works on a scratch
 # copy of the committed tree in build-mutants/, never on the checkout itself.
+# MUTANTS_TESTS=REGEX runs only the test executables it matches (ctest -R), MUTANTS_ONLY=TEXT only
+# the mutants whose rule holds TEXT.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 list=$(realpath "${1:-scripts/mutants.txt}")
@@ -20,6 +22,8 @@ for raw in open(lst):
         continue
     parts = [p.strip() for p in raw.replace("\\|", "\x00").split(" | ")]
     path, old, new, rule = [p.replace("\x00", "|").replace("<NL>", "\n") for p in parts]
+    if os.environ.get("MUTANTS_ONLY", "") not in rule:
+        continue
     text = open(path).read()
     if old not in text:
         print(f"NOT FOUND  {rule}  ({path})", flush=True)
@@ -30,7 +34,8 @@ for raw in open(lst):
         if b.returncode != 0:
             print(f"NO BUILD   {rule}", flush=True)
             continue
-        t = subprocess.run(["ctest", "--test-dir", scratch + "/build", "--stop-on-failure", "--timeout", "120"],
+        only = ["-R", os.environ["MUTANTS_TESTS"]] if os.environ.get("MUTANTS_TESTS") else []
+        t = subprocess.run(["ctest", "--test-dir", scratch + "/build", "--stop-on-failure", "--timeout", "120"] + only,
                            capture_output=True, text=True, env=dict(os.environ, QT_QPA_PLATFORM="offscreen"))
         failed = [l.split()[3] for l in t.stdout.splitlines() if "***" in l or ("Test #" in l and "Failed" in l)]
         if t.returncode != 0:
