@@ -21,25 +21,6 @@ class TestExport : public QObject {
     Q_OBJECT
 
 private:
-    // Exit code, standard output and error of the client on a home with two Ready reports and a Draft.
-    std::tuple<int, QString, QString> client(const QStringList &args)
-    {
-        if (!m_home) {
-            m_home = std::make_unique<ProgramHome>();
-            for (int i = 1; i <= 3; ++i)
-                SampleReport::save(m_home->path(), {i == 3 ? "AST=6" : "AST=2"}, i);
-        }
-        QProcess p;
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert("XDG_CONFIG_HOME", m_out.filePath("config")); // the per-user settings are the test's
-        p.setProcessEnvironment(env);
-        p.start(ZELVATCTS_CLI, QStringList{"--home", m_home->path()} + args);
-        if (!p.waitForFinished(60000))
-            qFatal("zelvatcts-cli did not finish");
-        return {p.exitCode(), QString::fromUtf8(p.readAllStandardOutput()), QString::fromUtf8(p.readAllStandardError())};
-    }
-    std::unique_ptr<ProgramHome> m_home;
-    QTemporaryDir m_out;
     static QList<QStringList> rowsOf(const QByteArray &csv)
     {
         QList<QStringList> rows;
@@ -63,8 +44,6 @@ private:
     }
 
 private slots:
-    void init() { m_home.reset(); }
-
     void csvGivesEveryFieldExactly_data()
     {
         QTest::addColumn<QStringList>("changes");
@@ -74,8 +53,7 @@ private slots:
         QTest::newRow("quotes") << QStringList{"ISS=He said \"stop\"", "RPN=\""} << "ISS" << "He said \"stop\"";
         QTest::newRow("details lines") << QStringList{"DTL=first\\nsecond, \"third\"\\n"} << "DTL" << "first\nsecond, \"third\"\n";
         QTest::newRow("person lines") << QStringList{"TYP=LAW", "PDE=tall\\nred jacket"} << "PDE" << "tall\nred jacket";
-        QTest::newRow("windows-1252 letters") << QStringList{"TYP=LAW", "WEA=Zoë Šmith-Œuvre € — x"} << "WEA"
-                                              << "Zoë Šmith-Œuvre € — x";
+        QTest::newRow("windows-1252 letters") << QStringList{"TYP=LAW", "WEA=Zoë Šmith-Œuvre € — x"} << "WEA" << "Zoë Šmith-Œuvre € — x";
         QTest::newRow("state name, unanswered question") << QStringList{"AST=9", "CON=-1"} << "State" << "Submitted";
         QTest::newRow("spreadsheet formula stays text") << QStringList{"ISS==1+1"} << "ISS" << "=1+1";
     }
@@ -141,8 +119,7 @@ private slots:
         QTest::addColumn<int>("result");
         QTest::addColumn<QString>("why");
         const QByteArray good = SampleReport::make(".", 7).fileContent("1.0.0/26320:140500");
-        const int in = int(ReportImport::Result::Imported), skip = int(ReportImport::Result::Skipped),
-                  no = int(ReportImport::Result::Refused);
+        const int in = int(ReportImport::Result::Imported), skip = int(ReportImport::Result::Skipped), no = int(ReportImport::Result::Refused);
         QTest::newRow("good report") << "ABC26320.000007.911" << good << "file" << in << "";
         QTest::newRow("name already there") << "ABC26320.000001.911" << good << "file" << skip << "already in the message";
         QTest::newRow("control characters") << "bin.911" << QByteArray("EID=x\x01y\r\n") << "file" << no << "control char";
@@ -209,51 +186,54 @@ private slots:
         QCOMPARE(readFile(dir.filePath("there")) + "|" + readFile(dir.filePath("free")), QByteArray("saved meanwhile|imported"));
     }
 
-    void clientPdf()
+    void clientHandsOver()
     {
-        // The window's page setup, kept per user, is the client's too.
-        QDir().mkpath(m_out.filePath("config"));
-        writeFile(m_out.filePath("config/Zelvat Call Taking System.conf"), "[PageSetup]\nPaper=Letter\n");
-        const QString file = m_out.filePath("sheets.pdf");
-        auto [code, out, err] = client({"pdf", "ABC26320.000002", "ABC26320.000001", "--out", file});
-        QVERIFY(code == 0 && out == "2 reports written to " + file + "\n" && Pdf::pages(file) == 2);
-        QVERIFY(Pdf::text(file).indexOf("ABC26320.000002") < Pdf::text(file).indexOf("ABC26320.000001"));
-        QVERIFY(Pdf::run("pdfinfo", {file}).contains("612 x 792 pts (letter)"));
-        // A report that cannot be read is named; the others are written.
-        m_home->writeReport("broken", "EID=broken\r\nBRE=maybe\r\n");
-        std::tie(code, out, err) = client({"pdf", "broken", "ABC26320.000001", "--out", file});
-        QVERIFY2(code == 2 && err.contains("left out: broken.911: 13,") && Pdf::pages(file) == 1, qPrintable(err));
-    }
-
-    void clientExport()
-    {
-        // Without --folder: the Ready folder, as the window shows at start.
-        const QString file = m_out.filePath("out.csv");
-        QCOMPARE(client({"export", "--csv", "--out", file}), std::make_tuple(0, "2 reports written to " + file + "\n", QString()));
-        ZelvatMsg reader(m_home->path());
-        QCOMPARE(readFile(file), ReportCsv::fromFolder(reader, 2).bytes);
-        QVERIFY(std::get<0>(client({"export", "--csv", "--folder", "draft", "--out", file})) == 0
-                && readFile(file) == ReportCsv::fromFolder(reader, 6).bytes);
+        // What is the client's own: the Ready folder by default (as the window shows at start), the
+        // per-user page setup it shares with the window, what it says and its exit codes.
+        ProgramHome home;
+        for (int i = 1; i <= 3; ++i) // two Ready reports and a Draft
+            SampleReport::save(home.path(), {i == 3 ? "AST=6" : "AST=2"}, i);
+        QTemporaryDir out;
+        const auto client = [&](const QStringList &args) {
+            QProcess p;
+            QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+            env.insert("XDG_CONFIG_HOME", out.filePath("config"));
+            p.setProcessEnvironment(env);
+            p.start(ZELVATCTS_CLI, QStringList{"--home", home.path()} + args);
+            p.waitForFinished(60000);
+            return std::make_tuple(p.exitCode(), QString::fromUtf8(p.readAllStandardOutput()), QString::fromUtf8(p.readAllStandardError()));
+        };
+        const QString csv = out.filePath("out.csv"), pdf = out.filePath("sheets.pdf");
+        ZelvatMsg reader(home.path());
+        QCOMPARE(client({"export", "--csv", "--out", csv}), std::make_tuple(0, "2 reports written to " + csv + "\n", QString()));
+        QCOMPARE(readFile(csv), ReportCsv::fromFolder(reader, 2).bytes);
+        QVERIFY(std::get<0>(client({"export", "--csv", "--folder", "draft", "--out", csv})) == 0
+                && readFile(csv) == ReportCsv::fromFolder(reader, 6).bytes);
         // Wrong use: exit 2, the file left as it was.
-        for (const QStringList &wrong : {QStringList{"export", "--out", file}, {"export", "--csv", "--folder", "sent", "--out", file},
+        for (const QStringList &wrong : {QStringList{"export", "--out", csv}, {"export", "--csv", "--folder", "sent", "--out", csv},
                                          {"pdf", "ABC26320.000001"}, {"import"}})
-            QVERIFY(std::get<0>(client(wrong)) == 2 && readFile(file) == ReportCsv::fromFolder(reader, 6).bytes);
-    }
+            QVERIFY(std::get<0>(client(wrong)) == 2 && readFile(csv) == ReportCsv::fromFolder(reader, 6).bytes);
 
-    void clientImport()
-    {
+        // Sheets in the order asked for, on the operator's paper; one that cannot be read is named.
+        QDir().mkpath(out.filePath("config"));
+        writeFile(out.filePath("config/Zelvat Call Taking System.conf"), "[PageSetup]\nPaper=Letter\n");
+        home.writeReport("broken", "EID=broken\r\nBRE=maybe\r\n");
+        auto [code, said, err] = client({"pdf", "ABC26320.000002", "broken", "ABC26320.000001", "--out", pdf});
+        QVERIFY2(code == 2 && err.contains("left out: broken.911: 13,") && Pdf::pages(pdf) == 2, qPrintable(err));
+        QVERIFY(Pdf::text(pdf).indexOf("ABC26320.000002") < Pdf::text(pdf).indexOf("ABC26320.000001"));
+        QVERIFY(Pdf::run("pdfinfo", {pdf}).contains("612 x 792 pts (letter)"));
+
         QTemporaryDir source;
-        const QStringList files{source.filePath("broken.911"), source.filePath("ABC26320.000001.911"), source.filePath("SPF7.911")};
-        writeFile(files[0], "EID=broken\r\nAST=x\r\n");
+        const QStringList files{source.filePath("bad.911"), source.filePath("ABC26320.000001.911"), source.filePath("SPF7.911")};
+        writeFile(files[0], "EID=bad\r\nAST=x\r\n");
         writeFile(files[1], "EID=ABC26320.000001\r\n");
         writeFile(files[2], SampleReport::make(".", 7).fileContent("1.0.0/26320:140500"));
-        auto [code, out, err] = client(QStringList{"import"} + files);
-        const QStringList lines = out.split('\n', Qt::SkipEmptyParts);
+        std::tie(code, said, err) = client(QStringList{"import"} + files);
+        const QStringList lines = said.split('\n', Qt::SkipEmptyParts);
         QVERIFY(code == 2 && lines.size() == 4);
-        QVERIFY(lines[0].startsWith("refused " + files[0] + ": 13,"));
-        QVERIFY(lines[1].startsWith("skipped " + files[1] + ": a report of that name"));
+        QVERIFY(lines[0].startsWith("refused " + files[0] + ": 13,") && lines[1].startsWith("skipped " + files[1] + ": a report of that name"));
         QCOMPARE(lines.mid(2), (QStringList{"imported SPF7", "1 imported, 1 skipped, 1 refused."}));
-        QVERIFY(m_home->reportFiles().contains("SPF7.911"));
+        QVERIFY(home.reportFiles().contains("SPF7.911"));
         QCOMPARE(std::get<0>(client({"import", files[2]})), 1); // there already: skipped
     }
 };
