@@ -1,13 +1,12 @@
 // The main window driven with real clicks and keys, offscreen: start-up and shutdown through the
-// per-user settings store, the folders, sorting, deleting, the font commands, the guide, and the
-// unreadable-file message.
+// per-user settings store, the folder buttons, the header clicks, deleting, the font and column
+// commands, the panels, and the unreadable-file message. Which rows a folder holds and how a
+// column's text sorts are the store suite's.
 
-#include "app/ReportListModel.h"
 #include "app/frmZelvatmain.h"
 #include "common/Capture.h"
 #include "common/WindowHome.h"
 #include "support/CommonConst.h"
-#include "support/DatetimeLib.h"
 
 #include <QAbstractItemModelTester>
 #include <QAction>
@@ -38,9 +37,8 @@ static int px(const QWidget &w, double twips)
 static QStringList column(const frmZelvatmain &w, int c)
 {
     QStringList cells;
-    const QAbstractItemModel *rows = w.listRows();
-    for (int r = 0; r < rows->rowCount(); ++r)
-        cells << rows->index(r, c).data().toString();
+    for (int r = 0; r < w.listRows()->rowCount(); ++r)
+        cells << w.listRows()->index(r, c).data().toString();
     return cells;
 }
 
@@ -51,6 +49,8 @@ static void report(WindowHome &home, const QString &name, int ast, const QString
                             + QString::number(ast) + "\r\nADT=" + adt + "\r\nATM=" + atm + "\r\n")
                                .toLatin1());
 }
+
+static constexpr std::array<qint32, 8> DefaultWidths{1, 1000, 1000, 1000, 2000, 4000, 2000, 2000};
 
 class TestApp : public QObject {
     Q_OBJECT
@@ -63,8 +63,7 @@ private slots:
             auto w = home.startMainWindow();
             QCOMPARE(w->pos(), QPoint(px(*w, 105), px(*w, 105)));
             QCOMPARE(w->size(), QSize(px(*w, 11235), px(*w, 7200)));
-            QCOMPARE(w->columnWidths(), (std::array<qint32, 8>{1, 1000, 1000, 1000, 2000, 4000, 2000, 2000}));
-            QCOMPARE(w->lblCurrentFolder->text(), QString("  Ready to Send"));
+            QCOMPARE(w->columnWidths(), DefaultWidths);
             QCOMPARE(home.stationDialogs, 1);
             QCOMPARE(w->windowTitle(), "Zelvat Call Taking System v" + Zelvat::versionText());
             QCOMPARE(w->statusText(), QString("Items: 0"));
@@ -92,15 +91,13 @@ private slots:
         Capture capture;
         {
             const auto s = store();
-            s->setValue("MainLeft", "300");
-            s->setValue("MainWidth", "9000");
-            s->setValue("lvCW2", "1500.5");
-            s->setValue("lvCW3", "1501.5");
-            s->setValue("lvCW4", "abc");    // edited from outside: the default stands, and the operator hears of it
-            s->setValue("MainTop", "1e99"); // no placement a window can take
+            // Widths read back rounded half to even; values edited from outside give the defaults,
+            // and the operator hears of them.
+            for (const char *kv : {"MainLeft=300", "MainWidth=9000", "lvCW2=1500.5", "lvCW3=1501.5", "lvCW4=abc", "MainTop=1e99"})
+                s->setValue(QString(kv).section('=', 0, 0), QString(kv).section('=', 1));
         }
         auto w = home.startMainWindow();
-        QCOMPARE(w->columnWidths()[1], 1500); // rounded half to even
+        QCOMPARE(w->columnWidths()[1], 1500);
         QCOMPARE(w->columnWidths()[2], 1502);
         QCOMPARE(w->columnWidths()[3], 1000);
         QCOMPARE(w->pos().y(), px(*w, 105));
@@ -114,38 +111,32 @@ private slots:
         w->setWindowState(Qt::WindowMaximized);
         w->close();
         const auto s = store();
-        QCOMPARE(s->value("MainLeft").toString(), QString("300"));
-        QCOMPARE(s->value("MainWidth").toString(), QString("9000"));
-        QCOMPARE(s->value("lvCW4").toString(), QString("1000"));
+        QCOMPARE(s->value("MainLeft").toString() + " " + s->value("MainWidth").toString() + " " + s->value("lvCW4").toString(),
+                 QString("300 9000 1000"));
         QCOMPARE(s->value("lvCW6").toString().toDouble(), 1500.0);
     }
 
-    void foldersFilterTheList()
+    void folderButtons()
     {
         WindowHome home;
-        report(home, "R1", 2, "A");
-        report(home, "D1", 6, "B");
-        report(home, "X1", 8, "C");
-        report(home, "S1", 9, "D");
-        report(home, "N1", 1, "E");
+        for (const auto &[name, ast] : {std::pair{"R1", 2}, {"D1", 6}, {"X1", 8}, {"S1", 9}, {"N1", 1}})
+            report(home, name, ast, name);
         auto w = home.startMainWindow();
         QAbstractItemModelTester tester(w->listRows(), QAbstractItemModelTester::FailureReportingMode::QtTest);
         QCOMPARE(column(*w, 0), QStringList{"R1"});
         const std::pair<int, QStringList> expected[] = {
-            {6, {"D1"}}, {8, {"X1"}}, {9, {"S1"}}, {0, {"R1", "D1", "X1", "S1", "N1"}}, {2, {"R1"}}};
+            {6, {"D1"}}, {8, {"X1"}}, {9, {"S1"}}, {0, {"D1", "N1", "R1", "S1", "X1"}}, {2, {"R1"}}};
         for (const auto &[folder, names] : expected) {
             QTest::mouseClick(w->cmdFolder[folder], Qt::LeftButton);
             QCOMPARE(column(*w, 0), names);
             QCOMPARE(w->lblCurrentFolder->text(), "  " + Zelvat::folderCaption(folder));
             QCOMPARE(w->statusText(), "Items: " + QString::number(names.size()));
         }
-        QTest::mouseClick(w->cmdFolder[0], Qt::LeftButton);
-        QCOMPARE(column(*w, 1), (QStringList{"Ready", "Draft", "Deleted", "Submitted", ""}));
     }
 
     void sorts_data()
     {
-        QTest::addColumn<QList<int>>("clicks"); // header clicks, in turn
+        QTest::addColumn<QList<int>>("clicks"); // header clicks, in turn; -1 a refill
         QTest::addColumn<int>("shown");         // the column compared
         QTest::addColumn<QStringList>("order");
 
@@ -179,56 +170,30 @@ private slots:
         QCOMPARE(column(*w, shown), order);
     }
 
-    void deletes_data()
-    {
-        QTest::addColumn<int>("folder");
-        QTest::addColumn<QString>("how");         // the Delete button, the Delete key, the Edit menu
-        QTest::addColumn<QStringList>("selected");
-        QTest::addColumn<QStringList>("deleted");  // reports now marked Deleted
-        QTest::addColumn<QStringList>("gone");     // files removed
-
-        QTest::newRow("in All: marked, the rows go") << 0 << "button" << QStringList{"R1", "R2"}
-                                                     << QStringList{"R1", "R2", "X1"} << QStringList{};
-        QTest::newRow("the Delete key in Ready") << 2 << "key" << QStringList{"R1"} << QStringList{"R1", "X1"}
-                                                    << QStringList{};
-        QTest::newRow("in Deleted: the file goes") << 8 << "menu" << QStringList{"X1"} << QStringList{}
-                                                   << QStringList{"X1"};
-    }
-
     void deletes()
     {
-        QFETCH(int, folder);
-        QFETCH(QString, how);
-        QFETCH(QStringList, selected);
-        QFETCH(QStringList, deleted);
-        QFETCH(QStringList, gone);
         WindowHome home;
         report(home, "R1", 2, "A");
         report(home, "R2", 6, "B");
         report(home, "X1", 8, "C");
         auto w = home.startMainWindow();
-        QTest::mouseClick(w->cmdFolder[folder], Qt::LeftButton);
-        const QString countBefore = w->statusText();
-        const QStringList names = column(*w, 0);
-        for (const QString &name : selected)
-            w->LV->selectionModel()->select(w->listRows()->index(int(names.indexOf(name)), 0),
-                                            QItemSelectionModel::Select | QItemSelectionModel::Rows);
-        if (how == "button")
-            QTest::mouseClick(w->cmdDelete, Qt::LeftButton);
-        else if (how == "key")
-            QTest::keyClick(w->LV, Qt::Key_Delete);
-        else
-            w->findChild<QAction *>("mnuDelete")->trigger();
-        QStringList left = names;
-        for (const QString &name : selected)
-            left.removeAll(name);
-        QCOMPARE(column(*w, 0), left);
-        QCOMPARE(w->statusText(), countBefore); // the count changes on the next refill
-        for (const QString name : {"R1", "R2", "X1"}) {
-            QCOMPARE(!QFile::exists(home.reportPath(name)), gone.contains(name));
-            if (!gone.contains(name))
-                QCOMPARE(home.readReport(name).contains("AST=8"), deleted.contains(name));
-        }
+        const auto select = [&](int row) {
+            w->LV->selectionModel()->select(w->listRows()->index(row, 0), QItemSelectionModel::Select | QItemSelectionModel::Rows);
+        };
+        // In All, by the button: both marked Deleted, their rows go; the count changes on the next refill.
+        QTest::mouseClick(w->cmdFolder[0], Qt::LeftButton);
+        select(0);
+        select(1);
+        QTest::mouseClick(w->cmdDelete, Qt::LeftButton);
+        QCOMPARE(column(*w, 0), QStringList{"X1"});
+        QCOMPARE(w->statusText(), QString("Items: 3"));
+        QVERIFY(home.readReport("R1").contains("AST=8") && home.readReport("R2").contains("AST=8"));
+        // In Deleted, by the Edit menu: the file goes.
+        QTest::mouseClick(w->cmdFolder[8], Qt::LeftButton);
+        select(2);
+        w->findChild<QAction *>("mnuDelete")->trigger();
+        QCOMPARE(column(*w, 0), (QStringList{"R1", "R2"}));
+        QVERIFY(!QFile::exists(home.reportPath("X1")) && QFile::exists(home.reportPath("R1")));
     }
 
     void aReportThatCannotBeReadStaysListed()
@@ -237,25 +202,11 @@ private slots:
         Capture capture;
         home.writeReport("BAD", "EID=BAD\r\nAST=2\r\nCON=maybe\r\n");
         auto w = home.startMainWindow();
-        QCOMPARE(capture.notices.size(), 1);
         w->LV->selectAll();
         QTest::keyClick(w->LV, Qt::Key_Delete);
         QCOMPARE(column(*w, 0), QStringList{"BAD"}); // its file did not change: its row stays
         QCOMPARE(home.readReport("BAD"), QByteArray("EID=BAD\r\nAST=2\r\nCON=maybe\r\n"));
-        QCOMPARE(capture.notices.size(), 2); // the operator hears why, once
-    }
-
-    void packAndResetColumns()
-    {
-        WindowHome home;
-        report(home, "R1", 2, "A rather long city name for a column");
-        auto w = home.startMainWindow();
-        w->mnuPackColumns_Click();
-        QCOMPARE(w->columnWidths()[0], 1); // the file-name column stays hidden
-        QVERIFY(w->LV->header()->sectionSize(6) >= w->LV->fontMetrics().horizontalAdvance("A rather long city name"));
-        w->mnuResetColumns_Click();
-        QCOMPARE(w->columnWidths(), (std::array<qint32, 8>{1, 1000, 1000, 1000, 2000, 4000, 2000, 2000}));
-        QCOMPARE(w->listRows()->rowCount(), 1); // the rows stay
+        QCOMPARE(capture.notices.size(), 2); // at the start, and why it was not deleted
     }
 
     void unreadableReportsAreToldOnce()
@@ -271,7 +222,6 @@ private slots:
         QVERIFY(capture.notices[0].text.contains("... and 20 more"));
         QCOMPARE(w->listRows()->rowCount(), 31); // rows for what could be read
         QTest::mouseClick(w->cmdFolder[0], Qt::LeftButton);
-        QTest::mouseClick(w->cmdFolder[2], Qt::LeftButton);
         QCOMPARE(capture.notices.size(), 1); // not again on every refill
         home.writeReport("NEWBAD", "AST=2\r\nBRE=x\r\n");
         w->BuildNewMsgList();
@@ -289,11 +239,11 @@ private slots:
         QVERIFY2(capture.notices[2].text.contains("/BAD7.911,"), qPrintable(capture.notices[2].text));
     }
 
-    void commandsAndPanels()
+    void commandsPanelsAndLayout()
     {
         WindowHome home("Nam=PAT SMITH\r\nUid=1234\r\nLoc=EOC1\r\n");
         Capture capture;
-        report(home, "R1", 2, "A");
+        report(home, "R1", 2, "A rather long city name for a column");
         auto w = home.startMainWindow();
         QCOMPARE(w->sbrConfig->text(), QString("Name: Pat Smith -- UID: 1234 -- LOC: EOC1"));
         w->station().Loc = "EOC2";
@@ -311,12 +261,16 @@ private slots:
         QCOMPARE(capture.noticeTexts(), QStringList{"Hmmm, can't find '" + home.path()
                                                     + "/docs/ZelvatUG-QuickStart.pdf'\r\nMake sure Zelvat was installed correctly"});
         QCOMPARE(capture.notices[0].title, QString("Zelvat Call Taking System"));
-    }
 
-    void resizeFollowsTheWindow()
-    {
-        WindowHome home;
-        auto w = home.startMainWindow();
+        // Pack fits every column but the hidden file name to its text; Reset gives the defaults.
+        w->mnuPackColumns_Click();
+        QCOMPARE(w->columnWidths()[0], 1);
+        QVERIFY(w->LV->header()->sectionSize(6) >= w->LV->fontMetrics().horizontalAdvance("A rather long city name"));
+        w->mnuResetColumns_Click();
+        QCOMPARE(w->columnWidths(), DefaultWidths);
+        QCOMPARE(w->listRows()->rowCount(), 1); // the rows stay
+
+        // The list, the font buttons and the notes box follow the window's size.
         const int listWidth = w->LV->width();
         const int bigger = w->cmdBigger->x();
         w->resize(w->width() + 150, w->height() + 90);

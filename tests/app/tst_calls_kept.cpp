@@ -1,7 +1,7 @@
-// Never lose a call, in the windows: the report form keeps its unsaved input on a fixed clock and
-// lets it go only when it is saved or given up; the main window offers what was kept; its
-// outbox sends the Ready reports by itself and on demand, one session at a time; and the form
-// is a window of its own to assistive technology.
+// Never lose a call, in the windows: the report form lets its kept input go only when it is saved
+// or given up; the main window offers what was kept; its outbox sends the Ready reports by itself
+// and on demand, one session at a time; and the form is a window of its own to assistive
+// technology. When the input is due to be kept is the recovery suite's.
 
 #include "app/OutboxControl.h"
 #include "app/frmZelvatmain.h"
@@ -15,9 +15,8 @@
 #include "support/DatetimeLib.h"
 
 #include <QAccessible>
-#include <QApplication>
-#include <QDir>
 #include <QCheckBox>
+#include <QDir>
 #include <QLabel>
 #include <QLineEdit>
 #include <QProgressDialog>
@@ -28,24 +27,6 @@
 #include <QtTest/qtestspontaneevent.h>
 
 using Answer = frmZelvatmain::RecoveryAnswer;
-
-class TestCallsKept : public QObject {
-    Q_OBJECT
-
-private slots:
-    void keptWithinTwoSecondsOfTyping();
-    void keptUntilSavedOrGivenUp_data();
-    void keptUntilSavedOrGivenUp();
-    void offeredAtStart_data();
-    void offeredAtStart();
-
-    void outboxRetriesByItself();
-    void sendReadyCanBeCancelled();
-    void aReportOpenedMeanwhileIsNotSent();
-    void oneSessionAtATime();
-    void preferencesOutboxTab();
-    void theFormIsAWindow();
-};
 
 namespace {
 
@@ -67,8 +48,10 @@ frmZelvatcts *typeReport(WindowHome &home)
     return f;
 }
 
+// The main window started on the station as the case left it, the recovery offer answered by `answer`.
 std::unique_ptr<frmZelvatmain> startWindow(WindowHome &home, const std::function<Answer(const QString &)> &answer = {})
 {
+    home.station().save();
     auto w = std::make_unique<frmZelvatmain>(home.path());
     w->showStationDialog = [] {};
     w->askRestore = answer;
@@ -93,273 +76,254 @@ QStringList readyReports(const WindowHome &home, int count)
     return names;
 }
 
+void setClock(const char *at)
+{
+    DatetimeLib::setFixedNow(QDateTime(ProgramHome::FixedNow.date(), QTime::fromString(at)));
+}
+
 } // namespace
 
-// --- the form keeps its input ----------------------------------------------------------------
+class TestCallsKept : public QObject {
+    Q_OBJECT
 
-void TestCallsKept::keptWithinTwoSecondsOfTyping()
-{
-    WindowHome home;
-    frmZelvatcts *f = home.openForm("NEW");
-    const QString name = f->eventNumber();
-    // Typing on, a key every 400 ms: nothing is due until two seconds after the first key.
-    for (int ms = 0; ms <= 1600; ms += 400) {
-        DatetimeLib::setFixedNow(ProgramHome::FixedNow.addMSecs(ms));
-        QTest::keyClicks(f->txtHeader[0], "a");
-        QTest::qWait(300); // the form looks at the clock in between
-        QCOMPARE(kept(home, name), QString("(none)"));
+private slots:
+    void keptUntilSavedOrGivenUp_data()
+    {
+        QTest::addColumn<QString>("action");
+        QTest::addColumn<bool>("stays");
+        QTest::newRow("Save") << "save" << false;
+        QTest::newRow("Delete") << "delete" << false;
+        QTest::newRow("Submit, sent") << "submit" << false;
+        QTest::newRow("Submit, not sent: saved as Ready") << "submit refused" << false;
+        QTest::newRow("Close") << "close" << false;
+        QTest::newRow("Escape") << "escape" << false;
+        QTest::newRow("the window's close box") << "close box" << false;
+        QTest::newRow("the program closing: the last key kept too") << "program" << true;
     }
-    DatetimeLib::setFixedNow(ProgramHome::FixedNow.addMSecs(2000));
-    QTRY_COMPARE(kept(home, name), QString("aaaaa"));
-    // A key, then a pause of half a second.
-    QTest::keyClicks(f->txtHeader[0], "b");
-    DatetimeLib::setFixedNow(ProgramHome::FixedNow.addMSecs(2500));
-    QTRY_COMPARE(kept(home, name), QString("aaaaab"));
-}
 
-void TestCallsKept::keptUntilSavedOrGivenUp_data()
-{
-    QTest::addColumn<QString>("action");
-    QTest::addColumn<bool>("stays");
-    QTest::newRow("Save") << "save" << false;
-    QTest::newRow("Delete") << "delete" << false;
-    QTest::newRow("Submit, sent") << "submit" << false;
-    QTest::newRow("Submit, not sent: saved as Ready") << "submit refused" << false;
-    QTest::newRow("Close") << "close" << false;
-    QTest::newRow("Escape") << "escape" << false;
-    QTest::newRow("the window's close box") << "close box" << false;
-    QTest::newRow("the program closing: the last key kept too") << "program" << true;
-}
+    void keptUntilSavedOrGivenUp()
+    {
+        QFETCH(QString, action);
+        QFETCH(bool, stays);
+        WindowHome home;
+        Capture capture;
+        action == "submit refused" ? home.refuse() : (void)home.serve();
+        QPointer<frmZelvatcts> f = typeReport(home);
+        const QString name = f->eventNumber();
+        DatetimeLib::setFixedNow(ProgramHome::FixedNow.addSecs(1));
+        QTRY_COMPARE(kept(home, name), QString("Tree down")); // the form keeps what is typed by itself
+        QTest::keyClicks(f->txtHeader[0], "s");               // not due yet when the action comes
 
-void TestCallsKept::keptUntilSavedOrGivenUp()
-{
-    QFETCH(QString, action);
-    QFETCH(bool, stays);
-    WindowHome home;
-    Capture capture;
-    action == "submit refused" ? home.refuse() : (void)home.serve();
-    QPointer<frmZelvatcts> f = typeReport(home);
-    const QString name = f->eventNumber();
-    DatetimeLib::setFixedNow(ProgramHome::FixedNow.addSecs(1));
-    QTRY_COMPARE(kept(home, name), QString("Tree down"));
-    QTest::keyClicks(f->txtHeader[0], "s"); // not due yet when the action comes
+        const std::map<QString, QPushButton *> buttons{
+            {"save", f->cmdSave}, {"delete", f->cmdDelete}, {"submit", f->cmdSubmit}, {"submit refused", f->cmdSubmit}, {"close", f->cmdClose}};
+        if (buttons.count(action))
+            QTest::mouseClick(buttons.at(action), Qt::LeftButton);
+        else if (action == "escape")
+            QTest::keyClick(f->txtHeader[2], Qt::Key_Escape);
+        else if (action == "close box") {
+            QCloseEvent e;
+            QSpontaneKeyEvent::setSpontaneous(&e);
+            qApp->notify(f, &e); // as the window system sends it: spontaneous
+        } else {
+            f->close(); // as the main window closes it
+        }
+        QCOMPARE(kept(home, name), stays ? QString("Tree downs") : QString("(none)"));
+        if (action == "submit refused") { // the form stays open, Ready: what is typed now is kept again
+            QVERIFY(f && f->isVisible());
+            QTest::keyClicks(f->txtHeader[0], "x");
+            DatetimeLib::setFixedNow(ProgramHome::FixedNow.addSecs(5));
+            QTRY_COMPARE(kept(home, name), QString("Tree downsx"));
+            QCOMPARE(FormRecovery::read(home.path(), name, nullptr)->record.AST(), qint16(2));
+        }
+    }
 
-    if (action == "save")
-        QTest::mouseClick(f->cmdSave, Qt::LeftButton);
-    else if (action == "delete")
-        QTest::mouseClick(f->cmdDelete, Qt::LeftButton);
-    else if (action.startsWith("submit"))
+    void offeredAtStart_data()
+    {
+        QTest::addColumn<int>("answer");
+        QTest::addColumn<bool>("formOpen");
+        QTest::addColumn<QStringList>("leftInFolder");
+        QTest::newRow("Restore") << int(Answer::Restore) << true << QStringList{"R.rec"};
+        QTest::newRow("Discard") << int(Answer::Discard) << false << QStringList{};
+        QTest::newRow("Later") << int(Answer::Later) << false << QStringList{"R.rec"};
+    }
+
+    void offeredAtStart()
+    {
+        QFETCH(int, answer);
+        QFETCH(bool, formOpen);
+        QFETCH(QStringList, leftInFolder);
+        WindowHome home;
+        Capture capture;
+        FormRecovery::Input input(home.path());
+        input.record = SampleReport::make(home.path(), 0, 1);
+        input.written = ProgramHome::FixedNow;
+        QVERIFY(FormRecovery::write(home.path(), "R", input, nullptr));
+        QVERIFY(FormRecovery::write(home.path(), "OPEN", input, nullptr));
+        FormRecovery::Claim elsewhere(home.path(), "OPEN"); // a form still open in another program
+        writeFile(FormRecovery::pathFor(home.path(), "BAD"), "[FORM RECOVERY]\r\nhalf");
+
+        QStringList asked;
+        auto w = startWindow(home, [&](const QString &q) {
+            asked << q;
+            return Answer(answer);
+        });
+        QCOMPARE(asked, QStringList{FormRecovery::offerText(input)});
+        QCOMPARE(frmZelvatcts::current() != nullptr && frmZelvatcts::current()->isVisible(), formOpen);
+        // The unreadable one is named and put aside; the other program's is not touched.
+        QCOMPARE(capture.notices.size(), 1);
+        QVERIFY2(capture.notices[0].text.contains("BAD.rec, cannot be read: it was cut short")
+                     && capture.notices[0].text.contains("BAD.rec.bad; nothing was deleted"),
+                 qPrintable(capture.notices[0].text));
+        const QStringList files = QDir(FormRecovery::folder(home.path())).entryList({"*.rec", "*.bad"}, QDir::Files, QDir::Name);
+        QCOMPARE(files, QStringList({"BAD.rec.bad", "OPEN.rec"}) + leftInFolder);
+    }
+
+    void outboxRetriesByItself()
+    {
+        WindowHome home;
+        Capture capture;
+        const QStringList names = readyReports(home, 2);
+        home.refuse();
+        auto w = startWindow(home);
+        OutboxControl *outbox = w->outbox();
+        QCOMPARE(outbox->sbrOutbox->text(), QString("Outbox: 2 Ready, next try 14:06:00"));
+        for (const char *at : {"14:06:00", "14:07:00"}) { // the server is down: 60 s, then 120 s
+            setClock(at);
+            outbox->tick();
+        }
+        QCOMPARE(outbox->sbrOutbox->text(),
+                 QString("Outbox: 2 Ready, next try 14:09:00 -- last run: 0 of 2 sent, the server did not take them"));
+        QCOMPARE(states(home, names), (QList<int>{2, 2}));
+
+        LoopbackServer &server = home.serve();
+        w->station().Prt = home.station().Prt;
+        setClock("14:09:00");
+        outbox->tick();
+        QCOMPARE(states(home, names), (QList<int>{9, 9}));
+        QCOMPARE(server.messages(), 2);
+        QCOMPARE(outbox->sbrOutbox->text(), QString("Outbox: no report waiting -- last run: 2 of 2 sent"));
+        QVERIFY(capture.notices.isEmpty()); // the automatic runs say it in the panel only
+    }
+
+    void sendReadyCanBeCancelled()
+    {
+        WindowHome home;
+        Capture capture;
+        const QStringList names = readyReports(home, 2);
+        LoopbackServer &server = home.serve(LoopbackServer::Mode::Silent);
+        auto w = startWindow(home);
+        QString during;
+        QTimer::singleShot(1500, [&] {
+            auto *dialog = w->findChild<QProgressDialog *>("dlgSendReady");
+            QVERIFY(dialog && dialog->isVisible());
+            during = dialog->labelText() + " | " + w->outbox()->cmdSendReady->text();
+            QTest::keyClick(dialog, Qt::Key_Escape); // cancel from the keyboard
+        });
+        QTest::mouseClick(w->outbox()->cmdSendReady, Qt::LeftButton);
+        QCOMPARE(during, "Sending " + names[0] + " (1 of 2)... | Stop Sending");
+        QCOMPARE(server.messages(), 1); // the second was never tried
+        QCOMPARE(states(home, names), (QList<int>{2, 2}));
+        QCOMPARE(w->outbox()->cmdSendReady->text(), QString("Send Ready Reports"));
+        QVERIFY(w->outbox()->sbrOutbox->text().endsWith("last run: 0 of 2 sent, stopped"));
+        QVERIFY(w->findChild<QProgressDialog *>("dlgSendReady") == nullptr);
+    }
+
+    void aReportOpenedMeanwhileIsNotSent()
+    {
+        WindowHome home;
+        Capture capture;
+        const QStringList names = readyReports(home, 3);
+        LoopbackServer &server = home.serve();
+        auto w = startWindow(home);
+        QTimer::singleShot(200, [&] {
+            w->startReportForm(names[0]); // being sent: the operator is told to wait
+            w->startReportForm(names[2]); // waiting: it opens, and stays out of the run
+        });
+        w->outbox()->cmdSendReady_Click();
+        QCOMPARE(capture.noticeTexts(), QStringList{names[0] + " is being sent by the outbox right now. Open it when the sending is done."});
+        QCOMPARE(frmZelvatcts::current()->eventNumber(), names[2]);
+        QCOMPARE(states(home, names), (QList<int>{9, 9, 2}));
+        QCOMPARE(server.messages(), 2);
+    }
+
+    void oneSessionAtATime()
+    {
+        WindowHome home;
+        Capture capture;
+        const QStringList names = readyReports(home, 3);
+        LoopbackServer &server = home.serve();
+        auto w = startWindow(home);
+        // The outbox sends: the form's Submit holds back, and the outbox stops after the report in
+        // hand so that the new one goes next.
+        QPointer<frmZelvatcts> f = typeReport(home);
+        QTimer::singleShot(200, [&] {
+            QTest::mouseClick(f->cmdSubmit, Qt::LeftButton);
+            QCOMPARE(f->statusText(), QString("The outbox is sending a Ready report: Submit again in a moment"));
+        });
+        w->outbox()->cmdSendReady_Click();
+        QCOMPARE(states(home, names), (QList<int>{9, 2, 2}));
+        QVERIFY(w->outbox()->sbrOutbox->text().endsWith("last run: 1 of 3 sent, paused for the report form"));
         QTest::mouseClick(f->cmdSubmit, Qt::LeftButton);
-    else if (action == "close")
-        QTest::mouseClick(f->cmdClose, Qt::LeftButton);
-    else if (action == "escape")
-        QTest::keyClick(f->txtHeader[2], Qt::Key_Escape);
-    else if (action == "close box") {
-        QCloseEvent e;
-        QSpontaneKeyEvent::setSpontaneous(&e);
-        qApp->notify(f, &e); // as the window system sends it: spontaneous
-    } else {
-        f->close(); // as the main window closes it
+        QTRY_VERIFY(!f);
+        QCOMPARE(server.messages(), 2);
+
+        // The form sends (and waits on a silent server): the outbox, due now, holds back.
+        LoopbackServer &silent = home.serve(LoopbackServer::Mode::Silent);
+        w->station().Prt = home.station().Prt;
+        f = typeReport(home);
+        QTimer::singleShot(1000, [&] {
+            DatetimeLib::setFixedNow(ProgramHome::FixedNow.addSecs(3600));
+            w->outbox()->tick();
+            const QString shown = w->outbox()->sbrOutbox->text();
+            f->session()->cancel("enough");
+            // Three: the form's own report is Ready on disk while it is being sent.
+            QVERIFY2(shown.contains("3 Ready, waiting for the report form's session"), qPrintable(shown));
+        });
+        QTest::mouseClick(f->cmdSubmit, Qt::LeftButton);
+        QCOMPARE(silent.messages(), 1); // the form's, and no other
     }
-    QCOMPARE(kept(home, name), stays ? QString("Tree downs") : QString("(none)"));
-    if (action == "submit refused") { // the form stays open, Ready: what is typed now is kept again
-        QVERIFY(f && f->isVisible());
-        QTest::keyClicks(f->txtHeader[0], "x");
-        DatetimeLib::setFixedNow(ProgramHome::FixedNow.addSecs(5));
-        QTRY_COMPARE(kept(home, name), QString("Tree downsx"));
-        QCOMPARE(FormRecovery::read(home.path(), name, nullptr)->record.AST(), qint16(2));
+
+    void preferencesOutboxTab()
+    {
+        WindowHome home;
+        const QSize plain = frmZelvatPref(home.station(), nullptr).size();
+        OutboxFile::Settings settings;
+        frmZelvatPref d(home.station(), nullptr, nullptr, &settings);
+        QCOMPARE(d.size(), plain); // the dialog keeps its size: a third tab
+        d.show();
+        d.SSTab1->setCurrentIndex(2);
+        QCOMPARE(d.SSTab1->tabText(2), QString("&Outbox")); // Alt+O
+        QVERIFY(d.chkAutoResend->isChecked());
+        QCOMPARE(d.txtFirstRetry->value(), 60);
+        QTest::keyClick(d.chkAutoResend, Qt::Key_Space);
+        QVERIFY(!d.txtFirstRetry->isEnabled()); // no interval without the automatic resend
+        QTest::keyClick(d.chkAutoResend, Qt::Key_Space);
+        d.txtFirstRetry->setValue(30);
+        QTest::mouseClick(d.cmdOK, Qt::LeftButton);
+        QCOMPARE(settings, (OutboxFile::Settings{true, 30}));
+
+        auto w = startWindow(home);
+        w->outbox()->setSettings({false, 30});
+        QCOMPARE(OutboxFile(home.path()).settings(), (OutboxFile::Settings{false, 30}));
+        QVERIFY(!readFile(home.stationPath()).contains("Retry")); // not in the station file
     }
-}
+
+    void theFormIsAWindow()
+    {
+        WindowHome home;
+        QAccessibleInterface *a = QAccessible::queryAccessibleInterface(home.openForm("NEW"));
+        QVERIFY(a);
+        QCOMPARE(a->role(), QAccessible::Window);
+        QCOMPARE(a->text(QAccessible::Name), QString("Zelvat - New report"));
+        QVERIFY(a->childCount() > 5); // its controls are still reached through it
+    }
+};
+
+// --- the form lets its input go ----------------------------------------------------------------
 
 // --- the offer at start-up -------------------------------------------------------------------
 
-void TestCallsKept::offeredAtStart_data()
-{
-    QTest::addColumn<int>("answer");
-    QTest::addColumn<bool>("formOpen");
-    QTest::addColumn<QStringList>("leftInFolder");
-    QTest::newRow("Restore") << int(Answer::Restore) << true << QStringList{"R.rec"};
-    QTest::newRow("Discard") << int(Answer::Discard) << false << QStringList{};
-    QTest::newRow("Later") << int(Answer::Later) << false << QStringList{"R.rec"};
-}
-
-void TestCallsKept::offeredAtStart()
-{
-    QFETCH(int, answer);
-    QFETCH(bool, formOpen);
-    QFETCH(QStringList, leftInFolder);
-    WindowHome home;
-    Capture capture;
-    FormRecovery::Input input(home.path());
-    input.record = SampleReport::make(home.path(), 0, 1);
-    input.written = ProgramHome::FixedNow;
-    QVERIFY(FormRecovery::write(home.path(), "R", input, nullptr));
-    QVERIFY(FormRecovery::write(home.path(), "OPEN", input, nullptr));
-    FormRecovery::Claim elsewhere(home.path(), "OPEN"); // a form still open in another program
-    writeFile(FormRecovery::pathFor(home.path(), "BAD"), "[FORM RECOVERY]\r\nhalf");
-
-    QStringList asked;
-    auto w = startWindow(home, [&](const QString &q) {
-        asked << q;
-        return Answer(answer);
-    });
-    QCOMPARE(asked, QStringList{FormRecovery::offerText(input)});
-    QCOMPARE(frmZelvatcts::current() != nullptr && frmZelvatcts::current()->isVisible(), formOpen);
-    // The unreadable one is named and put aside; the other program's is not touched.
-    QCOMPARE(capture.notices.size(), 1);
-    QVERIFY2(capture.notices[0].text.contains("BAD.rec, cannot be read: it was cut short")
-                 && capture.notices[0].text.contains("BAD.rec.bad; nothing was deleted"),
-             qPrintable(capture.notices[0].text));
-    const QStringList files = QDir(FormRecovery::folder(home.path())).entryList({"*.rec", "*.bad"}, QDir::Files, QDir::Name);
-    QCOMPARE(files, QStringList({"BAD.rec.bad", "OPEN.rec"}) + leftInFolder);
-}
-
 // --- the outbox ------------------------------------------------------------------------------
-
-void TestCallsKept::outboxRetriesByItself()
-{
-    WindowHome home;
-    Capture capture;
-    const QStringList names = readyReports(home, 2);
-    home.refuse();
-    home.station().save();
-    auto w = startWindow(home);
-    OutboxControl *outbox = w->outbox();
-    QCOMPARE(outbox->sbrOutbox->text(), QString("Outbox: 2 Ready, next try 14:06:00"));
-    for (const char *at : {"14:06:00", "14:07:00"}) { // the server is down: 60 s, then 120 s
-        DatetimeLib::setFixedNow(QDateTime(ProgramHome::FixedNow.date(), QTime::fromString(at)));
-        outbox->tick();
-    }
-    QCOMPARE(outbox->sbrOutbox->text(),
-             QString("Outbox: 2 Ready, next try 14:09:00 -- last run: 0 of 2 sent, the server did not take them"));
-    QCOMPARE(states(home, names), (QList<int>{2, 2}));
-
-    LoopbackServer &server = home.serve();
-    w->station().Prt = home.station().Prt;
-    DatetimeLib::setFixedNow(QDateTime(ProgramHome::FixedNow.date(), QTime(14, 9)));
-    outbox->tick();
-    QCOMPARE(states(home, names), (QList<int>{9, 9}));
-    QCOMPARE(server.messages(), 2);
-    QCOMPARE(outbox->sbrOutbox->text(), QString("Outbox: no report waiting -- last run: 2 of 2 sent"));
-    QVERIFY(capture.notices.isEmpty()); // the automatic runs say it in the panel only
-}
-
-void TestCallsKept::sendReadyCanBeCancelled()
-{
-    WindowHome home;
-    Capture capture;
-    const QStringList names = readyReports(home, 2);
-    LoopbackServer &server = home.serve(LoopbackServer::Mode::Silent);
-    home.station().save();
-    auto w = startWindow(home);
-    QString during;
-    QTimer::singleShot(1500, [&] {
-        auto *dialog = w->findChild<QProgressDialog *>("dlgSendReady");
-        QVERIFY(dialog && dialog->isVisible());
-        during = dialog->labelText() + " | " + w->outbox()->cmdSendReady->text();
-        QTest::keyClick(dialog, Qt::Key_Escape); // cancel from the keyboard
-    });
-    QTest::mouseClick(w->outbox()->cmdSendReady, Qt::LeftButton);
-    QCOMPARE(during, "Sending " + names[0] + " (1 of 2)... | Stop Sending");
-    QCOMPARE(server.messages(), 1); // the second was never tried
-    QCOMPARE(states(home, names), (QList<int>{2, 2}));
-    QCOMPARE(w->outbox()->cmdSendReady->text(), QString("Send Ready Reports"));
-    QVERIFY(w->outbox()->sbrOutbox->text().endsWith("last run: 0 of 2 sent, stopped"));
-    QVERIFY(w->findChild<QProgressDialog *>("dlgSendReady") == nullptr);
-}
-
-void TestCallsKept::aReportOpenedMeanwhileIsNotSent()
-{
-    WindowHome home;
-    Capture capture;
-    const QStringList names = readyReports(home, 3);
-    LoopbackServer &server = home.serve();
-    home.station().save();
-    auto w = startWindow(home);
-    QTimer::singleShot(200, [&] {
-        w->startReportForm(names[0]); // being sent: the operator is told to wait
-        w->startReportForm(names[2]); // waiting: it opens, and stays out of the run
-    });
-    w->outbox()->cmdSendReady_Click();
-    QCOMPARE(capture.noticeTexts(), QStringList{names[0] + " is being sent by the outbox right now. Open it when the sending is done."});
-    QCOMPARE(frmZelvatcts::current()->eventNumber(), names[2]);
-    QCOMPARE(states(home, names), (QList<int>{9, 9, 2}));
-    QCOMPARE(server.messages(), 2);
-}
-
-void TestCallsKept::oneSessionAtATime()
-{
-    WindowHome home;
-    Capture capture;
-    const QStringList names = readyReports(home, 3);
-    LoopbackServer &server = home.serve();
-    home.station().save();
-    auto w = startWindow(home);
-    // The outbox sends: the form's Submit holds back, and the outbox stops after the report in
-    // hand so that the new one goes next.
-    QPointer<frmZelvatcts> f = typeReport(home);
-    QTimer::singleShot(200, [&] {
-        QTest::mouseClick(f->cmdSubmit, Qt::LeftButton);
-        QCOMPARE(f->statusText(), QString("The outbox is sending a Ready report: Submit again in a moment"));
-    });
-    w->outbox()->cmdSendReady_Click();
-    QCOMPARE(states(home, names), (QList<int>{9, 2, 2}));
-    QVERIFY(w->outbox()->sbrOutbox->text().endsWith("last run: 1 of 3 sent, paused for the report form"));
-    QTest::mouseClick(f->cmdSubmit, Qt::LeftButton);
-    QTRY_VERIFY(!f);
-    QCOMPARE(server.messages(), 2);
-
-    // The form sends (and waits on a silent server): the outbox, due now, holds back.
-    LoopbackServer &silent = home.serve(LoopbackServer::Mode::Silent);
-    w->station().Prt = home.station().Prt;
-    f = typeReport(home);
-    QTimer::singleShot(1000, [&] {
-        DatetimeLib::setFixedNow(ProgramHome::FixedNow.addSecs(3600));
-        w->outbox()->tick();
-        const QString shown = w->outbox()->sbrOutbox->text();
-        f->session()->cancel("enough");
-        // Three: the form's own report is Ready on disk while it is being sent.
-        QVERIFY2(shown.contains("3 Ready, waiting for the report form's session"), qPrintable(shown));
-    });
-    QTest::mouseClick(f->cmdSubmit, Qt::LeftButton);
-    QCOMPARE(silent.messages(), 1); // the form's, and no other
-}
-
-void TestCallsKept::preferencesOutboxTab()
-{
-    WindowHome home;
-    const QSize plain = frmZelvatPref(home.station(), nullptr).size();
-    OutboxFile::Settings settings;
-    frmZelvatPref d(home.station(), nullptr, nullptr, &settings);
-    QCOMPARE(d.size(), plain); // the dialog keeps its size: a third tab
-    d.show();
-    d.SSTab1->setCurrentIndex(2);
-    QCOMPARE(d.SSTab1->tabText(2), QString("&Outbox")); // Alt+O
-    QVERIFY(d.chkAutoResend->isChecked());
-    QCOMPARE(d.txtFirstRetry->value(), 60);
-    QTest::keyClick(d.chkAutoResend, Qt::Key_Space);
-    QVERIFY(!d.txtFirstRetry->isEnabled()); // no interval without the automatic resend
-    QTest::keyClick(d.chkAutoResend, Qt::Key_Space);
-    d.txtFirstRetry->setValue(30);
-    QTest::mouseClick(d.cmdOK, Qt::LeftButton);
-    QCOMPARE(settings, (OutboxFile::Settings{true, 30}));
-
-    auto w = startWindow(home);
-    w->outbox()->setSettings({false, 30});
-    QCOMPARE(OutboxFile(home.path()).settings(), (OutboxFile::Settings{false, 30}));
-    QVERIFY(!readFile(home.stationPath()).contains("Retry")); // not in the station file
-}
-
-void TestCallsKept::theFormIsAWindow()
-{
-    WindowHome home;
-    frmZelvatcts *f = home.openForm("NEW");
-    QAccessibleInterface *a = QAccessible::queryAccessibleInterface(f);
-    QVERIFY(a);
-    QCOMPARE(a->role(), QAccessible::Window);
-    QCOMPARE(a->text(QAccessible::Name), QString("Zelvat - New report"));
-    QVERIFY(a->childCount() > 5); // its controls are still reached through it
-}
 
 QTEST_MAIN(TestCallsKept)
 #include "tst_calls_kept.moc"

@@ -26,8 +26,8 @@
 #include <QPushButton>
 #include <QRegularExpression>
 #include <QSettings>
-#include <QStandardPaths>
 #include <QSortFilterProxyModel>
+#include <QStandardPaths>
 #include <QTest>
 #include <QTreeView>
 
@@ -35,18 +35,250 @@ class TestHandOver : public QObject {
     Q_OBJECT
 
 private slots:
-    void init();
-    void sheetOnePagePerShortReport();
-    void sheetHoldsEveryField();
-    void menuEntriesKeepTheirPlaces();
-    void copyPutsTheSelectedRowsOnTheClipboard();
-    void exportWritesTheChosenType_data();
-    void exportWritesTheChosenType();
-    void importRefreshesTheListAndTellsOnce();
-    void printGoesThroughThePrintDialog();
-    void formPrintsWhatItShows();
-    void formPasteFollowsTheBoxRules_data();
-    void formPasteFollowsTheBoxRules();
+    void init()
+    {
+        QStandardPaths::setTestModeEnabled(true);
+        settings().clear();
+        m_printedTo.clear();
+        QGuiApplication::clipboard()->clear();
+        SheetPrinting::choosePrinter = [this](QPrinter &printer, QWidget *) {
+            printer.setOutputFileName(m_printedTo);
+            return !m_printedTo.isEmpty();
+        };
+    }
+
+    void sheetOnePagePerShortReport()
+    {
+        ProgramHome home;
+        QList<SheetReport> reports; // every type, every field: the longest a short report gets
+        for (int i = 0; i < 3; ++i) {
+            ZelvatMsg r = SampleReport::make(home.path(), i);
+            SampleReport::change(r, {"TYP=MED+FIRE+LAW+LGOV", "PIN=Two upstairs", "WEA=Knife", "DOT=North on Main",
+                                     "VDE=Blue sedan, dented", "VDP=7ABC123", "VDS=CA"});
+            reports << SheetReport{r, true, false};
+        }
+        ZelvatMsg longOne = SampleReport::make(home.path(), 9);
+        for (int i = 1; i <= 90; ++i)
+            longOne.setDTL(longOne.DTL() + QStringLiteral("\\nLine %1 of what the caller said").arg(i));
+        for (auto paper : {QPageSize::A4, QPageSize::Letter}) {
+            const QPageLayout layout(QPageSize(paper), QPageLayout::Portrait, QMarginsF(16, 16, 16, 16), QPageLayout::Millimeter);
+            QCOMPARE(Pdf::pages(render(reports, layout)), 3);
+            // Long details take more pages; the next report still starts on a page of its own.
+            const QString alone = render({SheetReport{longOne}}, layout), text = Pdf::text(alone);
+            const int pages = Pdf::pages(alone);
+            QVERIFY(pages >= 2 && text.contains("Line 1 of what") && text.contains("Line 90 of what"));
+            QCOMPARE(Pdf::pages(render({SheetReport{longOne}, reports[0]}, layout)), pages + 1);
+            QVERIFY(text.contains(QStringLiteral("ABC26320.000009 \u00B7 page %1 of %1").arg(pages)));
+        }
+    }
+
+    void sheetHoldsEveryField()
+    {
+        ProgramHome home;
+        ZelvatMsg r(home.path());
+        for (auto k : ZelvatMsg::allKeys())
+            r.setText(k, "v" + ZelvatMsg::keyName(k).toLower() + "x");
+        SampleReport::change(r, {"TYP=MED+FIRE+LAW+LGOV", "EID=SPF26320.104", "UID=KN1ABC", "ADT=261116", "ATM=1432", "CON=1",
+                                 "BRE=0", "AST=9", "RPN=Zoë Šmith-Œuvre", "DTL=first line\\nsecond line"});
+        // A second report, of another station, whose type codes are found anywhere in its TYP.
+        ZelvatMsg other = SampleReport::make(home.path());
+        SampleReport::change(other, {"TYP=LGOVMED", "UID=OTHER1", "AST=6"});
+        const QStringList pages = Pdf::text(render({SheetReport{r, true, true}, SheetReport::fromFile(other)})).split('\f');
+        // Every field in the sheet itself, above the message that repeats most of them.
+        const QString sheet = pages[0].left(pages[0].indexOf("Message as sent"));
+        for (auto k : ZelvatMsg::allKeys())
+            QVERIFY2(ZelvatMsg::isIntegerKey(k) || !r.text(k).startsWith('v') || sheet.contains(r.text(k)),
+                     qPrintable(ZelvatMsg::keyName(k)));
+        for (const char *shown : {"SPF26320.104", "16 Nov 2026 14:32", "Submitted", "Pat Smith", "Zoë Šmith-Œuvre",
+                                  "MED\\+FIRE\\+LAW\\+LGOV", "Conscious\\?\\s+Yes", "Breathing\\?\\s+No",
+                                  "Asks to be contacted:\\s+Yes", "first line\\s+second line", "\\sMedical\\s", "\\sLaw\\s"})
+            QVERIFY2(QRegularExpression(QString::fromUtf8(shown)).match(sheet).hasMatch(), shown);
+        // The message at the foot, line for line as sent: the subject with its update mark, the folded body.
+        QVERIFY(pages[0].contains("Subject: " + MessageText::BuildSubject(r, true) + "\n"));
+        QVERIFY(MessageText::BuildSubject(r, true).endsWith(" -- UPDATE"));
+        const QStringList shownLines = pages[0].split('\n').replaceInStrings(QRegularExpression("^\\s+|\\s+$"), "");
+        const QStringList sent = MessageText::WrapBody(MessageText::BuildBody(r, true)).split("\r\n");
+        QVERIFY(sent.contains("CNT=\\#252") && sent.size() > 8);
+        for (const QString &line : sent)
+            QVERIFY2(shownLines.contains(line.trimmed()), qPrintable(line));
+        // The other report: the sections of its types only, not our operator's name, not sent yet.
+        const QStringList headings = pages[1].split('\n').replaceInStrings(QRegularExpression("^\\s+|\\s+$"), "");
+        QCOMPARE(headings.filter(QRegularExpression("^(Medical|Fire|Law|Local Government)$")), (QStringList{"Medical", "Local Government"}));
+        QVERIFY(pages[1].contains("Message as it would be sent") && !pages[1].contains("Pat Smith"));
+    }
+
+    void menuEntriesKeepTheirPlaces()
+    {
+        WindowHome home;
+        auto w = start(home, {});
+        QStringList entries;
+        for (QAction *menu : w->menuBar()->actions().mid(0, 2))
+            for (QAction *a : menu->menu()->actions())
+                entries << (a->isSeparator() ? "-" : a->text() + (a->isEnabled() ? "" : " (grey)"));
+        entries = entries.filter(QRegularExpression("^(Export|Import|Print|Exit|Cut|Copy|Paste|Delete)"));
+        QCOMPARE(entries, (QStringList{"Export", "Import", "Print Setup...", "Print... (grey)", "Exit", "Cut (grey)",
+                                       "Copy (grey)", "Paste (grey)", "Delete"}));
+        w->LV->selectAll();
+        QVERIFY(w->mnuCopy->isEnabled() && w->mnuPrint->isEnabled());
+        w->cmdFolder_Click(8); // a refill forgets the selection
+        QVERIFY(!w->mnuCopy->isEnabled() && !w->mnuPrint->isEnabled());
+    }
+
+    void copyPutsTheSelectedRowsOnTheClipboard()
+    {
+        WindowHome home;
+        auto w = start(home, {2, 0}); // the list's order, not the order of selecting
+        QTest::keySequence(w->LV, QKeySequence::Copy);
+        QCOMPARE(QGuiApplication::clipboard()->text(),
+                 QString("State\tEvent ID\tType\tIssue\tLocation\tCity\tDate/Time\n"
+                         "Ready\tABC26320.000003\tMED+LAW\tFall down Fairview\t103 Oak Street\tFairview\t11/16/26 14:32\n"
+                         "Ready\tABC26320.000001\tFIRE\tFall down Springfield\t101 Oak Street\tSpringfield\t11/16/26 14:32\n"));
+    }
+
+    void exportWritesTheChosenType_data()
+    {
+        QTest::addColumn<QList<int>>("selected");
+        QTest::addColumn<QString>("chosen");  // the file name, then the type chosen in the dialog
+        QTest::addColumn<QString>("written"); // the file written, or not written
+        QTest::addColumn<QStringList>("reports"); // in the file, in this order
+        QTest::newRow("selection as PDF") << QList<int>{1, 2} << "out.pdf pdf" << "out.pdf"
+                                          << QStringList{"ABC26320.000002", "ABC26320.000001"};
+        QTest::newRow("whole folder, the name's ending wins") << QList<int>{} << "out.csv pdf" << "out.csv"
+                                                               << QStringList{"ABC26320.000003", "ABC26320.000002", "ABC26320.000001"};
+        QTest::newRow("no ending: the type's") << QList<int>{0} << "out csv" << "out.csv" << QStringList{"ABC26320.000003"};
+        QTest::newRow("a folder of that name") << QList<int>{0} << "taken.csv csv" << "taken.csv" << QStringList{};
+    }
+
+    void exportWritesTheChosenType()
+    {
+        QFETCH(QList<int>, selected);
+        QFETCH(QString, chosen);
+        QFETCH(QString, written);
+        QFETCH(QStringList, reports);
+        WindowHome home;
+        auto w = start(home, selected);
+        QTemporaryDir out;
+        QDir(out.path()).mkdir("taken.csv");
+        w->chooseExportFile = [&](QString *filter) {
+            *filter = chosen.endsWith("csv") ? "CSV file, every field (*.csv)" : "PDF report sheets (*.pdf)";
+            return out.filePath(chosen.section(' ', 0, 0));
+        };
+        Capture capture;
+        w->mnuExport_Click();
+        const QString path = out.filePath(written);
+        const QString said = capture.noticeTexts().value(0);
+        QVERIFY2(reports.isEmpty() ? said.startsWith("Nothing was exported to " + path + ": 75, ")
+                                   : said == QString("%1 report%2 exported to %3").arg(reports.size()).arg(reports.size() == 1 ? "" : "s").arg(path),
+                 qPrintable(said));
+        QCOMPARE(QDir(out.path()).entryList(QDir::Files), reports.isEmpty() ? QStringList{} : QStringList{written});
+        ZelvatMsg reader(home.path());
+        if (written.endsWith(".csv") && !reports.isEmpty()) // the client's export of the same reports, byte for byte
+            QCOMPARE(readFile(path), ReportCsv::fromNames(reader, reports).bytes);
+        else if (written.endsWith(".pdf"))
+            QVERIFY(Pdf::pages(path) == 2 && Pdf::text(path).indexOf(reports[0]) < Pdf::text(path).indexOf(reports[1]));
+    }
+
+    void importRefreshesTheListAndTellsOnce()
+    {
+        WindowHome home;
+        auto w = start(home, {});
+        QTemporaryDir source;
+        const QStringList files{source.filePath("broken.911"), source.filePath("ABC26320.000001.911"), source.filePath("SPF9.911")};
+        writeFile(files[0], "EID=broken\r\nCON=maybe\r\n");
+        writeFile(files[1], "EID=ABC26320.000001\r\nAST=2\r\n");
+        writeFile(files[2], SampleReport::make(".", 9).fileContent("1.0.0/26320:140500"));
+        w->chooseImportFiles = [&] { return files; };
+        Capture capture;
+        w->mnuImport_Click();
+        QCOMPARE(capture.noticeTexts().join("\r\n").split("\r\n"), // one message, all of it
+                 (QStringList{"1 imported, 1 skipped, 1 refused.", "", "Imported:", "  SPF9", "", "Skipped:", "  " + files[1]
+                              + ": a report of that name is already in the message folder; it was left as it was", "", "Refused:",
+                              "  " + files[0] + ": 13, Type mismatch (line 2: CON=maybe is not a number)"}));
+        QCOMPARE(w->statusText(), QString("Items: 4"));
+        QVERIFY(w->shownNames().contains("SPF9"));
+    }
+
+    void printGoesThroughThePrintDialog()
+    {
+        WindowHome home;
+        auto w = start(home, {0, 2});
+        Capture capture;
+        w->mnuPrint_Click(); // cancelled in the dialog: nothing printed, nothing said
+        // Nonsense in the page setup gives the standard one; the one kept by the dialog is the print's.
+        for (const char *kv : {"Paper=Napkin", "MarginLeft=100", "MarginTop=5", "MarginRight=5", "MarginBottom=5"})
+            settings().setValue("PageSetup/" + QString(kv).section('=', 0, 0), QString(kv).section('=', 1));
+        QVERIFY(PageSetup::load().isEquivalentTo(PageSetup::fallback()));
+        const QPageLayout letter(QPageSize(QPageSize::Letter), QPageLayout::Portrait, QMarginsF(12, 12, 12, 12), QPageLayout::Millimeter);
+        SheetPrinting::askPageSetup = [&](QPrinter &printer, QWidget *) { return printer.setPageLayout(letter); };
+        w->mnuPrintSetup_Click();
+        QVERIFY(PageSetup::load().isEquivalentTo(letter));
+        QCOMPARE(settings().childGroups(), QStringList{"PageSetup"});
+        m_printedTo = m_out.filePath("printed.pdf");
+        QTest::keySequence(w.get(), QKeySequence::Print);
+        QCOMPARE(Pdf::pages(m_printedTo), 2);
+        QVERIFY(Pdf::run("pdfinfo", {m_printedTo}).contains("612 x 792 pts (letter)"));
+        QVERIFY(capture.notices.isEmpty());
+        // A PDF file is saved whole by the program's own writer: never through a link.
+        writeFile(m_out.filePath("other"), "kept");
+        QVERIFY(QFile::link(m_out.filePath("other"), m_printedTo = m_out.filePath("link.pdf")));
+        w->mnuPrint_Click();
+        QVERIFY(capture.noticeTexts().value(0).contains("could not be saved to " + m_printedTo));
+        QCOMPARE(readFile(m_out.filePath("other")), QByteArray("kept"));
+    }
+
+    void formPrintsWhatItShows()
+    {
+        WindowHome home;
+        const QString name = SampleReport::save(home.path(), {"TYP=MED+LAW"}, 5);
+        const QByteArray onDisk = home.readReport(name);
+        frmZelvatcts *f = home.openForm(name);
+        static_cast<QLineEdit *>(f->txtHeader[0])->setText("Changed On The Form");
+        f->chkReqContact->setChecked(true);
+        m_printedTo = m_out.filePath("form.pdf");
+        QTest::mouseClick(f->cmdPrint, Qt::LeftButton);
+        const QString text = Pdf::text(m_printedTo);
+        QVERIFY(text.contains("DETL=Changed On The Form -- ") && text.contains("CNT=\\#252"));
+        QVERIFY(text.contains("16 Nov 2026 14:32")); // the stamps of its last save, not of now
+        QCOMPARE(home.readReport(name), onDisk);     // printing saves nothing
+    }
+
+    void formPasteFollowsTheBoxRules_data()
+    {
+        QTest::addColumn<QString>("box");
+        QTest::addColumn<QString>("clipboard");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("plate in capitals, refused signs left out") << "txtLaw_4" << "7abc-12!" << "7ABC-12";
+        QTest::newRow("summary's characters") << "txtHeader_0" << "Fall @ home #2" << "Fall  home 2";
+        QTest::newRow("one-line box joins lines") << "txtHeader_1" << "12 Oak St\r\nrear\n" << "12 Oak St rear ";
+        QTest::newRow("details keep lines") << "txtHeader_7" << "first\r\nsecond\rthird" << "first\nsecond\nthird";
+        QTest::newRow("outside the code page") << "txtHeader_7" << QString::fromUtf8("ok \xE2\x9C\x93 \xF0\x9F\x98\x80 é€")
+                                               << QString::fromUtf8("ok   é€");
+        QTest::newRow("tab and control characters") << "txtHeader_6" << QString("14\t05\x01") << "14 05";
+    }
+
+    void formPasteFollowsTheBoxRules()
+    {
+        QFETCH(QString, box);
+        QFETCH(QString, clipboard);
+        QFETCH(QString, expected);
+        WindowHome home;
+        frmZelvatcts *f = home.openForm("NEW");
+        f->cmdRtype_Click(2); // LAW: its boxes take input
+        auto *target = f->findChild<QWidget *>(box);
+        target->setFocus();
+        QGuiApplication::clipboard()->setText(clipboard);
+        controlKey(target, Qt::Key_V);
+        auto *line = qobject_cast<QLineEdit *>(target);
+        const auto shown = [&] { return line ? line->text() : static_cast<QPlainTextEdit *>(target)->toPlainText(); };
+        QCOMPARE(shown(), expected);
+        // Copy and Cut, which the boxes' key rules would refuse as typed characters.
+        line ? line->selectAll() : static_cast<QPlainTextEdit *>(target)->selectAll();
+        QGuiApplication::clipboard()->clear();
+        controlKey(target, Qt::Key_C);
+        QCOMPARE(QGuiApplication::clipboard()->text() + "|" + shown(), expected + "|" + expected);
+        controlKey(target, Qt::Key_X);
+        QCOMPARE(shown(), QString());
+    }
 
 private:
     static QSettings settings() { return QSettings(QSettings::NativeFormat, QSettings::UserScope, Zelvat::Title); }
@@ -82,260 +314,6 @@ private:
     QTemporaryDir m_out;
     int m_files = 0;
 };
-
-void TestHandOver::init()
-{
-    QStandardPaths::setTestModeEnabled(true);
-    settings().clear();
-    m_printedTo.clear();
-    QGuiApplication::clipboard()->clear();
-    SheetPrinting::choosePrinter = [this](QPrinter &printer, QWidget *) {
-        printer.setOutputFileName(m_printedTo);
-        return !m_printedTo.isEmpty();
-    };
-}
-
-void TestHandOver::sheetOnePagePerShortReport()
-{
-    ProgramHome home;
-    QList<SheetReport> reports; // every type, every field: the longest a short report gets
-    for (int i = 0; i < 3; ++i) {
-        ZelvatMsg r = SampleReport::make(home.path(), i);
-        SampleReport::change(r, {"TYP=MED+FIRE+LAW+LGOV", "PIN=Two upstairs", "WEA=Knife", "DOT=North on Main",
-                                 "VDE=Blue sedan, dented", "VDP=7ABC123", "VDS=CA"});
-        reports << SheetReport{r, true, false};
-    }
-    ZelvatMsg longOne = SampleReport::make(home.path(), 9);
-    QStringList lines;
-    for (int i = 1; i <= 90; ++i)
-        lines << QStringLiteral("Line %1 of what the caller said").arg(i);
-    longOne.setDTL(lines.join("\\n"));
-    for (auto paper : {QPageSize::A4, QPageSize::Letter}) {
-        const QPageLayout layout(QPageSize(paper), QPageLayout::Portrait, QMarginsF(16, 16, 16, 16), QPageLayout::Millimeter);
-        QCOMPARE(Pdf::pages(render(reports, layout)), 3);
-        // Long details take more pages; the next report still starts on a page of its own.
-        const QString alone = render({SheetReport{longOne}}, layout);
-        const int pages = Pdf::pages(alone);
-        QVERIFY(pages >= 2);
-        QCOMPARE(Pdf::pages(render({SheetReport{longOne}, reports[0]}, layout)), pages + 1);
-        const QString text = Pdf::text(alone);
-        QVERIFY(text.contains("Line 1 of what") && text.contains("Line 90 of what"));
-        QVERIFY(text.contains(QStringLiteral("ABC26320.000009 \u00B7 page %1 of %1").arg(pages)));
-    }
-}
-
-void TestHandOver::sheetHoldsEveryField()
-{
-    ProgramHome home;
-    ZelvatMsg r(home.path());
-    for (auto k : ZelvatMsg::allKeys())
-        r.setText(k, "v" + ZelvatMsg::keyName(k).toLower() + "x");
-    SampleReport::change(r, {"TYP=MED+FIRE+LAW+LGOV", "EID=SPF26320.104", "UID=KN1ABC", "ADT=261116", "ATM=1432", "CON=1",
-                             "BRE=0", "AST=9", "RPN=Zoë Šmith-Œuvre", "DTL=first line\\nsecond line"});
-    // A second report, of another station, whose type codes are found anywhere in its TYP.
-    ZelvatMsg other = SampleReport::make(home.path());
-    SampleReport::change(other, {"TYP=LGOVMED", "UID=OTHER1", "AST=6"});
-    const QStringList pages = Pdf::text(render({SheetReport{r, true, true}, SheetReport::fromFile(other)})).split('\f');
-    // Every field in the sheet itself, above the message that repeats most of them.
-    const QString sheet = pages[0].left(pages[0].indexOf("Message as sent"));
-    for (auto k : ZelvatMsg::allKeys())
-        QVERIFY2(ZelvatMsg::isIntegerKey(k) || !r.text(k).startsWith('v') || sheet.contains(r.text(k)),
-                 qPrintable(ZelvatMsg::keyName(k)));
-    for (const char *shown : {"SPF26320.104", "16 Nov 2026 14:32", "Submitted", "Pat Smith", "Zoë Šmith-Œuvre",
-                              "MED\\+FIRE\\+LAW\\+LGOV", "Conscious\\?\\s+Yes", "Breathing\\?\\s+No",
-                              "Asks to be contacted:\\s+Yes", "first line\\s+second line", "\\sMedical\\s", "\\sLaw\\s"})
-        QVERIFY2(QRegularExpression(QString::fromUtf8(shown)).match(sheet).hasMatch(), shown);
-    // The message at the foot, line for line as sent: the subject with its update mark, the folded body.
-    QVERIFY(pages[0].contains("Subject: " + MessageText::BuildSubject(r, true) + "\n"));
-    QVERIFY(MessageText::BuildSubject(r, true).endsWith(" -- UPDATE"));
-    QStringList shownLines;
-    for (const QString &line : pages[0].split('\n'))
-        shownLines << line.trimmed();
-    const QStringList sent = MessageText::WrapBody(MessageText::BuildBody(r, true)).split("\r\n");
-    QVERIFY(sent.contains("CNT=\\#252") && sent.size() > 8);
-    for (const QString &line : sent)
-        QVERIFY2(shownLines.contains(line.trimmed()), qPrintable(line));
-    // The other report: the sections of its types only, not our operator's name, not sent yet.
-    QStringList headings;
-    for (const QString &line : pages[1].split('\n'))
-        if (QStringList{"Medical", "Fire", "Law", "Local Government"}.contains(line.trimmed()))
-            headings << line.trimmed();
-    QCOMPARE(headings, (QStringList{"Medical", "Local Government"}));
-    QVERIFY(pages[1].contains("Message as it would be sent") && !pages[1].contains("Pat Smith"));
-}
-
-void TestHandOver::menuEntriesKeepTheirPlaces()
-{
-    WindowHome home;
-    auto w = start(home, {});
-    QStringList entries;
-    for (QAction *menu : w->menuBar()->actions().mid(0, 2))
-        for (QAction *a : menu->menu()->actions())
-            entries << (a->isSeparator() ? "-" : a->text() + (a->isEnabled() ? "" : " (grey)"));
-    entries = entries.filter(QRegularExpression("^(Export|Import|Print|Exit|Cut|Copy|Paste|Delete)"));
-    QCOMPARE(entries, (QStringList{"Export", "Import", "Print Setup...", "Print... (grey)", "Exit", "Cut (grey)",
-                                   "Copy (grey)", "Paste (grey)", "Delete"}));
-    w->LV->selectAll();
-    QVERIFY(w->mnuCopy->isEnabled() && w->mnuPrint->isEnabled());
-    w->cmdFolder_Click(8); // a refill forgets the selection
-    QVERIFY(!w->mnuCopy->isEnabled() && !w->mnuPrint->isEnabled());
-}
-
-void TestHandOver::copyPutsTheSelectedRowsOnTheClipboard()
-{
-    WindowHome home;
-    auto w = start(home, {2, 0}); // the list's order, not the order of selecting
-    QTest::keySequence(w->LV, QKeySequence::Copy);
-    QCOMPARE(QGuiApplication::clipboard()->text(),
-             QString("State\tEvent ID\tType\tIssue\tLocation\tCity\tDate/Time\n"
-                     "Ready\tABC26320.000003\tMED+LAW\tFall down Fairview\t103 Oak Street\tFairview\t11/16/26 14:32\n"
-                     "Ready\tABC26320.000001\tFIRE\tFall down Springfield\t101 Oak Street\tSpringfield\t11/16/26 14:32\n"));
-}
-
-void TestHandOver::exportWritesTheChosenType_data()
-{
-    QTest::addColumn<QList<int>>("selected");
-    QTest::addColumn<QString>("chosen");  // the file name, then the type chosen in the dialog
-    QTest::addColumn<QString>("written"); // the file written, or not written
-    QTest::addColumn<QStringList>("reports"); // in the file, in this order
-    QTest::newRow("selection as PDF") << QList<int>{1, 2} << "out.pdf pdf" << "out.pdf"
-                                      << QStringList{"ABC26320.000002", "ABC26320.000001"};
-    QTest::newRow("whole folder, the name's ending wins") << QList<int>{} << "out.csv pdf" << "out.csv"
-                                                           << QStringList{"ABC26320.000003", "ABC26320.000002", "ABC26320.000001"};
-    QTest::newRow("no ending: the type's") << QList<int>{0} << "out csv" << "out.csv" << QStringList{"ABC26320.000003"};
-    QTest::newRow("a folder of that name") << QList<int>{0} << "taken.csv csv" << "taken.csv" << QStringList{};
-}
-
-void TestHandOver::exportWritesTheChosenType()
-{
-    QFETCH(QList<int>, selected);
-    QFETCH(QString, chosen);
-    QFETCH(QString, written);
-    QFETCH(QStringList, reports);
-    WindowHome home;
-    auto w = start(home, selected);
-    QTemporaryDir out;
-    QDir(out.path()).mkdir("taken.csv");
-    w->chooseExportFile = [&](QString *filter) {
-        *filter = chosen.endsWith("csv") ? "CSV file, every field (*.csv)" : "PDF report sheets (*.pdf)";
-        return out.filePath(chosen.section(' ', 0, 0));
-    };
-    Capture capture;
-    w->mnuExport_Click();
-    const QString path = out.filePath(written);
-    const QString said = capture.noticeTexts().value(0);
-    QVERIFY2(reports.isEmpty() ? said.startsWith("Nothing was exported to " + path + ": 75, ")
-                               : said == QString("%1 report%2 exported to %3").arg(reports.size()).arg(reports.size() == 1 ? "" : "s").arg(path),
-             qPrintable(said));
-    QCOMPARE(QDir(out.path()).entryList(QDir::Files), reports.isEmpty() ? QStringList{} : QStringList{written});
-    ZelvatMsg reader(home.path());
-    if (written.endsWith(".csv") && !reports.isEmpty()) // the client's export of the same reports, byte for byte
-        QCOMPARE(readFile(path), ReportCsv::fromNames(reader, reports).bytes);
-    else if (written.endsWith(".pdf"))
-        QVERIFY(Pdf::pages(path) == 2 && Pdf::text(path).indexOf(reports[0]) < Pdf::text(path).indexOf(reports[1]));
-}
-
-void TestHandOver::importRefreshesTheListAndTellsOnce()
-{
-    WindowHome home;
-    auto w = start(home, {});
-    QTemporaryDir source;
-    const QStringList files{source.filePath("broken.911"), source.filePath("ABC26320.000001.911"), source.filePath("SPF9.911")};
-    writeFile(files[0], "EID=broken\r\nCON=maybe\r\n");
-    writeFile(files[1], "EID=ABC26320.000001\r\nAST=2\r\n");
-    writeFile(files[2], SampleReport::make(".", 9).fileContent("1.0.0/26320:140500"));
-    w->chooseImportFiles = [&] { return files; };
-    Capture capture;
-    w->mnuImport_Click();
-    QCOMPARE(capture.noticeTexts().join("\r\n").split("\r\n"), // one message, all of it
-             (QStringList{"1 imported, 1 skipped, 1 refused.", "", "Imported:", "  SPF9", "", "Skipped:", "  " + files[1]
-                          + ": a report of that name is already in the message folder; it was left as it was", "", "Refused:",
-                          "  " + files[0] + ": 13, Type mismatch (line 2: CON=maybe is not a number)"}));
-    QCOMPARE(w->statusText(), QString("Items: 4"));
-    QVERIFY(w->shownNames().contains("SPF9"));
-}
-
-void TestHandOver::printGoesThroughThePrintDialog()
-{
-    WindowHome home;
-    auto w = start(home, {0, 2});
-    Capture capture;
-    w->mnuPrint_Click(); // cancelled in the dialog: nothing printed, nothing said
-    // Nonsense in the page setup gives the standard one; the one kept by the dialog is the print's.
-    for (const char *kv : {"Paper=Napkin", "MarginLeft=100", "MarginTop=5", "MarginRight=5", "MarginBottom=5"})
-        settings().setValue("PageSetup/" + QString(kv).section('=', 0, 0), QString(kv).section('=', 1));
-    QVERIFY(PageSetup::load().isEquivalentTo(PageSetup::fallback()));
-    const QPageLayout letter(QPageSize(QPageSize::Letter), QPageLayout::Portrait, QMarginsF(12, 12, 12, 12), QPageLayout::Millimeter);
-    SheetPrinting::askPageSetup = [&](QPrinter &printer, QWidget *) { return printer.setPageLayout(letter); };
-    w->mnuPrintSetup_Click();
-    QVERIFY(PageSetup::load().isEquivalentTo(letter));
-    QCOMPARE(settings().childGroups(), QStringList{"PageSetup"});
-    m_printedTo = m_out.filePath("printed.pdf");
-    QTest::keySequence(w.get(), QKeySequence::Print);
-    QCOMPARE(Pdf::pages(m_printedTo), 2);
-    QVERIFY(Pdf::run("pdfinfo", {m_printedTo}).contains("612 x 792 pts (letter)"));
-    QVERIFY(capture.notices.isEmpty());
-    // A PDF file is saved whole by the program's own writer: never through a link.
-    writeFile(m_out.filePath("other"), "kept");
-    QVERIFY(QFile::link(m_out.filePath("other"), m_printedTo = m_out.filePath("link.pdf")));
-    w->mnuPrint_Click();
-    QVERIFY(capture.noticeTexts().value(0).contains("could not be saved to " + m_printedTo));
-    QCOMPARE(readFile(m_out.filePath("other")), QByteArray("kept"));
-}
-
-void TestHandOver::formPrintsWhatItShows()
-{
-    WindowHome home;
-    const QString name = SampleReport::save(home.path(), {"TYP=MED+LAW"}, 5);
-    const QByteArray onDisk = home.readReport(name);
-    frmZelvatcts *f = home.openForm(name);
-    static_cast<QLineEdit *>(f->txtHeader[0])->setText("Changed On The Form");
-    f->chkReqContact->setChecked(true);
-    m_printedTo = m_out.filePath("form.pdf");
-    QTest::mouseClick(f->cmdPrint, Qt::LeftButton);
-    const QString text = Pdf::text(m_printedTo);
-    QVERIFY(text.contains("DETL=Changed On The Form -- ") && text.contains("CNT=\\#252"));
-    QVERIFY(text.contains("16 Nov 2026 14:32")); // the stamps of its last save, not of now
-    QCOMPARE(home.readReport(name), onDisk);     // printing saves nothing
-}
-
-void TestHandOver::formPasteFollowsTheBoxRules_data()
-{
-    QTest::addColumn<QString>("box");
-    QTest::addColumn<QString>("clipboard");
-    QTest::addColumn<QString>("expected");
-    QTest::newRow("plate in capitals, refused signs left out") << "txtLaw_4" << "7abc-12!" << "7ABC-12";
-    QTest::newRow("summary's characters") << "txtHeader_0" << "Fall @ home #2" << "Fall  home 2";
-    QTest::newRow("one-line box joins lines") << "txtHeader_1" << "12 Oak St\r\nrear\n" << "12 Oak St rear ";
-    QTest::newRow("details keep lines") << "txtHeader_7" << "first\r\nsecond\rthird" << "first\nsecond\nthird";
-    QTest::newRow("outside the code page") << "txtHeader_7" << QString::fromUtf8("ok \xE2\x9C\x93 \xF0\x9F\x98\x80 é€")
-                                           << QString::fromUtf8("ok   é€");
-    QTest::newRow("tab and control characters") << "txtHeader_6" << QString("14\t05\x01") << "14 05";
-}
-
-void TestHandOver::formPasteFollowsTheBoxRules()
-{
-    QFETCH(QString, box);
-    QFETCH(QString, clipboard);
-    QFETCH(QString, expected);
-    WindowHome home;
-    frmZelvatcts *f = home.openForm("NEW");
-    f->cmdRtype_Click(2); // LAW: its boxes take input
-    auto *target = f->findChild<QWidget *>(box);
-    target->setFocus();
-    QGuiApplication::clipboard()->setText(clipboard);
-    controlKey(target, Qt::Key_V);
-    auto *line = qobject_cast<QLineEdit *>(target);
-    const auto shown = [&] { return line ? line->text() : static_cast<QPlainTextEdit *>(target)->toPlainText(); };
-    QCOMPARE(shown(), expected);
-    // Copy and Cut, which the boxes' key rules would refuse as typed characters.
-    line ? line->selectAll() : static_cast<QPlainTextEdit *>(target)->selectAll();
-    QGuiApplication::clipboard()->clear();
-    controlKey(target, Qt::Key_C);
-    QCOMPARE(QGuiApplication::clipboard()->text() + "|" + shown(), expected + "|" + expected);
-    controlKey(target, Qt::Key_X);
-    QCOMPARE(shown(), QString());
-}
 
 QTEST_MAIN(TestHandOver)
 #include "tst_handover.moc"
