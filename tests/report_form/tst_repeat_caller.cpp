@@ -69,7 +69,6 @@ void TestRepeatCaller::leavingABoxNamesEarlierCalls()
     QCOMPARE(strip->isVisible(), !shown.isEmpty());
     QVERIFY(capture.notices.isEmpty()); // no message box
     QVERIFY(QApplication::focusWidget() && QApplication::focusWidget() != typedIn); // on to the next control
-    QCOMPARE(strip->focusPolicy(), Qt::NoFocus);
     if (shown.isEmpty())
         return;
     QCOMPARE(QTextDocumentFragment::fromHtml(strip->text()).toPlainText(), shown);
