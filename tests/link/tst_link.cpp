@@ -26,9 +26,15 @@ static ZelvatMsg callRecord(const ProgramHome &home, const QStringList &changes)
     return r;
 }
 
-// --- message text ---------------------------------------------------------------------------
-
-// --- sessions -------------------------------------------------------------------------------
+// The session-log lines, after their "16-Nov-26 14:05:00: " stamps.
+static QStringList logLines()
+{
+    QStringList lines;
+    for (const QByteArray &l : readFile(ZelvatLogLib::logPath()).split('\n'))
+        if (!l.isEmpty())
+            lines << QString::fromLatin1(l.mid(20)).trimmed();
+    return lines;
+}
 
 static const QString kEnvelope = MessageText::BuildEnvelope("TYPE=MED\r\nEVNT=1", "S1", "NONE");
 
@@ -40,60 +46,38 @@ private slots:
     {
         QTest::addColumn<QStringList>("changes"); // KEY=value applied to the sample call
         QTest::addColumn<bool>("contact");
-        QTest::addColumn<QString>("detl");        // the DETL line expected
-        QTest::addColumn<QStringList>("present"); // whole lines that must be there
-        QTest::addColumn<QStringList>("absent");  // line starts that must not
+        QTest::addColumn<QString>("body");        // whole, in its order
 
+        const QString caller = "LOC1=12 Oak St, Springfield\r\nRPNA=J. Smith\r\nRPPH=555-0100\r\n";
+        const QString end = "\\nLast Seen:Lobby -- Call Loc:EOC\r\nDEVD=ST1\r\nDATM=240115 1432\r\nEVNT=0042";
         QTest::newRow("medical with contact, the example")
-            << QStringList{} << true << "DETL=Fall -- Slipped on stairs -- AGE: 70, M, C+ B+\\nLast Seen:Lobby -- Call Loc:EOC"
-            << QStringList{"TYPE=MED", "LOC1=12 Oak St, Springfield", "RPNA=J. Smith", "RPPH=555-0100", "CNT=\\#252",
-                           "DEVD=ST1", "DATM=240115 1432"}
-            << QStringList{"LOC2=", "RPAD="};
+            << QStringList{} << true
+            << "TYPE=MED\r\n" + caller + "CNT=\\#252\r\nDETL=Fall -- Slipped on stairs -- AGE: 70, M, C+ B+" + end;
         QTest::newRow("empty issue hides the details")
-            << QStringList{"ISS=", "CON=-1", "BRE=0"} << false << "DETL= -- AGE: 70, M, B-\\nLast Seen:Lobby -- Call Loc:EOC"
-            << QStringList{} << QStringList{"CNT="};
+            << QStringList{"ISS=", "CON=-1", "BRE=0"} << false << "TYPE=MED\r\n" + caller + "DETL= -- AGE: 70, M, B-" + end;
         QTest::newRow("law with blank descriptions")
             << QStringList{"TYP=LAW", "ISS=", "PDE=  ", "WEA="} << false
-            << "DETL= -- and no other details.\\nLast Seen:Lobby -- Call Loc:EOC" << QStringList{"TYPE=LAW"} << QStringList{};
+            << "TYPE=LAW\r\n" + caller + "DETL= -- and no other details." + end;
         QTest::newRow("vehicle without plate and state")
             << QStringList{"TYP=LAW", "VDE=Red van", "DOT=North"} << false
-            << "DETL=Fall -- Slipped on stairs -- DoT: North -- Veh Desc: Red van -- Lic:  -- St: \\nLast Seen:Lobby -- Call Loc:EOC"
-            << QStringList{} << QStringList{};
+            << "TYPE=LAW\r\n" + caller + "DETL=Fall -- Slipped on stairs -- DoT: North -- Veh Desc: Red van -- Lic:  -- St: " + end;
         QTest::newRow("fire, people trapped, second location and address")
             << QStringList{"TYP=FIRE", "PIN=Two", "AD2=Rear", "RPA=1 Elm"} << false
-            << "DETL=Fall -- Slipped on stairs -- People Trapped: Two\\nLast Seen:Lobby -- Call Loc:EOC"
-            << QStringList{"LOC2=Rear", "RPAD=1 Elm"} << QStringList{};
+            << "TYPE=FIRE\r\nLOC1=12 Oak St, Springfield\r\nLOC2=Rear\r\nRPNA=J. Smith\r\nRPAD=1 Elm\r\nRPPH=555-0100\r\n"
+               "DETL=Fall -- Slipped on stairs -- People Trapped: Two" + end;
         QTest::newRow("several types in fixed order")
             << QStringList{"TYP=LAW+FIRE+MED", "PIN=No", "WEA=Knife"} << false
-            << "DETL=Fall -- Slipped on stairs -- AGE: 70, M, C+ B+ -- People Trapped: No -- Weapons: Knife\\nLast Seen:Lobby -- Call Loc:EOC"
-            << QStringList{} << QStringList{};
+            << "TYPE=LAW+FIRE+MED\r\n" + caller
+                   + "DETL=Fall -- Slipped on stairs -- AGE: 70, M, C+ B+ -- People Trapped: No -- Weapons: Knife" + end;
     }
 
     void body()
     {
         QFETCH(QStringList, changes);
         QFETCH(bool, contact);
-        QFETCH(QString, detl);
-        QFETCH(QStringList, present);
-        QFETCH(QStringList, absent);
+        QFETCH(QString, body);
         ProgramHome home;
-        const ZelvatMsg r = callRecord(home, changes);
-        const QString body = MessageText::BuildBody(r, contact);
-        QVERIFY(body.endsWith("\r\nEVNT=0042"));
-        const QStringList lines = body.split("\r\n");
-        QVERIFY2(lines.contains(detl), qPrintable(body));
-        for (const QString &p : present)
-            QVERIFY2(lines.contains(p), qPrintable(p));
-        for (const QString &a : absent)
-            QVERIFY(std::none_of(lines.begin(), lines.end(), [&](const QString &l) { return l.startsWith(a); }));
-        // The lines keep their order.
-        QStringList keys;
-        for (const QString &l : lines)
-            keys << l.section('=', 0, 0);
-        QStringList expectedOrder = {"TYPE", "LOC1", "LOC2", "RPNA", "RPAD", "RPPH", "CNT", "DETL", "DEVD", "DATM", "EVNT"};
-        for (auto it = expectedOrder.begin(); it != expectedOrder.end();)
-            it = keys.contains(*it) ? it + 1 : expectedOrder.erase(it);
-        QCOMPARE(keys, expectedOrder);
+        QCOMPARE(MessageText::BuildBody(callRecord(home, changes), contact), body);
     }
 
     void subject()
@@ -126,18 +110,17 @@ private slots:
     {
         QTest::addColumn<QString>("enc");
         QTest::addColumn<QString>("declared");
-        QTest::newRow("BASE64") << "BASE64" << "<ENCOD>BASE64</ENCOD>";
-        QTest::newRow("NONE") << "NONE" << "<ENCOD>NONE</ENCOD>";
-        QTest::newRow("Base64 is not BASE64") << "Base64" << "<ENCOD>NONE</ENCOD>";
+        QTest::newRow("BASE64") << "BASE64" << "BASE64";
+        QTest::newRow("NONE") << "NONE" << "NONE";
+        QTest::newRow("Base64 is not BASE64") << "Base64" << "NONE";
     }
 
     void envelope()
     {
         QFETCH(QString, enc);
         QFETCH(QString, declared);
-        QCOMPARE(MessageText::BuildEnvelope("B\r\nC", "S", enc),
-                 "<AOAON>ZELVAT</AOAON><AOSUB>S</AOSUB><AOMSG>B\r\nC</AOMSG><AOURG>TRUE</AOURG><AOTYP>PVT</AOTYP>" + declared
-                     + "!/ADDON!");
+        QCOMPARE(MessageText::BuildEnvelope("B\r\nC", "S", enc), "<AOAON>ZELVAT</AOAON><AOSUB>S</AOSUB><AOMSG>B\r\nC</AOMSG>"
+                                                                 "<AOURG>TRUE</AOURG><AOTYP>PVT</AOTYP><ENCOD>" + declared + "</ENCOD>!/ADDON!");
     }
 
     void requiredFields_data()
@@ -152,8 +135,7 @@ private slots:
             << QStringList{"ISS", "AD1", "RPN", "LAS", "DTL", "CTY", "AGE", "GDR", "CON", "BRE"};
         QTest::newRow("blanks are empty") << QStringList{"CTY=   "} << false << QStringList{"CTY"};
         QTest::newRow("medical questions only for MED") << QStringList{"TYP=LAW", "AGE=", "CON=-1"} << false << QStringList{};
-        QTest::newRow("a contact request needs an address or a phone") << QStringList{"RPP="} << true
-                                                                       << QStringList{"RPA", "RPP"};
+        QTest::newRow("a contact request needs an address or a phone") << QStringList{"RPP="} << true << QStringList{"RPA", "RPP"};
         QTest::newRow("an address will do") << QStringList{"RPP=", "RPA=1 Elm"} << true << QStringList{};
         QTest::newRow("fire needs people inside") << QStringList{"TYP=FIRE"} << false << QStringList{"PIN"};
         QTest::newRow("no event type") << QStringList{"TYP="} << false << QStringList{"TYP"};
@@ -166,11 +148,8 @@ private slots:
         QFETCH(QStringList, missing);
         ProgramHome home;
         QStringList got;
-        for (const RequiredFields::Failure &f : RequiredFields::check(callRecord(home, changes), contact)) {
+        for (const RequiredFields::Failure &f : RequiredFields::check(callRecord(home, changes), contact))
             got << f.key;
-            QCOMPARE(f.target == RequiredFields::Target::Box, f.box != nullptr);
-            QVERIFY(!f.name.isEmpty());
-        }
         QCOMPARE(got, missing);
     }
 
@@ -187,6 +166,8 @@ private slots:
         QTest::newRow("no more") << 4 << QStringList{"NOMO", "RE>"} << true;
         QTest::newRow("quitting") << 5 << QStringList{"QUITI", "NG>"} << true;
         QTest::newRow("no prompt awaited") << 0 << QStringList{"OK> NOMORE> QUITING>"} << false;
+        // 10 MB in 64 kB pieces: only the end is kept, and a prompt split across the cut is found.
+        QTest::newRow("OK> after a flood") << 2 << QStringList(160, QString(64 * 1024, 'x')) + QStringList{"O", "K>"} << true;
     }
 
     void checkReplyPrompts()
@@ -200,22 +181,9 @@ private slots:
         for (const QString &c : chunks)
             session.CheckReply(c);
         QCOMPARE(session.replyFlag(), reply);
-        QCOMPARE(session.receiveBuffer(), chunks.join(QString()));
-    }
-
-    void promptAfterAFloodIsFound()
-    {
-        ProgramHome home;
-        ServerSession session(&home.station());
-        session.setPromptState(ServerSession::PromptOk);
-        const QString block(64 * 1024, 'x');
-        for (int i = 0; i < 160; ++i) // 10 MB in 64 kB pieces
-            session.CheckReply(block);
-        QVERIFY(!session.replyFlag());
-        QVERIFY(session.receiveBuffer().size() <= 2 * 1024 * 1024); // only the end is kept
-        session.CheckReply("O");
-        session.CheckReply("K>");
-        QVERIFY(session.replyFlag());
+        const QString all = chunks.join(QString());
+        QVERIFY(session.receiveBuffer().size() <= 2 * 1024 * 1024);
+        QCOMPARE(session.receiveBuffer(), all.right(all.size() > 2 * 1024 * 1024 ? session.receiveBuffer().size() : all.size()));
     }
 
     void sessions_data()
@@ -223,20 +191,19 @@ private slots:
         QTest::addColumn<int>("mode");        // the server's; -1: nobody listens, -2: a port that is no number
         QTest::addColumn<bool>("sent");
         QTest::addColumn<QStringList>("statuses"); // the last status texts
-        QTest::addColumn<QStringList>("log");      // session-log lines, in order (a part of them)
+        QTest::addColumn<QStringList>("log");      // session-log lines, in order (all of them when sent)
 
         const QString flat = QString(kEnvelope).remove("\r\n");
         const QStringList good = {"Trying to Connect...", "Trying to Connect... connected!", "Sending message...",
                                   "Sending message... sent", "Disconnecting... ", "Zelvat Call Taking Ready"};
-        const QStringList lost = {"SendMessages: Lost connection", "Disconnecting... ",
-                                  "Disconnecting, error during Sending messages"};
+        const QStringList lost = {"SendMessages: Lost connection", "Disconnecting... ", "Disconnecting, error during Sending messages"};
         QTest::newRow("normal") << int(LoopbackServer::Mode::Normal) << true << good
                                 << QStringList{"Msg2Tndirect: " + flat, "***WinSend: sent " + flat,
                                                "SendMessage: Sent message titled: S1", "SendMessage: END", "***WinSend: sent QUIT"};
         QTest::newRow("OK> in two packets") << int(LoopbackServer::Mode::Split) << true << good << QStringList{};
-        QTest::newRow("silent: waits until cancelled") << int(LoopbackServer::Mode::Silent) << false << lost
-                                                       << QStringList{"Session aborted: test over",
-                                                                      "SendMessage: Lost connection when sending message 'S1'"};
+        QTest::newRow("silent: waits until cancelled")
+            << int(LoopbackServer::Mode::Silent) << false << lost
+            << QStringList{"Session aborted: test over", "SendMessage: Lost connection when sending message 'S1'"};
         QTest::newRow("drops the line: still no answer") << int(LoopbackServer::Mode::Drop) << false << lost
                                                          << QStringList{"Session aborted: test over"};
         QTest::newRow("refused") << -1 << false
@@ -257,13 +224,18 @@ private slots:
         Capture capture;
         ZelvatLogLib::SetupLog(home.path(), false);
         std::unique_ptr<LoopbackServer> server;
-        if (mode >= 0) {
+        if (mode >= 0)
             server = Loopback::start(LoopbackServer::Mode(mode));
-            home.station().Prt = QString::number(server->port());
-        } else {
-            home.station().Prt = mode == -1 ? QString::number(Loopback::refusedPort()) : QStringLiteral("93x4");
-        }
+        home.station().Prt = mode >= 0 ? QString::number(server->port())
+            : mode == -1                ? QString::number(Loopback::refusedPort())
+                                        : QStringLiteral("93x4");
         ServerSession session(&home.station());
+        if (mode == int(LoopbackServer::Mode::Silent)) { // a second message waits for its own prompt, not the first one's
+            auto good = Loopback::start();
+            home.station().Prt = QString::number(good->port());
+            QVERIFY(session.SeqTndirect("A!/ADDON!", "A"));
+            home.station().Prt = QString::number(server->port());
+        }
         QStringList seen;
         connect(&session, &ServerSession::status, [&](const QString &s) { seen << s; });
         // A session that waits for a prompt that never comes keeps waiting until its owner gives up.
@@ -290,21 +262,6 @@ private slots:
             QVERIFY(capture.notices[0].text.contains("\"93x4\""));
     }
 
-    void secondSessionWaitsForItsOwnPrompt()
-    {
-        ProgramHome home;
-        auto good = Loopback::start(LoopbackServer::Mode::Normal);
-        home.station().Prt = QString::number(good->port());
-        ServerSession session(&home.station());
-        QVERIFY(session.SeqTndirect("A!/ADDON!", "A"));
-        // The same session against a server that never answers: the prompt of the first must not count.
-        auto silent = Loopback::start(LoopbackServer::Mode::Silent);
-        home.station().Prt = QString::number(silent->port());
-        QTimer::singleShot(700, &session, [&] { session.cancel("test over"); });
-        QVERIFY(!session.SeqTndirect("B!/ADDON!", "B"));
-        QCOMPARE(silent->connections(), 1);
-    }
-
     void linkTest_data()
     {
         QTest::addColumn<bool>("listening");
@@ -320,30 +277,13 @@ private slots:
         auto server = Loopback::start(LoopbackServer::Mode::Silent);
         home.station().Prt = QString::number(listening ? server->port() : Loopback::refusedPort());
         ServerSession session(&home.station());
-        QStringList statuses;
-        connect(&session, &ServerSession::status, [&](const QString &s) { statuses << s; });
-        const QString text(120, 'T');
+        const QString text(120, 'T'), result = listening ? "passed" : "failed";
         QCOMPARE(session.TndirectTest(text), listening);
-        const QString result = listening ? "passed" : "failed";
-        QCOMPARE(statuses, (QStringList{"Passing Test message...", "Passing message... " + QString(listening ? "sent" : "failed")}));
         QCOMPARE(logLines(), QStringList{"Link Test with Tndirect... " + result + " (127.0.0.1:" + home.station().Prt + ")"});
         if (listening)
             QTRY_COMPARE(server->received(), text.toLatin1()); // in pieces, no line break added
     }
-
-private:
-    QStringList logLines() const;
 };
-
-QStringList TestLink::logLines() const
-{
-    QStringList lines;
-    for (const QByteArray &l : readFile(ZelvatLogLib::logPath()).split('\n')) {
-        if (!l.isEmpty())
-            lines << QString::fromLatin1(l.mid(20)).trimmed(); // after "16-Nov-26 14:05:00: "
-    }
-    return lines;
-}
 
 QTEST_GUILESS_MAIN(TestLink)
 #include "tst_link.moc"

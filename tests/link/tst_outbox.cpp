@@ -15,21 +15,6 @@
 #include <QTest>
 #include <QTimer>
 
-class TestOutbox : public QObject {
-    Q_OBJECT
-
-private slots:
-    void serverDownThenUp();
-    void serverDroppingEveryOtherSession();
-    void aResendCarriesTheMessageOfTheFirstSubmit_data();
-    void aResendCarriesTheMessageOfTheFirstSubmit();
-    void aReportOpenInTheFormIsPassedBy();
-    void twoProgramsSendEachReportOnce();
-    void outboxFile_data();
-    void outboxFile();
-    void retrySchedule_data();
-    void retrySchedule();
-};
 
 static const QByteArray kStation = ProgramHome::DefaultStation + "Enc=NONE\r\n";
 
@@ -61,217 +46,192 @@ static QList<int> states(const ProgramHome &home, const QStringList &names)
     return ast;
 }
 
-void TestOutbox::serverDownThenUp()
-{
-    ProgramHome home(kStation);
-    Capture capture;
-    ZelvatLogLib::SetupLog(home.path(), true);
-    const QStringList names = readyReports(home, 3);
-    Outbox outbox(home.path(), home.station());
+class TestOutbox : public QObject {
+    Q_OBJECT
 
-    home.station().Prt = QString::number(Loopback::refusedPort());
-    ServerSession down(&home.station());
-    const Outbox::Run failed = outbox.sendReady(down, {});
-    QCOMPARE(failed.tried, QStringList{names[0]}); // the server is down: the rest wait
-    QVERIFY(failed.linkFailed);
-    QVERIFY2(failed.failure.contains("refused"), qPrintable(failed.failure));
-    QCOMPARE(states(home, names), (QList<int>{2, 2, 2}));
-
-    auto server = Loopback::start();
-    home.station().Prt = QString::number(server->port());
-    ServerSession up(&home.station());
-    const Outbox::Run sent = outbox.sendReady(up, {});
-    QCOMPARE(sent.sent, 3);
-    QVERIFY(!sent.linkFailed);
-    QCOMPARE(subjects(*server), (QStringList{"ABC-0 / MED / Springfield", "ABC-1 / MED / Riverside", "ABC-2 / MED / Fairview"}));
-    QCOMPARE(states(home, names), (QList<int>{9, 9, 9}));
-    ServerSession again(&home.station());
-    QCOMPARE(outbox.sendReady(again, {}).count, 0);
-    QCOMPARE(server->messages(), 3); // once each
-    const QByteArray log = readFile(home.logPath());
-    QVERIFY(log.contains("Outbox: " + names[0].toLatin1() + " still Ready: 127.0.0.1:"));
-    QCOMPARE(log.count(" Submitted\r\n"), 3);
-    QVERIFY(capture.notices.isEmpty()); // the outbox tells its caller, not the operator
-}
-
-void TestOutbox::serverDroppingEveryOtherSession()
-{
-    ProgramHome home(kStation);
-    Capture capture;
-    const QStringList names = readyReports(home, 4);
-    auto server = Loopback::start(LoopbackServer::Mode::Alternate);
-    home.station().Prt = QString::number(server->port());
-    Outbox outbox(home.path(), home.station());
-    int runs = 0;
-    for (; runs < 10 && !outbox.readyReports().isEmpty(); ++runs) {
-        ServerSession session(&home.station());
-        outbox.sendReady(session, {});
-    }
-    QCOMPARE(runs, 5); // each report is dropped once, then taken
-    QCOMPARE(server->connections(), 8);
-    QCOMPARE(subjects(*server), (QStringList{"ABC-0 / MED / Springfield", "ABC-1 / MED / Riverside",
-                                             "ABC-2 / MED / Fairview", "ABC-3 / MED / Madison"}));
-    QCOMPARE(states(home, names), (QList<int>{9, 9, 9, 9}));
-}
-
-void TestOutbox::aResendCarriesTheMessageOfTheFirstSubmit_data()
-{
-    QTest::addColumn<bool>("contact");
-    QTest::addColumn<bool>("update");
-    QTest::newRow("contact asked") << true << false;
-    QTest::newRow("an update") << false << true;
-    QTest::newRow("both") << true << true;
-    QTest::newRow("neither") << false << false;
-}
-
-void TestOutbox::aResendCarriesTheMessageOfTheFirstSubmit()
-{
-    QFETCH(bool, contact);
-    QFETCH(bool, update);
-    ProgramHome home(kStation);
-    Capture capture;
-    const QString name = readyReports(home, 1).first();
-    // The first Submit: the server takes the envelope and never answers; the session is given up.
-    auto silent = Loopback::start(LoopbackServer::Mode::Silent);
-    home.station().Prt = QString::number(silent->port());
+private slots:
+    void serverDownThenUpWithAReportOpen()
     {
+        ProgramHome home(kStation);
+        Capture capture;
+        ZelvatLogLib::SetupLog(home.path(), true);
+        const QStringList names = readyReports(home, 3);
+        Outbox outbox(home.path(), home.station());
+
+        home.station().Prt = QString::number(Loopback::refusedPort());
+        ServerSession down(&home.station());
+        const Outbox::Run failed = outbox.sendReady(down, {});
+        QCOMPARE(failed.tried, QStringList{names[0]}); // the server is down: the rest wait
+        QVERIFY(failed.linkFailed);
+        QVERIFY2(failed.failure.contains("refused"), qPrintable(failed.failure));
+        QCOMPARE(states(home, names), (QList<int>{2, 2, 2}));
+
+        // Back up, with the second report open in the form: it is passed by, untouched, until the next run.
+        auto server = Loopback::start();
+        home.station().Prt = QString::number(server->port());
+        const QByteArray open = home.readReport(names[1]);
+        Outbox::Hooks hooks;
+        hooks.isOpen = [&](const QString &name) { return name == names[1]; };
+        QStringList said;
+        hooks.tried = [&](const Outbox::Try &t) { said << t.said; };
+        ServerSession up(&home.station());
+        const Outbox::Run sent = outbox.sendReady(up, hooks);
+        QCOMPARE(sent.sent, 2);
+        QVERIFY(!sent.linkFailed);
+        QCOMPARE(said, (QStringList{"Submitted", "skipped: it is open in the report form", "Submitted"}));
+        QCOMPARE(home.readReport(names[1]), open);
+        ServerSession again(&home.station());
+        QCOMPARE(outbox.sendReady(again, {}).sent, 1);
+        QCOMPARE(subjects(*server), (QStringList{"ABC-0 / MED / Springfield", "ABC-2 / MED / Fairview", "ABC-1 / MED / Riverside"}));
+        QCOMPARE(states(home, names), (QList<int>{9, 9, 9}));
+        ServerSession last(&home.station());
+        QCOMPARE(outbox.sendReady(last, {}).count, 0);
+        QCOMPARE(server->messages(), 3); // once each
+        const QByteArray log = readFile(home.logPath());
+        QVERIFY(log.contains("Outbox: " + names[0].toLatin1() + " still Ready: 127.0.0.1:"));
+        QCOMPARE(log.count(" Submitted\r\n"), 3);
+        QVERIFY(capture.notices.isEmpty()); // the outbox tells its caller, not the operator
+    }
+
+    void aResendCarriesTheMessageOfTheFirstSubmit_data()
+    {
+        QTest::addColumn<bool>("contact");
+        QTest::addColumn<bool>("update");
+        QTest::newRow("contact asked") << true << false;
+        QTest::newRow("an update") << false << true;
+        QTest::newRow("both") << true << true;
+        QTest::newRow("neither") << false << false;
+    }
+
+    void aResendCarriesTheMessageOfTheFirstSubmit()
+    {
+        QFETCH(bool, contact);
+        QFETCH(bool, update);
+        ProgramHome home(kStation);
+        Capture capture;
+        const QString name = readyReports(home, 1).first();
+        // The first Submit: the server takes the envelope and never answers; the session is given up.
+        auto silent = Loopback::start(LoopbackServer::Mode::Silent);
+        home.station().Prt = QString::number(silent->port());
+        {
+            ServerSession session(&home.station());
+            ZelvatMsg record(home.path());
+            QVERIFY(record.Load(name));
+            QTimer::singleShot(1500, &session, [&] { session.cancel("no answer"); });
+            QCOMPARE(Outbox::submitStored(record, home.station(), session, {contact, update}, {}),
+                     Submission::Outcome::Cancelled);
+        }
+        QCOMPARE(OutboxFile(home.path()).choice(name), (OutboxFile::Choice{contact, update}));
+
+        auto server = Loopback::start();
+        home.station().Prt = QString::number(server->port());
         ServerSession session(&home.station());
-        ZelvatMsg record(home.path());
-        QVERIFY(record.Load(name));
-        QTimer::singleShot(1500, &session, [&] { session.cancel("no answer"); });
-        QCOMPARE(Outbox::submitStored(record, home.station(), session, {contact, update}, {}),
-                 Submission::Outcome::Cancelled);
+        QCOMPARE(Outbox(home.path(), home.station()).sendReady(session, {}).sent, 1);
+        QCOMPARE(server->received().left(server->received().indexOf("\r\nQUIT")), silent->received().chopped(2));
+        QCOMPARE(server->received().contains("CNT=\\#252"), contact);
+        QCOMPARE(server->received().contains(" -- UPDATE</AOSUB>"), update);
+        QCOMPARE(OutboxFile(home.path()).choice(name), OutboxFile::Choice{}); // forgotten once it went out
     }
-    QCOMPARE(OutboxFile(home.path()).choice(name), (OutboxFile::Choice{contact, update}));
 
-    auto server = Loopback::start();
-    home.station().Prt = QString::number(server->port());
-    ServerSession session(&home.station());
-    QCOMPARE(Outbox(home.path(), home.station()).sendReady(session, {}).sent, 1);
-    QCOMPARE(server->received().left(server->received().indexOf("\r\nQUIT")), silent->received().chopped(2));
-    QCOMPARE(server->received().contains("CNT=\\#252"), contact);
-    QCOMPARE(server->received().contains(" -- UPDATE</AOSUB>"), update);
-    QCOMPARE(OutboxFile(home.path()).choice(name), OutboxFile::Choice{}); // forgotten once it went out
-}
-
-void TestOutbox::aReportOpenInTheFormIsPassedBy()
-{
-    ProgramHome home(kStation);
-    const QStringList names = readyReports(home, 3);
-    const QByteArray before = home.readReport(names[1]);
-    auto server = Loopback::start();
-    home.station().Prt = QString::number(server->port());
-    ServerSession session(&home.station());
-    Outbox::Hooks hooks;
-    hooks.isOpen = [&](const QString &name) { return name == names[1]; };
-    QStringList said;
-    hooks.tried = [&](const Outbox::Try &t) { said << t.said; };
-    const Outbox::Run run = Outbox(home.path(), home.station()).sendReady(session, hooks);
-    QCOMPARE(run.sent, 2);
-    QCOMPARE(said, (QStringList{"Submitted", "skipped: it is open in the report form", "Submitted"}));
-    QCOMPARE(home.readReport(names[1]), before); // not touched
-}
-
-void TestOutbox::twoProgramsSendEachReportOnce()
-{
-    // This program's outbox and a headless client's resend, at once over one folder.
-    ProgramHome home(kStation);
-    Capture capture;
-    const QStringList names = readyReports(home, 12);
-    auto server = Loopback::start();
-    home.station().Prt = QString::number(server->port());
-    home.station().save();
-    QProcess other;
-    other.start(ZELVATCTS_CLI, {"--home", home.path(), "resend"});
-    QTRY_VERIFY(server->connections() > 0); // the other one is sending
-    ServerSession session(&home.station());
-    const Outbox::Run run = Outbox(home.path(), home.station()).sendReady(session, {});
-    QTRY_COMPARE_WITH_TIMEOUT(other.state(), QProcess::NotRunning, 60000);
-    QCOMPARE(other.exitCode(), 0);
-    QVERIFY2(run.sent > 0 && run.sent < 12, qPrintable(QString::number(run.sent))); // both took a share
-    QStringList got = subjects(*server);
-    QCOMPARE(got.size(), 12);
-    got.removeDuplicates();
-    QCOMPARE(got.size(), 12);
-    QCOMPARE(states(home, names), QList<int>(12, 9));
-}
-
-// --- the outbox file and the schedule --------------------------------------------------------
-
-void TestOutbox::outboxFile_data()
-{
-    QTest::addColumn<QByteArray>("bytes");
-    QTest::addColumn<bool>("automatic");
-    QTest::addColumn<int>("first");
-    QTest::addColumn<QString>("choices"); // NAME=CONTACT+UPDATE, ...
-    QTest::addColumn<QString>("problem");
-
-    QTest::newRow("missing: the defaults") << QByteArray() << true << 60 << "" << "";
-    QTest::newRow("as written") << QByteArray("[OUTBOX]\r\nAutomatic=0\r\nFirstRetry=30\r\n[REPORTS]\r\nA=CONTACT\r\n"
-                                              "B=UPDATE\r\nC=CONTACT+UPDATE\r\nD=\r\n")
-                                << false << 30 << "A=10,B=01,C=11,D=00" << "";
-    QTest::newRow("a name holding =") << QByteArray("[REPORTS]\r\nA=B=CONTACT\r\n") << true << 60 << "A=B=10" << "";
-    QTest::newRow("nonsense passed over") << QByteArray("[OUTBOX]\r\nAutomatic=yes\r\nFirstRetry=5\r\n[REPORTS]\r\nA=MAYBE\r\nB=CONTACT\r\n")
-                                          << true << 60 << "B=10" << "line 2 \"Automatic=yes\", line 3 \"FirstRetry=5\", line 5 \"A=MAYBE\"";
-}
-
-void TestOutbox::outboxFile()
-{
-    QFETCH(QByteArray, bytes);
-    QFETCH(bool, automatic);
-    QFETCH(int, first);
-    QFETCH(QString, choices);
-    QFETCH(QString, problem);
-    ProgramHome home;
-    OutboxFile file(home.path());
-    if (!bytes.isEmpty())
-        writeFile(file.path(), bytes);
-    file.load();
-    QCOMPARE(file.settings(), (OutboxFile::Settings{automatic, first}));
-    for (const QString &c : choices.split(',', Qt::SkipEmptyParts)) {
-        const QString flags = c.section('=', -1);
-        QCOMPARE(file.choice(c.section('=', 0, -2)), (OutboxFile::Choice{flags[0] == '1', flags[1] == '1'}));
+    void twoProgramsSendEachReportOnce()
+    {
+        // This program's outbox and a headless client's resend, at once over one folder.
+        ProgramHome home(kStation);
+        Capture capture;
+        const QStringList names = readyReports(home, 12);
+        auto server = Loopback::start();
+        home.station().Prt = QString::number(server->port());
+        home.station().save();
+        QProcess other;
+        other.start(ZELVATCTS_CLI, {"--home", home.path(), "resend"});
+        QTRY_VERIFY(server->connections() > 0); // the other one is sending
+        ServerSession session(&home.station());
+        const Outbox::Run run = Outbox(home.path(), home.station()).sendReady(session, {});
+        QTRY_COMPARE_WITH_TIMEOUT(other.state(), QProcess::NotRunning, 60000);
+        QCOMPARE(other.exitCode(), 0);
+        QVERIFY2(run.sent > 0 && run.sent < 12, qPrintable(QString::number(run.sent))); // both took a share
+        QStringList got = subjects(*server);
+        QCOMPARE(got.size(), 12);
+        got.removeDuplicates();
+        QCOMPARE(got.size(), 12);
+        QCOMPARE(states(home, names), QList<int>(12, 9));
     }
-    QCOMPARE(file.problem().section(": passed over ", 1), problem);
 
-    // A change keeps what was there; the default choice takes its line out.
-    QVERIFY(file.setChoice("N", {true, false}, nullptr));
-    QVERIFY(OutboxFile(home.path()).problem().isEmpty()); // written anew, whole
-    QCOMPARE(OutboxFile(home.path()).choice("N"), (OutboxFile::Choice{true, false}));
-    QCOMPARE(OutboxFile(home.path()).settings(), (OutboxFile::Settings{automatic, first}));
-    QVERIFY(file.setChoice("N", {}, nullptr));
-    QVERIFY(!readFile(file.path()).contains("\r\nN="));
-}
+    void outboxFile_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<bool>("automatic");
+        QTest::addColumn<int>("first");
+        QTest::addColumn<QString>("choices"); // NAME=CONTACT+UPDATE, ...
+        QTest::addColumn<QString>("problem");
 
-void TestOutbox::retrySchedule_data()
-{
-    QTest::addColumn<int>("first");
-    QTest::addColumn<QString>("tries");      // F failed, S went well
-    QTest::addColumn<QList<int>>("waits"); // seconds to the next try after each; 0 for none planned
-
-    QTest::newRow("doubling up to 15 minutes") << 60 << "FFFFFFF" << QList<int>{60, 120, 240, 480, 900, 900, 900};
-    QTest::newRow("the first interval again after a success") << 60 << "FFSF" << QList<int>{60, 120, 0, 60};
-    QTest::newRow("a first interval of the preferences") << 400 << "FFF" << QList<int>{400, 800, 900};
-}
-
-void TestOutbox::retrySchedule()
-{
-    QFETCH(int, first);
-    QFETCH(QString, tries);
-    QFETCH(QList<int>, waits);
-    RetrySchedule schedule;
-    schedule.setFirstInterval(first);
-    QDateTime now = ProgramHome::FixedNow;
-    schedule.plan(now);
-    QCOMPARE(now.secsTo(schedule.next()), first); // reports left Ready: the first try after the first interval
-    for (qsizetype i = 0; i < tries.size(); ++i) {
-        now = now.addSecs(1000);
-        schedule.tried(tries[i] == 'S', now);
-        QCOMPARE(schedule.next().isValid() ? now.secsTo(schedule.next()) : 0, waits[i]);
-        QCOMPARE(schedule.due(now.addSecs(waits[i] - 1)), false);
-        QCOMPARE(schedule.due(now.addSecs(waits[i])), waits[i] > 0);
+        QTest::newRow("missing: the defaults") << QByteArray() << true << 60 << "" << "";
+        QTest::newRow("as written") << QByteArray("[OUTBOX]\r\nAutomatic=0\r\nFirstRetry=30\r\n[REPORTS]\r\nA=CONTACT\r\n"
+                                                  "B=UPDATE\r\nC=CONTACT+UPDATE\r\nD=\r\n")
+                                    << false << 30 << "A=10,B=01,C=11,D=00" << "";
+        QTest::newRow("a name holding =") << QByteArray("[REPORTS]\r\nA=B=CONTACT\r\n") << true << 60 << "A=B=10" << "";
+        QTest::newRow("nonsense passed over") << QByteArray("[OUTBOX]\r\nAutomatic=yes\r\nFirstRetry=5\r\n[REPORTS]\r\nA=MAYBE\r\nB=CONTACT\r\n")
+                                              << true << 60 << "B=10" << "line 2 \"Automatic=yes\", line 3 \"FirstRetry=5\", line 5 \"A=MAYBE\"";
     }
-}
+
+    void outboxFile()
+    {
+        QFETCH(QByteArray, bytes);
+        QFETCH(bool, automatic);
+        QFETCH(int, first);
+        QFETCH(QString, choices);
+        QFETCH(QString, problem);
+        ProgramHome home;
+        OutboxFile file(home.path());
+        if (!bytes.isEmpty())
+            writeFile(file.path(), bytes);
+        file.load();
+        QCOMPARE(file.settings(), (OutboxFile::Settings{automatic, first}));
+        for (const QString &c : choices.split(',', Qt::SkipEmptyParts)) {
+            const QString flags = c.section('=', -1);
+            QCOMPARE(file.choice(c.section('=', 0, -2)), (OutboxFile::Choice{flags[0] == '1', flags[1] == '1'}));
+        }
+        QCOMPARE(file.problem().section(": passed over ", 1), problem);
+
+        // A change keeps what was there; the default choice takes its line out.
+        QVERIFY(file.setChoice("N", {true, false}, nullptr));
+        QVERIFY(OutboxFile(home.path()).problem().isEmpty()); // written anew, whole
+        QCOMPARE(OutboxFile(home.path()).choice("N"), (OutboxFile::Choice{true, false}));
+        QCOMPARE(OutboxFile(home.path()).settings(), (OutboxFile::Settings{automatic, first}));
+        QVERIFY(file.setChoice("N", {}, nullptr));
+        QVERIFY(!readFile(file.path()).contains("\r\nN="));
+    }
+
+    void retrySchedule_data()
+    {
+        QTest::addColumn<int>("first");
+        QTest::addColumn<QString>("tries");      // F failed, S went well
+        QTest::addColumn<QList<int>>("waits"); // seconds to the next try after each; 0 for none planned
+
+        QTest::newRow("doubling up to 15 minutes") << 60 << "FFFFFFF" << QList<int>{60, 120, 240, 480, 900, 900, 900};
+        QTest::newRow("the first interval again after a success") << 60 << "FFSF" << QList<int>{60, 120, 0, 60};
+        QTest::newRow("a first interval of the preferences") << 400 << "FFF" << QList<int>{400, 800, 900};
+    }
+
+    void retrySchedule()
+    {
+        QFETCH(int, first);
+        QFETCH(QString, tries);
+        QFETCH(QList<int>, waits);
+        RetrySchedule schedule;
+        schedule.setFirstInterval(first);
+        QDateTime now = ProgramHome::FixedNow;
+        schedule.plan(now);
+        QCOMPARE(now.secsTo(schedule.next()), first); // reports left Ready: the first try after the first interval
+        for (qsizetype i = 0; i < tries.size(); ++i) {
+            now = now.addSecs(1000);
+            schedule.tried(tries[i] == 'S', now);
+            QCOMPARE(schedule.next().isValid() ? now.secsTo(schedule.next()) : 0, waits[i]);
+            QCOMPARE(schedule.due(now.addSecs(waits[i] - 1)), false);
+            QCOMPARE(schedule.due(now.addSecs(waits[i])), waits[i] > 0);
+        }
+    }
+};
 
 QTEST_GUILESS_MAIN(TestOutbox)
 #include "tst_outbox.moc"

@@ -1,11 +1,10 @@
-// A program that types a report into the real report form, as an operator does, and waits with
-// it unsaved until it is killed. It prints what every box shows ("box NAME=text", line breaks as
-// "\n"), then "kept" once the input is in its recovery file. tst_form_recovery kills it.
+// A program that types a report into the real report form, as an operator does, and leaves it
+// unsaved. It prints what every box shows ("box NAME=text", line breaks as "\n") and the event
+// ID, then "kept" once the input is in its recovery file; then it changes "Direction of Travel"
+// and keeps it again, a write that stops for good after 300 bytes (run with libfaultfs.so
+// preloaded), for tst_form_recovery's kill to fall in the middle of it.
 //
-//   type_report PROGRAM_FOLDER         type, keep, wait
-//   type_report PROGRAM_FOLDER stall   then change "Direction of Travel" and keep it again; the
-//                                      write stops for good after 300 bytes (run with libfaultfs.so
-//                                      preloaded), for the kill to fall in the middle of it
+//   type_report PROGRAM_FOLDER
 
 #include "report_form/frmZelvatcts.h"
 #include "settings/ZelvatIni.h"
@@ -28,20 +27,12 @@ static void say(const QString &line)
     std::fflush(stdout);
 }
 
-static QString shown(QWidget *box)
-{
-    if (auto *line = qobject_cast<QLineEdit *>(box))
-        return line->text();
-    return static_cast<QPlainTextEdit *>(box)->toPlainText();
-}
-
 int main(int argc, char *argv[])
 {
     QApplication app(argc, argv);
     if (argc < 2)
         return 2;
     const QString folder = QString::fromLocal8Bit(argv[1]);
-    const bool stall = argc > 2 && QByteArray(argv[2]) == "stall";
     ZelvatIni station(ProgramFolder::stationFile(folder));
     station.load();
     frmZelvatcts *f = frmZelvatcts::open(ReportFormContext{folder, &station, {}}, QStringLiteral("NEW"));
@@ -51,12 +42,8 @@ int main(int argc, char *argv[])
     int n = 0;
     for (const FormFields::Box &b : FormFields::boxes()) {
         QWidget *box = f->findChild<QWidget *>(FormFields::objectName(b));
-        if (b.group == FormFields::Group::Med)
-            f->SSTab1->setCurrentIndex(0);
-        else if (b.group == FormFields::Group::Fire)
-            f->SSTab1->setCurrentIndex(1);
-        else if (b.group == FormFields::Group::Law)
-            f->SSTab1->setCurrentIndex(2);
+        if (b.group != FormFields::Group::Header) // Med, Fire and Law are the first three tabs
+            f->SSTab1->setCurrentIndex(int(b.group) - 1);
         QTest::keyClicks(box, QStringLiteral("call %1 unit 4%2").arg(QChar('a' + n)).arg(n));
         if (b.multiLine) {
             QTest::keyClick(box, Qt::Key_Return);
@@ -69,9 +56,12 @@ int main(int argc, char *argv[])
     QTest::mouseClick(f->optBrea[0], Qt::LeftButton);
     f->chkReqContact->setChecked(true);
 
-    for (const FormFields::Box &b : FormFields::boxes())
-        say(QStringLiteral("box %1=%2").arg(FormFields::objectName(b),
-                                             shown(f->findChild<QWidget *>(FormFields::objectName(b))).replace('\n', "\\n")));
+    for (const FormFields::Box &b : FormFields::boxes()) {
+        QWidget *box = f->findChild<QWidget *>(FormFields::objectName(b));
+        const auto *line = qobject_cast<QLineEdit *>(box);
+        const QString shown = line ? line->text() : static_cast<QPlainTextEdit *>(box)->toPlainText();
+        say(QStringLiteral("box %1=%2").arg(FormFields::objectName(b), QString(shown).replace('\n', "\\n")));
+    }
     say(QStringLiteral("event %1").arg(f->eventNumber()));
 
     // The form keeps it by itself, half a second after the last change.
@@ -84,13 +74,11 @@ int main(int argc, char *argv[])
     while (!kept())
         QTest::qWait(50);
     say(QStringLiteral("kept"));
-    if (stall) {
-        using Arm = int (*)(const char *op, int err, const char *match, long long at);
-        const auto arm = reinterpret_cast<Arm>(dlsym(RTLD_DEFAULT, "faultfs_arm"));
-        if (!arm || arm("write", -1, "/recovery/", 300) != 0)
-            return 3;
-        static_cast<QLineEdit *>(f->txtLaw[2])->setText(QStringLiteral("changed"));
-        f->keepInputNow(); // never returns
-    }
+    using Arm = int (*)(const char *op, int err, const char *match, long long at);
+    const auto arm = reinterpret_cast<Arm>(dlsym(RTLD_DEFAULT, "faultfs_arm"));
+    if (!arm || arm("write", -1, "/recovery/", 300) != 0)
+        return 3;
+    static_cast<QLineEdit *>(f->txtLaw[2])->setText(QStringLiteral("changed"));
+    f->keepInputNow(); // never returns
     return app.exec();
 }
