@@ -243,6 +243,7 @@ private slots:
         QCOMPARE(client.exitCode(), 1);
         QTest::qWait(300);
         QCOMPARE((received += sim.readAllStandardOutput()).count("message "), 2); // nothing more was tried
+        QVERIFY2(!client.readAllStandardOutput().contains("R2"), "the resend went on to the next report");
         for (const char *name : {"R1", "R2"})
             QVERIFY(run({"show", name}).out.contains("\nDTL=x\n") && run({"show", name}).out.contains("\nAST=2\n"));
         QVERIFY(readFile(path(logName())).contains("Session aborted: the headless client was interrupted (SIGTERM)"));
