@@ -13,19 +13,13 @@ inline QString Name(int report)
     return QStringLiteral("CRASH.%1").arg(report);
 }
 
-inline QString Details(int report, qint64 generation)
-{
-    return QStringLiteral("r%1 g%2 ").arg(report).arg(generation) + QString(int(generation % 997) * 3, QLatin1Char('d'))
-        + QStringLiteral(" end");
-}
-
 inline void Fill(ZelvatMsg &msg, int report, qint64 generation)
 {
     msg.Clear();
     msg.setEID(Name(report));
     msg.setTYP(generation % 2 ? QStringLiteral("MED+LAW") : QStringLiteral("FIRE"));
     msg.setISS(QStringLiteral("r%1 g%2").arg(report).arg(generation));
-    msg.setDTL(Details(report, generation));
+    msg.setDTL(QStringLiteral("r%1 g%2 %3 end").arg(report).arg(generation).arg(QString(int(generation % 997) * 3, QLatin1Char('d'))));
     msg.setCTY(QStringLiteral("g%1").arg(generation));
     msg.setAST(qint16(generation % 2 ? 2 : 6));
 }

@@ -1,9 +1,8 @@
 // The dialogs driven with key clicks offscreen: the station identification rules, the
-// preferences with their link test against tndirect-sim, the about box, the note.
+// preferences with their link test against a loopback server, the note.
 
 #include "common/Capture.h"
 #include "common/WindowHome.h"
-#include "dialogs/frmAbout.h"
 #include "dialogs/frmNote.h"
 #include "dialogs/frmStationID.h"
 #include "dialogs/frmZelvatPref.h"
@@ -20,7 +19,11 @@
 #include <QTest>
 #include <QTimer>
 
-static const QColor kPaleYellow(255, 255, 128);
+// A box highlighted as missing or wrong, pale yellow.
+static bool isYellow(const QWidget *box)
+{
+    return box->palette().color(QPalette::Base) == QColor(255, 255, 128);
+}
 
 static const QByteArray kStation = "Nam=Pat Smith\r\nUid=KN1ABC\r\nLoc=EOC\r\nLid=SPF\r\nEno=7\r\nCty=Springfield\r\n";
 
@@ -94,20 +97,16 @@ private slots:
             QTest::keyClick(d.txtSID[2], Qt::Key_Escape);
         QCOMPARE(d.isVisible(), !stored);
         for (int i = 0; i < 6; ++i)
-            QCOMPARE(d.txtSID[i]->palette().color(QPalette::Base),
-                     yellow.contains(i) ? kPaleYellow : QApplication::palette().color(QPalette::Base));
+            QCOMPARE(isYellow(d.txtSID[i]), yellow.contains(i));
         QCOMPARE(capture.notices.size(), said.isEmpty() ? 0 : 1);
-        if (!said.isEmpty())
-            QVERIFY2(capture.notices[0].text.startsWith(said), qPrintable(capture.notices[0].text));
+        QVERIFY2(said.isEmpty() || capture.notices[0].text.startsWith(said), qPrintable(capture.noticeTexts().join('|')));
         // Nothing is stored unless everything is; then trimmed, the counter as a number.
-        QCOMPARE(home.station().Nam, stored ? QString("Lee Chan") : QString("Pat Smith"));
-        if (stored) {
-            QCOMPARE(home.station().Loc, QString("Field Post 3"));
-            QCOMPARE(home.station().Eno, 42);
-        }
+        const ZelvatIni &s = home.station();
+        QCOMPARE((QStringList{s.Nam, s.Loc, QString::number(s.Eno)}),
+                 (stored ? QStringList{"Lee Chan", "Field Post 3", "42"} : QStringList{"Pat Smith", "EOC", "7"}));
         if (!yellow.isEmpty()) { // a key typed into a highlighted field takes the highlight away
             QTest::keyClicks(d.txtSID[yellow[0]], "x");
-            QCOMPARE(d.txtSID[yellow[0]]->palette().color(QPalette::Base), QApplication::palette().color(QPalette::Base));
+            QVERIFY(!isYellow(d.txtSID[yellow[0]]));
         }
     }
 
@@ -136,9 +135,6 @@ private slots:
         Capture capture;
         frmZelvatPref d(home.station(), nullptr);
         d.show();
-        QCOMPARE(d.windowTitle(), QString("Preferences"));
-        QCOMPARE(d.cboEncType->currentText(), QString("NONE"));
-        QVERIFY(d.nframe[0]->isEnabled() && !d.nframe[1]->isEnabled()); // the encoding tab first
         for (int i = 0; i < 3; ++i)
             d.txtServer[i]->setText(server[i]);
         d.cboEncType->setCurrentIndex(1);
@@ -146,7 +142,7 @@ private slots:
         QCOMPARE(d.isVisible(), !accepted);
         QCOMPARE(capture.notices.size(), said);
         for (int i : yellow)
-            QCOMPARE(d.txtServer[i]->palette().color(QPalette::Base), kPaleYellow);
+            QVERIFY(isYellow(d.txtServer[i]));
         if (!yellow.isEmpty())
             QCOMPARE(d.SSTab1->currentIndex(), 1);
         // Nothing is half-changed: every setting is taken, or none.
@@ -177,18 +173,6 @@ private slots:
                                                      "Tndirect is running\r\n2. Confirm the Host Name and Port Number match Tndirect"}));
         QCOMPARE(capture.notices[1].icon, Notice::Exclamation);
         QTRY_COMPARE(server->received(), QByteArray("<test>This is an Zelvat test msg</test>"));
-    }
-
-    void aboutBox()
-    {
-        frmAbout d;
-        QCOMPARE(d.windowTitle(), QString("About Zelvat Call Taking System"));
-        QCOMPARE(d.lblVersion->text(), "Version " + Zelvat::versionText());
-        QCOMPARE(d.lblTitle->text(), QString("Zelvat Call Taking System"));
-        QVERIFY(d.lblDescription->text().startsWith("Copyright "));
-        QVERIFY(d.lblDescription->text().endsWith("\r\nAll rights reserved."));
-        QCOMPARE(d.cmdSysInfo->text(), QString("&System"));
-        QCOMPARE(d.cmdLicenseAgreement->text(), QString("License"));
     }
 
     void noteClosesByItself()

@@ -1,5 +1,5 @@
-// libfaultfs.so: a fault injector for file writes, loaded with LD_PRELOAD. It makes write,
-// fsync/fdatasync, close or rename/renameat fail with a chosen error number, only for files whose
+// libfaultfs.so: a fault injector for file writes, loaded with LD_PRELOAD. It makes write, fsync,
+// close or renameat (the calls SafeFile makes) fail with a chosen error number, only for files whose
 // path holds a given text (the path of a descriptor comes from /proc/self/fd).
 //
 // Armed when a process starts, from its environment:
@@ -113,24 +113,12 @@ int fsync(int fd)
     return g_op == Op::Fsync && fdAllowance(Op::Fsync, fd, 1) == 0 ? failWith() : next(fd);
 }
 
-int fdatasync(int fd)
-{
-    static const auto next = real<int (*)(int)>("fdatasync");
-    return g_op == Op::Fsync && fdAllowance(Op::Fsync, fd, 1) == 0 ? failWith() : next(fd);
-}
-
 int close(int fd)
 {
     static const auto next = real<int (*)(int)>("close");
     const long long granted = g_op == Op::Close ? fdAllowance(Op::Close, fd, 1) : -1;
     const int rc = next(fd);
     return granted == 0 ? failWith() : rc;
-}
-
-int rename(const char *from, const char *to)
-{
-    static const auto next = real<int (*)(const char *, const char *)>("rename");
-    return allowance(Op::Rename, from, to, 1) == 0 ? failWith() : next(from, to);
 }
 
 int renameat(int fromDir, const char *from, int toDir, const char *to)
