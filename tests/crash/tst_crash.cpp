@@ -45,7 +45,7 @@ private slots:
                 const QString name = CrashReport::Name(r);
                 if (round == 0 && !msg.Exists(name))
                     continue; // killed before its first save
-                QVERIFY2(msg.Load(name), qPrintable(name));
+                QVERIFY2(msg.Load(name), qPrintable(name + capture.noticeTexts().join("|")));
                 const auto m = iss.match(msg.ISS());
                 QVERIFY2(m.hasMatch(), qPrintable(msg.ISS()));
                 QCOMPARE(m.captured(1).toInt(), r);
