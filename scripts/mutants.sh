@@ -9,7 +9,8 @@ cd "$(dirname "$0")/.."
 list=$(realpath "${1:-scripts/mutants.txt}")
 scratch=$PWD/build-mutants
 rm -rf "$scratch/tree"; mkdir -p "$scratch/tree"
-git archive HEAD | tar -x -C "$scratch/tree"
+# -m: the files take the time of extraction, so that objects of an earlier run are rebuilt.
+git archive HEAD | tar -x -m -C "$scratch/tree"
 cd "$scratch/tree"
 BUILD_DIR=$scratch/build ./scripts/build.sh >/dev/null
 python3 - "$list" "$scratch" <<'PY'
