@@ -142,25 +142,74 @@ Kind lookAt(int dirFd, const QByteArray &name, struct stat *st, int *err)
     return Kind::Missing;
 }
 
-// Opens a regular file for readAll or append. What is not one is refused before it is opened (a
-// device may act on an open); the open neither follows a link nor waits for a FIFO's other end,
-// and what was opened is checked again, so a swap between the look and the open is caught.
-bool openRegular(const QString &path, int flags, Descriptor *file, struct stat *st, const QString &what, RunError *error)
+// Opens a regular file for reading or appending: `name` within the folder `dirFd` (or a path,
+// with AT_FDCWD); `path` is what messages call it and `what()` what could not be done. What is
+// not a regular file is refused before it is opened (a device may act on an open); the open
+// neither follows a link nor waits for a FIFO's other end, and what was opened is checked again,
+// so a swap between the look and the open is caught.
+template <typename What>
+bool openRegular(int dirFd, const QByteArray &name, const QString &path, int flags, Descriptor *file, struct stat *st,
+                 What &&what, RunError *error)
 {
-    const QByteArray name = QFile::encodeName(path);
     int err = 0;
-    Kind kind = lookAt(AT_FDCWD, name, st, &err);
+    Kind kind = lookAt(dirFd, name, st, &err);
     if (err)
-        return fail(error, fromErrno(err, what));
+        return fail(error, fromErrno(err, what()));
     if (!acceptable(kind, flags & O_CREAT, path, error))
         return false;
-    file->fd = ::open(name.constData(), flags | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0666);
+    file->fd = ::openat(dirFd, name.constData(), flags | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0666);
     if (file->fd < 0)
-        return fail(error, fromErrno(errno, what));
+        return fail(error, fromErrno(errno, what()));
     if (::fstat(file->fd, st) != 0)
         st->st_mode = 0;
     kind = kindOfMode(st->st_mode);
     return kind == Kind::Regular || fail(error, notRegular(path, kind));
+}
+
+// readAll of `name` within the folder `dirFd`, read straight into `bytes` (the size the file had
+// when opened, and more should it have grown since).
+bool readIn(int dirFd, const QByteArray &name, const QString &path, qint64 maxBytes, QByteArray *bytes, RunError *error)
+{
+    bytes->truncate(0);
+    const auto what = [&path] { return QStringLiteral("could not read ") + native(path); };
+    Descriptor file;
+    struct stat st {};
+    if (!openRegular(dirFd, name, path, O_RDONLY, &file, &st, what, error))
+        return false;
+    if (st.st_size > maxBytes)
+        return fail(error, tooLarge(path, maxBytes));
+    // One byte more than the file holds, so that a file that grew is seen to have grown.
+    bytes->resize(qsizetype(st.st_size) + 1);
+    qsizetype have = 0;
+    for (;;) {
+        if (have == bytes->size()) {
+            if (have > maxBytes) { // it grew after the look
+                bytes->truncate(0);
+                return fail(error, tooLarge(path, maxBytes));
+            }
+            bytes->resize(have + 16384);
+        }
+        const ssize_t n = ::read(file.fd, bytes->data() + have, size_t(bytes->size() - have));
+        if (n == 0)
+            break;
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n < 0) {
+            bytes->truncate(0);
+            return fail(error, fromErrno(errno, what()));
+        }
+        have += n;
+        // Every byte the file held when opened, and not the one more asked for: that is the end,
+        // without a read to be told so.
+        if (have == st.st_size && have < bytes->size())
+            break;
+    }
+    bytes->truncate(have);
+    if (have > maxBytes) {
+        bytes->truncate(0);
+        return fail(error, tooLarge(path, maxBytes));
+    }
+    return true;
 }
 
 } // namespace
@@ -175,26 +224,27 @@ Kind kindOf(const QString &path)
 
 bool readAll(const QString &path, qint64 maxBytes, QByteArray *bytes, RunError *error)
 {
-    bytes->clear();
-    const QString what = QStringLiteral("could not read ") + native(path);
-    Descriptor file;
-    struct stat st {};
-    if (!openRegular(path, O_RDONLY, &file, &st, what, error))
-        return false;
-    if (st.st_size > maxBytes)
-        return fail(error, tooLarge(path, maxBytes));
-    QByteArray data;
-    char chunk[16384];
-    for (ssize_t n; (n = ::read(file.fd, chunk, sizeof chunk)) != 0;) {
-        if (n < 0 && errno != EINTR)
-            return fail(error, fromErrno(errno, what));
-        if (n > 0)
-            data.append(chunk, n);
-        if (data.size() > maxBytes) // it grew after the look
-            return fail(error, tooLarge(path, maxBytes));
-    }
-    *bytes = data;
-    return true;
+    return readIn(AT_FDCWD, QFile::encodeName(path), path, maxBytes, bytes, error);
+}
+
+Folder::Folder(const QString &path)
+    : m_path(path)
+    , m_fd(::open(QFile::encodeName(path).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC))
+{
+}
+
+Folder::~Folder()
+{
+    if (m_fd >= 0)
+        ::close(m_fd);
+}
+
+bool Folder::readAll(const QString &fileName, qint64 maxBytes, QByteArray *bytes, RunError *error) const
+{
+    const QString path = m_path + QLatin1Char('/') + fileName;
+    if (m_fd < 0 || fileName.contains(QLatin1Char('/')))
+        return SafeFile::readAll(path, maxBytes, bytes, error);
+    return readIn(m_fd, QFile::encodeName(fileName), path, maxBytes, bytes, error);
 }
 
 bool writeAtomically(const QString &path, const QByteArray &bytes, RunError *error, Flush flush)
@@ -299,7 +349,8 @@ bool append(const QString &path, const QByteArray &bytes, RunError *error)
     const QString what = QStringLiteral("could not add to ") + native(path) + leftAlone(kindOf(path) == Kind::Regular);
     Descriptor file;
     struct stat st {};
-    if (!openRegular(path, O_WRONLY | O_APPEND | O_CREAT, &file, &st, what, error))
+    if (!openRegular(AT_FDCWD, QFile::encodeName(path), path, O_WRONLY | O_APPEND | O_CREAT, &file, &st,
+                     [&what] { return what; }, error))
         return false;
     if (int err = writeAll(file.fd, bytes)) {
         (void)!::ftruncate(file.fd, st.st_size); // no half line stays behind
@@ -332,6 +383,18 @@ bool readAll(const QString &path, qint64 maxBytes, QByteArray *bytes, RunError *
         return fail(error, tooLarge(path, maxBytes));
     *bytes = file.readAll();
     return file.error() == QFileDevice::NoError || fail(error, RunError::fromFile(file));
+}
+
+Folder::Folder(const QString &path)
+    : m_path(path)
+{
+}
+
+Folder::~Folder() = default;
+
+bool Folder::readAll(const QString &fileName, qint64 maxBytes, QByteArray *bytes, RunError *error) const
+{
+    return SafeFile::readAll(m_path + QLatin1Char('/') + fileName, maxBytes, bytes, error);
 }
 
 bool writeAtomically(const QString &path, const QByteArray &bytes, RunError *error, Flush)

@@ -21,6 +21,22 @@ QString describe(Kind kind);
 // A file over maxBytes is refused without being read. A missing file gives FileNotFound.
 bool readAll(const QString &path, qint64 maxBytes, QByteArray *bytes, RunError *error);
 
+// A folder whose files are read one after another, as the list and the export read thousands:
+// each file is looked up by its name within the folder, whose path is walked once, and read as
+// readAll reads it. `bytes` keeps its room from one file to the next.
+class Folder {
+public:
+    explicit Folder(const QString &path);
+    ~Folder();
+    Folder(const Folder &) = delete;
+    Folder &operator=(const Folder &) = delete;
+    bool readAll(const QString &fileName, qint64 maxBytes, QByteArray *bytes, RunError *error) const;
+
+private:
+    QString m_path;
+    int m_fd = -1; // the open folder, or -1: each file is then read by its path
+};
+
 // Replaces the file at `path` with `bytes`, all or nothing. The bytes go to a temporary file
 // "NAME.~XXXXXX" beside it (so a listing of "*.911" never shows one), which takes the old file's
 // permissions, is flushed to the disk and then renamed over the old file; the folder is flushed
