@@ -12,6 +12,13 @@
 #include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
+#include <algorithm>
+#include <optional>
+
+#ifdef Q_OS_UNIX
+#include <cstring>
+#include <dirent.h>
+#endif
 
 namespace {
 
@@ -93,6 +100,32 @@ QByteArrayView trimBlanks(QByteArrayView v)
     while (!v.isEmpty() && v.back() == ' ')
         v.chop(1);
     return v;
+}
+
+// Why a line makes the bytes no report file (too long, or holding a control character other
+// than the tab), or empty.
+QString lineProblem(QByteArrayView line, bool control, int lineNo)
+{
+    if (line.size() > kMaxLineBytes)
+        return QStringLiteral("line %1 is %2 bytes long, a line of a report file at most %3").arg(lineNo).arg(line.size()).arg(kMaxLineBytes);
+    if (control)
+        return QStringLiteral("line %1 holds control characters").arg(lineNo);
+    return QString();
+}
+
+// A number field's value as the loader reads it (a 16-bit integer), with `what` naming it in
+// the error. A short value is widened on the stack: the loader reads four of them per file.
+std::optional<qint64> integerOf(QByteArrayView bytes, const QString &what, RunError *error)
+{
+    char16_t wide[32];
+    const bool plain = bytes.size() <= qsizetype(std::size(wide)) && std::none_of(bytes.begin(), bytes.end(), [](char c) {
+        return static_cast<unsigned char>(c) >= 0x80;
+    });
+    if (!plain)
+        return StringLib::toInteger(CodePage::decode(bytes), -32768, 32767, what, error);
+    for (qsizetype i = 0; i < bytes.size(); ++i)
+        wide[i] = char16_t(static_cast<unsigned char>(bytes[i]));
+    return StringLib::toInteger(QStringView(wide, bytes.size()), -32768, 32767, what, error);
 }
 
 } // namespace
@@ -185,11 +218,8 @@ QString ZelvatMsg::contentProblem(QByteArrayView content, int *lineNo)
         ++number;
         if (line.startsWith("[END]"))
             return false;
-        if (line.size() > kMaxLineBytes)
-            why = QStringLiteral("line %1 is %2 bytes long, a line of a report file at most %3").arg(number).arg(line.size()).arg(kMaxLineBytes);
-        else if (control)
-            why = QStringLiteral("line %1 holds control characters").arg(number);
-        else
+        why = lineProblem(line, control, number);
+        if (why.isEmpty())
             return true;
         *lineNo = number;
         return false;
@@ -237,56 +267,98 @@ void ZelvatMsg::failLoad(const RunError &error, const QString &path)
     fail(error, QStringLiteral("Load"), path, QStringLiteral("Problems loading ") + path + QStringLiteral(", please try again"));
 }
 
-bool ZelvatMsg::parse(QByteArrayView data, const QString &path)
+bool ZelvatMsg::scan(QByteArrayView data, Fields *fields, RunError *error, int *step)
 {
-    m_step = 2;
-    int badLine = 0;
-    if (const QString why = contentProblem(data, &badLine); !why.isEmpty()) {
-        failLoad(RunError::make(RunError::InvalidFileFormat, why + QStringLiteral("; this is not a report file")), path);
+    const auto notAReport = [&](const QString &why) {
+        *step = 2;
+        *error = RunError::make(RunError::InvalidFileFormat, why + QStringLiteral("; this is not a report file"));
         return false;
+    };
+    if (data.size() > kMaxFileBytes) {
+        int line = 0;
+        return notAReport(contentProblem(data, &line));
     }
+    // One walk over the lines. What makes the bytes no report file at all (a line too long, a
+    // control character) is told before a field that cannot be read, wherever it stands; after
+    // such a field the walk only looks for that.
     int lineNo = 0;
     bool anyKey = false;
-    bool ok = true;
-    forEachLine(data, [&](QByteArrayView line, bool) {
+    QString badContent;
+    std::optional<RunError> badField;
+    forEachLine(data, [&](QByteArrayView line, bool control) {
         ++lineNo;
-        m_step = 2;
         if (line.startsWith("[END]"))
             return false;
+        badContent = lineProblem(line, control, lineNo);
+        if (!badContent.isEmpty())
+            return false;
+        if (badField)
+            return true;
         const qsizetype eq = line.indexOf('=');
         const int field = fieldOf(trimBlanks(eq < 0 ? line : line.first(eq)));
         if (field < 0)
             return true;
         anyKey = true;
-        m_step = 3;
         const QLatin1StringView keyName(kKeyNames[field]);
         if (eq < 0) {
-            failLoad(RunError::make(RunError::SubscriptOutOfRange,
-                                    QStringLiteral("line %1: %2 has no \"=\" and no value").arg(lineNo).arg(keyName)),
-                     path);
-            return ok = false;
+            badField = RunError::make(RunError::SubscriptOutOfRange,
+                                      QStringLiteral("line %1: %2 has no \"=\" and no value").arg(lineNo).arg(keyName));
+            return true;
         }
-        const QString value = CodePage::decode(line.sliced(eq + 1));
+        const QByteArrayView value = line.sliced(eq + 1);
         if (isIntegerKey(Key(field))) {
-            RunError conversion;
-            const auto number = StringLib::toInteger(value, -32768, 32767,
-                                                     QStringLiteral("line %1: %2=%3").arg(lineNo).arg(keyName, value), &conversion);
+            // The message naming the line is made only for a value that is no number.
+            const auto number = integerOf(value, QString(), nullptr);
             if (!number) {
-                failLoad(conversion, path);
-                return ok = false;
+                badField.emplace();
+                integerOf(value, QStringLiteral("line %1: %2=%3").arg(lineNo).arg(keyName, CodePage::decode(value)), &*badField);
+                return true;
             }
-            m_number[field] = qint16(*number);
+            fields->number[field] = qint16(*number);
         } else {
-            m_text[field] = value;
+            fields->text[field] = value;
         }
         return true;
     });
-    if (!ok)
+    if (!badContent.isEmpty())
+        return notAReport(badContent);
+    if (badField) {
+        *step = 3;
+        *error = *badField;
         return false;
-    if (!anyKey) {
-        m_step = 2;
-        failLoad(RunError::make(RunError::InvalidFileFormat, QStringLiteral("it holds no report line; this is not a report file")),
-                 path);
+    }
+    if (!anyKey)
+        return notAReport(QStringLiteral("it holds no report line"));
+    return true;
+}
+
+bool ZelvatMsg::readFields(const SafeFile::Folder &folder, const QString &name, QByteArray *buffer, Fields *fields)
+{
+    RunError error;
+    int step = 0;
+    *fields = Fields();
+    return !name.isEmpty() && name.front() != QLatin1Char(' ') && name.back() != QLatin1Char(' ')
+        && nameProblem(name).isEmpty() && folder.readAll(name + QStringLiteral(".911"), kMaxFileBytes, buffer, &error)
+        && scan(*buffer, fields, &error, &step);
+}
+
+bool ZelvatMsg::parse(QByteArrayView data, const QString &path)
+{
+    Fields fields;
+    RunError error;
+    const bool read = scan(data, &fields, &error, &m_step);
+    // A field that cannot be read leaves the record with the fields before it, as far as the
+    // reading went; bytes that are no report file leave it empty.
+    if (read || m_step == 3) {
+        for (int f = 0; f < KeyCount; ++f) {
+            if (isIntegerKey(Key(f)))
+                m_number[f] = fields.number[f];
+            else
+                m_text[f] = CodePage::decode(fields.text[f]);
+        }
+    }
+    if (!read) {
+        failLoad(error, path);
         return false;
     }
     m_step = 5;
@@ -467,24 +539,39 @@ QStringList ZelvatMsg::fileNames() const
     QStringList names;
     // Every entry named like a report, whatever it is: what is no report file is listed too, so
     // that the operator sees it; the loader refuses it.
+    // The name is the file's with every ".911" in it taken out.
+    const auto take = [&](QString name, const QString &path) {
+        name.remove(QStringLiteral(".911"));
+        if (StringLib::trimBlanks(name).isEmpty()) {
+            EventLog::current().error(QStringLiteral("Tn911:BuildFileList, detected, excluded an extent-only '.911' file"));
+            return;
+        }
+        if (name.contains(QLatin1Char('\r')) || name.contains(QLatin1Char('\n'))) {
+            EventLog::current().error(QStringLiteral("Tn911:BuildFileList, excluded a file whose name holds a line break: ")
+                                      + path);
+            return;
+        }
+        names.append(name);
+    };
+#ifdef Q_OS_UNIX
+    // The folder read as it stands, nothing looked at but the names: a list of thousands.
+    DIR *dir = ::opendir(QFile::encodeName(m_folder).constData());
+    if (!dir)
+        return names;
+    while (const dirent *e = ::readdir(dir)) {
+        const size_t length = std::strlen(e->d_name);
+        if (length >= 4 && std::memcmp(e->d_name + length - 4, ".911", 4) == 0)
+            take(QFile::decodeName(e->d_name), m_folder + QLatin1Char('/') + QFile::decodeName(e->d_name));
+    }
+    ::closedir(dir);
+#else
     QDirIterator it(m_folder, QDir::AllEntries | QDir::System | QDir::Hidden | QDir::NoDotAndDotDot);
     while (it.hasNext()) {
         it.next();
-        QString rest = it.fileName();
-        if (!rest.endsWith(QLatin1String(".911")))
-            continue;
-        rest.remove(QStringLiteral(".911"));
-        if (StringLib::trimBlanks(rest).isEmpty()) {
-            EventLog::current().error(QStringLiteral("Tn911:BuildFileList, detected, excluded an extent-only '.911' file"));
-            continue;
-        }
-        if (rest.contains(QLatin1Char('\r')) || rest.contains(QLatin1Char('\n'))) {
-            EventLog::current().error(QStringLiteral("Tn911:BuildFileList, excluded a file whose name holds a line break: ")
-                                      + it.filePath());
-            continue;
-        }
-        names.append(rest);
+        if (it.fileName().endsWith(QLatin1String(".911")))
+            take(it.fileName(), it.filePath());
     }
+#endif
     return names;
 }
 

@@ -6,6 +6,10 @@
 #include <QStringList>
 #include <array>
 
+namespace SafeFile {
+class Folder;
+}
+
 // One incident report: its 29 fields, and the operations on its ".911" file in the message
 // folder (program folder + "/msg.d"). It is the only code that reads, writes, deletes and
 // lists report files.
@@ -76,6 +80,23 @@ public:
     // Why the bytes of a report file could not be read back by Load (a control character, a line
     // or the whole over the loader's limits), naming the line in `lineNo`; empty when they can.
     static QString contentProblem(QByteArrayView content, int *lineNo);
+    // The fields of a report file as its bytes hold them, for readers of many files at once (the
+    // list, the export) that need no record: each text value is the code-page bytes after "=" on
+    // its line, blanks kept (empty when the file has no such line); the numbers are read as Load
+    // reads them.
+    struct Fields {
+        std::array<QByteArrayView, KeyCount> text;
+        std::array<qint16, KeyCount> number {};
+    };
+    // Reads the fields out of the bytes of a report file; false, with the loader's error and
+    // step, for bytes Load refuses (at step 3, a field that cannot be read, `fields` holds the
+    // fields before it). The views point into `data`.
+    static bool scan(QByteArrayView data, Fields *fields, RunError *error, int *step);
+    // Reads the report `name` from `folder` (the message folder) into `buffer` and scans it,
+    // without a word to anyone: false when that cannot be done (no such file, a name Load would
+    // refuse or trim, bytes it would refuse). The caller then loads it with Load, which says why.
+    static bool readFields(const SafeFile::Folder &folder, const QString &name, QByteArray *buffer, Fields *fields);
+
     // Why Fadd would refuse the record as it stands, naming the field in `key`; empty when it
     // can be saved.
     QString storageProblem(Key *key = nullptr) const;
