@@ -1,5 +1,7 @@
 #include "store/ReportCatalog.h"
 
+#include "store/ReportFieldsReader.h"
+
 #include "store/ZelvatMsg.h"
 #include "support/CodePage.h"
 #include "support/CommonConst.h"
@@ -300,6 +302,7 @@ QString ReportCatalog::reportNameOf(const QString &fileName)
 void ReportCatalog::apply(const Listing &listing)
 {
     m_filesRead = 0;
+    std::optional<ReportFieldsReader> fields; // opened at the first file to read
     std::vector<bool> seen(listing.whole ? m_cards.size() : 0, false);
     for (const Listing::File &file : listing.files) {
         int slot = m_slotOf.value(file.fileName, -1);
@@ -316,7 +319,9 @@ void ReportCatalog::apply(const Listing &listing)
         // Unchanged, or read after this look began: the card is as new as the look or newer.
         if (known && ((card.identity == file.identity && card.settled) || card.readAtMs > listing.startedMs))
             continue;
-        read(slot, file.identity, listing.startedMs);
+        if (!fields)
+            fields.emplace(*m_reader);
+        read(slot, file.identity, listing.startedMs, *fields);
     }
     // What the look did not find is gone, unless it was read after the look began.
     const auto goneAfterLook = [&](int slot) { return m_cards[slot].live && m_cards[slot].readAtMs <= listing.startedMs; };
@@ -383,7 +388,7 @@ bool ReportCatalog::ownFile(const Card &card)
         && card.fileName.size() == name.size() + 4 && card.fileName.startsWith(name);
 }
 
-void ReportCatalog::read(int slot, const Identity &identity, qint64 lookedAtMs)
+void ReportCatalog::read(int slot, const Identity &identity, qint64 lookedAtMs, ReportFieldsReader &fields)
 {
     Card &card = m_cards[slot];
     // The loader's messages are kept with the card; the caller decides whom to tell.
@@ -404,8 +409,8 @@ void ReportCatalog::read(int slot, const Identity &identity, qint64 lookedAtMs)
         finish(card, text);
     } else {
         ScopedNotifier quiet(&collect);
-        m_reader->Load(card.name);
-        fill(card, *m_reader);
+        bool ok = false;
+        fill(card, fields.read(card.name, &ok));
     }
     // The identity was taken before the file was read, so a change after it shows at the next look.
     card.identity = identity;
@@ -445,25 +450,24 @@ bool ReportCatalog::changedSince(quint64 count, QList<int> *changed) const
     return true;
 }
 
-void ReportCatalog::fill(Card &card, const ZelvatMsg &r)
+void ReportCatalog::fill(Card &card, const ZelvatMsg::Fields &fields)
 {
     using Key = ZelvatMsg::Key;
     static constexpr Key kKeys[FieldCount] = {Key::EID, Key::MID, Key::TYP, Key::ISS, Key::AD1, Key::CTY,
                                               Key::ADT, Key::ATM, Key::RPN, Key::RPP, Key::DTL};
-    // The values as the record's getters give them (blanks trimmed), without a copy of each.
+    // The values as the record's getters give them, blanks trimmed, in the file's own bytes.
     QByteArray &text = m_scratch;
     text.clear();
     for (Key k : kKeys) {
-        const QString raw = r.rawText(k);
-        QStringView v(raw);
-        while (!v.isEmpty() && v.front() == QLatin1Char(' '))
+        QByteArrayView v = fields.text[int(k)];
+        while (!v.isEmpty() && v.front() == ' ')
             v = v.sliced(1);
-        while (!v.isEmpty() && v.back() == QLatin1Char(' '))
+        while (!v.isEmpty() && v.back() == ' ')
             v.chop(1);
-        appendEncoded(text, v);
+        text += v;
         text += '\0';
     }
-    card.state = r.AST();
+    card.state = fields.number[int(Key::AST)];
     finish(card, text);
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "store/ReportList.h"
+#include "store/ZelvatMsg.h"
 #include "support/Platform.h"
 #include "support/RunError.h"
 
@@ -15,8 +16,8 @@
 #include <optional>
 #include <vector>
 
+class ReportFieldsReader;
 class ReportSearch;
-class ZelvatMsg;
 
 // Every report of a message folder as the report list, the search and the repeat-caller hint see
 // it: one card per report file, kept between refreshes and keyed by the file's identity (size,
@@ -173,8 +174,8 @@ private:
     QString reportNameOf(const QString &fileName);
     int takeSlot(const QString &fileName, const QString &name);
     void drop(int slot);
-    void read(int slot, const Identity &identity, qint64 lookedAtMs);
-    void fill(Card &card, const ZelvatMsg &record);
+    void read(int slot, const Identity &identity, qint64 lookedAtMs, ReportFieldsReader &fields);
+    void fill(Card &card, const ZelvatMsg::Fields &fields);
     static bool finish(Card &card, QByteArrayView text);
     static bool ownFile(const Card &card);
     void logChange(int slot);

@@ -1,10 +1,11 @@
 #include "store/ReportCsv.h"
 
+#include "store/ReportFieldsReader.h"
 #include "store/ZelvatMsg.h"
+#include "support/CodePage.h"
 #include "support/CommonConst.h"
 #include "support/Platform.h"
 
-#include <QStringEncoder>
 #include <algorithm>
 #include <vector>
 
@@ -27,72 +28,95 @@ QByteArray start()
     return out;
 }
 
-// A field as its getter gives it (blanks trimmed at both ends), without copying it.
-QStringView trimmed(const QString &text)
+// A field's bytes as its getter gives them, blanks trimmed at both ends.
+QByteArrayView trimmed(QByteArrayView v)
 {
-    QStringView v(text);
-    while (!v.isEmpty() && v.front() == QLatin1Char(' '))
+    while (!v.isEmpty() && v.front() == ' ')
         v = v.sliced(1);
-    while (!v.isEmpty() && v.back() == QLatin1Char(' '))
+    while (!v.isEmpty() && v.back() == ' ')
         v.chop(1);
     return v;
 }
 
-// Appends text as UTF-8, straight into the output.
-void appendUtf8(QByteArray &out, QStringView text)
+void appendAsIs(QByteArray &out, QByteArrayView bytes)
 {
-    QStringEncoder utf8(QStringEncoder::Utf8);
-    const qsizetype at = out.size();
-    out.resize(at + utf8.requiredSpace(text.size()));
-    char *end = utf8.appendToBuffer(out.data() + at, text);
-    out.truncate(end - out.constData());
+    out += bytes;
 }
 
 // Appends one cell, in double quotes when it holds a comma, a quote or a line break (its quotes
 // doubled). With `breaks` the stored "\n" escapes of a multi-line field become line breaks.
-void appendCell(QByteArray &out, QStringView cell, bool breaks)
+// `put` appends a run of the cell's bytes as UTF-8: the cells of a report are code-page bytes,
+// the others UTF-8 already (in both, every byte below 0x80 stands for itself).
+void appendCell(QByteArray &out, QByteArrayView cell, bool breaks, void (*put)(QByteArray &, QByteArrayView))
 {
-    bool quote = breaks && cell.contains(QLatin1String("\\n"));
+    bool quote = breaks && cell.contains(QByteArrayView("\\n"));
     for (qsizetype i = 0; !quote && i < cell.size(); ++i) {
-        const QChar c = cell[i];
-        quote = c == QLatin1Char(',') || c == QLatin1Char('"') || c == QLatin1Char('\r') || c == QLatin1Char('\n');
+        const char c = cell[i];
+        quote = c == ',' || c == '"' || c == '\r' || c == '\n';
     }
     if (!quote) {
-        appendUtf8(out, cell);
+        put(out, cell);
         return;
     }
     out += '"';
     qsizetype from = 0; // the start of the text not written yet
     for (qsizetype i = 0; i < cell.size(); ++i) {
-        if (cell[i] == QLatin1Char('"')) {
-            appendUtf8(out, cell.sliced(from, i + 1 - from));
+        if (cell[i] == '"') {
+            put(out, cell.sliced(from, i + 1 - from));
             out += '"';
             from = i + 1;
-        } else if (breaks && cell[i] == QLatin1Char('\\') && i + 1 < cell.size() && cell[i + 1] == QLatin1Char('n')) {
-            appendUtf8(out, cell.sliced(from, i - from));
+        } else if (breaks && cell[i] == '\\' && i + 1 < cell.size() && cell[i + 1] == 'n') {
+            put(out, cell.sliced(from, i - from));
             out += '\n';
             from = ++i + 1;
         }
     }
-    appendUtf8(out, cell.sliced(from));
+    put(out, cell.sliced(from));
     out += '"';
 }
 
 // Appends the row of one report, ended by CR LF.
-void appendReport(QByteArray &out, const QString &name, const ZelvatMsg &record)
+void appendReport(QByteArray &out, const QString &name, const ZelvatMsg::Fields &fields)
 {
-    appendCell(out, name, false);
+    appendCell(out, name.toUtf8(), false, appendAsIs);
     out += ',';
-    appendCell(out, Zelvat::stateName(record.AST()), false);
+    appendCell(out, Zelvat::stateName(fields.number[int(Key::AST)]).toUtf8(), false, appendAsIs);
     for (Key k : ZelvatMsg::allKeys()) {
         out += ',';
         if (ZelvatMsg::isIntegerKey(k))
-            out += QByteArray::number(record.number(k));
+            out += QByteArray::number(fields.number[int(k)]);
         else
-            appendCell(out, trimmed(record.rawText(k)), k == Key::DTL || k == Key::PDE);
+            appendCell(out, trimmed(fields.text[int(k)]), k == Key::DTL || k == Key::PDE, CodePage::appendUtf8);
     }
     out += "\r\n";
 }
+
+// The reports of one folder, the loader's messages kept quiet: the export names what it could
+// not read once, after.
+class Reading {
+public:
+    explicit Reading(ZelvatMsg &reader)
+        : m_reader(reader)
+        , m_fields(reader)
+    {
+    }
+
+    // The fields of report `name`, or null when it cannot be read (named in `unreadable`).
+    const ZelvatMsg::Fields *read(const QString &name, QStringList *unreadable)
+    {
+        bool ok = false;
+        const ZelvatMsg::Fields &fields = m_fields.read(name, &ok);
+        if (!ok)
+            *unreadable << ReportList::whyUnreadable(m_reader, name);
+        return ok ? &fields : nullptr;
+    }
+
+private:
+    ZelvatMsg &m_reader;
+    ReportFieldsReader m_fields;
+    Quiet m_quiet;
+    ScopedNotifier m_scoped{&m_quiet};
+};
 
 } // namespace
 
@@ -112,32 +136,28 @@ void appendRow(QByteArray &out, const QStringList &cells)
     for (qsizetype i = 0; i < cells.size(); ++i) {
         if (i > 0)
             out += ',';
-        appendCell(out, cells[i], false);
+        appendCell(out, cells[i].toUtf8(), false, appendAsIs);
     }
     out += "\r\n";
 }
 
 Export fromNames(ZelvatMsg &reader, const QStringList &names)
 {
-    Quiet quiet;
-    ScopedNotifier scoped(&quiet);
+    Reading reading(reader);
     Export e;
     e.bytes = start();
     for (const QString &name : names) {
-        if (!reader.Load(name)) {
-            e.unreadable << ReportList::whyUnreadable(reader, name);
-            continue;
+        if (const ZelvatMsg::Fields *fields = reading.read(name, &e.unreadable)) {
+            appendReport(e.bytes, name, *fields);
+            ++e.rows;
         }
-        appendReport(e.bytes, name, reader);
-        ++e.rows;
     }
     return e;
 }
 
 Export fromFolder(ZelvatMsg &reader, int folder)
 {
-    Quiet quiet;
-    ScopedNotifier scoped(&quiet);
+    Reading reading(reader);
     Export e;
     // Each row goes into one buffer as its file is read; the rows are put in the list's order
     // by their sort keys afterwards.
@@ -151,17 +171,14 @@ Export fromFolder(ZelvatMsg &reader, int folder)
     const QStringList names = reader.fileNames();
     placed.reserve(size_t(names.size()));
     for (const QString &name : names) {
-        if (!reader.Load(name)) {
-            e.unreadable << ReportList::whyUnreadable(reader, name);
-            continue;
-        }
-        if (folder != Zelvat::StateAll && reader.AST() != folder)
+        const ZelvatMsg::Fields *fields = reading.read(name, &e.unreadable);
+        if (!fields || (folder != Zelvat::StateAll && fields->number[int(Key::AST)] != folder))
             continue;
         const qsizetype at = rows.size();
-        appendReport(rows, name, reader);
+        appendReport(rows, name, *fields);
         ReportList::Row listed; // only what the default order looks at
         listed.cells[ReportList::Idx] = name;
-        listed.cells[ReportList::City] = reader.CTY();
+        listed.cells[ReportList::City] = CodePage::decode(trimmed(fields->text[int(Key::CTY)]));
         placed.push_back({ReportList::sortKey(listed, ReportList::City), at, rows.size() - at});
     }
     std::sort(placed.begin(), placed.end(), [](const Placed &a, const Placed &b) { return a.key < b.key; });

@@ -66,6 +66,28 @@ QString decode(QByteArrayView bytes)
     return out;
 }
 
+void appendUtf8(QByteArray &out, QByteArrayView bytes)
+{
+    const qsizetype at = out.size();
+    out.resize(at + 3 * bytes.size()); // no byte takes more than three in UTF-8
+    char *o = out.data() + at;
+    for (const char c : bytes) {
+        const auto b = static_cast<unsigned char>(c);
+        const char16_t u = (b >= 0x80 && b < 0xA0) ? kHigh[b - 0x80] : b;
+        if (u < 0x80) {
+            *o++ = char(u);
+        } else if (u < 0x800) {
+            *o++ = char(0xC0 | u >> 6);
+            *o++ = char(0x80 | (u & 0x3F));
+        } else {
+            *o++ = char(0xE0 | u >> 12);
+            *o++ = char(0x80 | ((u >> 6) & 0x3F));
+            *o++ = char(0x80 | (u & 0x3F));
+        }
+    }
+    out.truncate(o - out.constData());
+}
+
 bool canEncode(QStringView text)
 {
     for (QChar c : text) {

@@ -15,6 +15,9 @@ QByteArray encode(QStringView text);
 // Text of `bytes`. Every byte maps to a character, so decoding never fails.
 QString decode(QByteArrayView bytes);
 
+// Appends the text of `bytes` as UTF-8, straight from the bytes.
+void appendUtf8(QByteArray &out, QByteArrayView bytes);
+
 // True when every character of `text` has a byte of its own in the code page.
 bool canEncode(QStringView text);
 
