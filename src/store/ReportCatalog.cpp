@@ -142,45 +142,40 @@ constexpr ReportCatalog::Field kSearched[] = {ReportCatalog::EventId, ReportCata
                                               ReportCatalog::Details};
 
 #ifdef Q_OS_UNIX
-// An entry that is no regular file: size -1, its type where the modification time would be.
-ReportCatalog::Identity otherEntry(const struct stat &st)
+// The identity of `name` in the folder `dirFd`, looked at without following a link; false when
+// nothing stands there. An entry that is no regular file has size -1 and its type where the
+// modification time would be.
+bool identityAt(int dirFd, const char *name, ReportCatalog::Identity *id)
 {
-    ReportCatalog::Identity id;
-    id.modifiedNs = st.st_mode & S_IFMT;
-    id.inode = st.st_ino;
-    return id;
-}
-#endif
-
-ReportCatalog::Identity identityOf(const QString &folder, const QString &fileName, bool *found)
-{
-    ReportCatalog::Identity id;
-    *found = false;
-#ifdef Q_OS_UNIX
     struct stat st {};
-    const QByteArray path = QFile::encodeName(folder + QLatin1Char('/') + fileName);
-    if (::stat(path.constData(), &st) != 0)
-        return id;
-    *found = true;
-    if (!S_ISREG(st.st_mode))
-        return otherEntry(st);
+    if (::fstatat(dirFd, name, &st, AT_SYMLINK_NOFOLLOW) != 0)
+        return false;
+    *id = {};
+    id->inode = st.st_ino;
+    if (!S_ISREG(st.st_mode)) {
+        id->modifiedNs = st.st_mode & S_IFMT;
+        return true;
+    }
+    id->size = st.st_size;
 #ifdef Q_OS_DARWIN
-    id.modifiedNs = qint64(st.st_mtimespec.tv_sec) * 1000000000 + st.st_mtimespec.tv_nsec;
+    id->modifiedNs = qint64(st.st_mtimespec.tv_sec) * 1000000000 + st.st_mtimespec.tv_nsec;
 #else
-    id.modifiedNs = qint64(st.st_mtim.tv_sec) * 1000000000 + st.st_mtim.tv_nsec;
+    id->modifiedNs = qint64(st.st_mtim.tv_sec) * 1000000000 + st.st_mtim.tv_nsec;
 #endif
-    id.size = st.st_size;
-    id.inode = st.st_ino;
-#else
-    const QFileInfo info(folder + QLatin1Char('/') + fileName);
-    if (!info.exists())
-        return id;
-    *found = true;
-    id.size = info.isFile() ? info.size() : -1;
-    id.modifiedNs = info.lastModified().toMSecsSinceEpoch() * 1000000;
-#endif
-    return id;
+    return true;
 }
+#else
+bool identityAt(const QString &path, ReportCatalog::Identity *id)
+{
+    const QFileInfo info(path);
+    if (!info.exists() && !info.isSymLink())
+        return false;
+    *id = {};
+    id->size = info.isFile() && !info.isSymLink() ? info.size() : -1;
+    id->modifiedNs = info.lastModified().toMSecsSinceEpoch() * 1000000;
+    return true;
+}
+#endif
 
 } // namespace
 
@@ -195,40 +190,20 @@ ReportCatalog::Listing ReportCatalog::listFolder(const QString &messageFolder)
     DIR *dir = ::opendir(QFile::encodeName(messageFolder).constData());
     if (!dir)
         return listing;
-    const int fd = ::dirfd(dir);
     while (const dirent *e = ::readdir(dir)) {
         const size_t length = std::strlen(e->d_name);
-        if (length < 4 || std::memcmp(e->d_name + length - 4, ".911", 4) != 0)
-            continue;
-        struct stat st {};
-        if (::fstatat(fd, e->d_name, &st, 0) != 0)
-            continue;
-        if (!S_ISREG(st.st_mode)) {
-            listing.files.append({QFile::decodeName(e->d_name), otherEntry(st)});
-            continue;
-        }
         Identity id;
-        id.size = st.st_size;
-        id.inode = st.st_ino;
-#ifdef Q_OS_DARWIN
-        id.modifiedNs = qint64(st.st_mtimespec.tv_sec) * 1000000000 + st.st_mtimespec.tv_nsec;
-#else
-        id.modifiedNs = qint64(st.st_mtim.tv_sec) * 1000000000 + st.st_mtim.tv_nsec;
-#endif
-        listing.files.append({QFile::decodeName(e->d_name), id});
+        if (length >= 4 && std::memcmp(e->d_name + length - 4, ".911", 4) == 0 && identityAt(::dirfd(dir), e->d_name, &id))
+            listing.files.append({QFile::decodeName(e->d_name), id});
     }
     ::closedir(dir);
 #else
     QDirIterator it(messageFolder, QDir::AllEntries | QDir::System | QDir::Hidden | QDir::NoDotAndDotDot);
     while (it.hasNext()) {
         it.next();
-        const QFileInfo info = it.fileInfo();
-        if (!info.fileName().endsWith(QLatin1String(".911")))
-            continue;
         Identity id;
-        id.size = info.isFile() ? info.size() : -1;
-        id.modifiedNs = info.lastModified().toMSecsSinceEpoch() * 1000000;
-        listing.files.append({info.fileName(), id});
+        if (it.fileName().endsWith(QLatin1String(".911")) && identityAt(it.filePath(), &id))
+            listing.files.append({it.fileName(), id});
     }
 #endif
     return listing;
@@ -239,15 +214,26 @@ ReportCatalog::Listing ReportCatalog::lookAt(const QString &messageFolder, const
     Listing listing;
     listing.whole = false;
     listing.startedMs = QDateTime::currentMSecsSinceEpoch();
+#ifdef Q_OS_UNIX
+    const int dirFd = ::open(QFile::encodeName(messageFolder).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+#endif
     for (const QString &fileName : fileNames) {
         if (!fileName.endsWith(QLatin1String(".911")) || fileName.contains(QLatin1Char('/')))
             continue;
         listing.lookedFor.append(fileName);
-        bool found = false;
-        const Identity id = identityOf(messageFolder, fileName, &found);
+        Identity id;
+#ifdef Q_OS_UNIX
+        const bool found = dirFd >= 0 && identityAt(dirFd, QFile::encodeName(fileName).constData(), &id);
+#else
+        const bool found = identityAt(messageFolder + QLatin1Char('/') + fileName, &id);
+#endif
         if (found)
             listing.files.append({fileName, id});
     }
+#ifdef Q_OS_UNIX
+    if (dirFd >= 0)
+        ::close(dirFd);
+#endif
     return listing;
 }
 
@@ -410,7 +396,7 @@ void ReportCatalog::read(int slot, const Identity &identity, qint64 lookedAtMs, 
     } else {
         ScopedNotifier quiet(&collect);
         bool ok = false;
-        fill(card, fields.read(card.name, &ok));
+        fill(card, fields.read(card.name, &ok, identity.inode));
     }
     // The identity was taken before the file was read, so a change after it shows at the next look.
     card.identity = identity;

@@ -39,8 +39,9 @@ public:
         friend bool operator==(const Identity &, const Identity &) = default;
     };
 
-    // Report files as one look at the message folder found them: every regular file whose name
-    // ends in ".911" (a link is followed, as the file list follows it), or only the named ones.
+    // Report files as one look at the message folder found them: every entry whose name ends in
+    // ".911", or only the named ones. A link is not followed: like a pipe or a folder, it is
+    // listed as what it is, never to be opened (its identity's size is -1).
     struct Listing {
         struct File {
             QString fileName;

@@ -8,9 +8,9 @@ ReportFieldsReader::ReportFieldsReader(ZelvatMsg &loader)
 {
 }
 
-const ZelvatMsg::Fields &ReportFieldsReader::read(const QString &name, bool *ok)
+const ZelvatMsg::Fields &ReportFieldsReader::read(const QString &name, bool *ok, std::optional<quint64> listedInode)
 {
-    *ok = ZelvatMsg::readFields(m_folder, name, &m_bytes, &m_fields);
+    *ok = ZelvatMsg::readFields(m_folder, name, &m_bytes, &m_fields, listedInode);
     if (*ok)
         return m_fields;
     *ok = m_loader.Load(name);

@@ -16,7 +16,8 @@ public:
 
     // The fields of report `name`, valid until the next read. `ok` is false when the loader could
     // not read it either; the fields then hold what the loader kept (see ZelvatMsg::lastError).
-    const ZelvatMsg::Fields &read(const QString &name, bool *ok);
+    // With `listedInode` a listing of the folder has just found the file regular, of that inode.
+    const ZelvatMsg::Fields &read(const QString &name, bool *ok, std::optional<quint64> listedInode = std::nullopt);
 
 private:
     ZelvatMsg &m_loader;

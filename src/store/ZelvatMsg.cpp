@@ -332,14 +332,18 @@ bool ZelvatMsg::scan(QByteArrayView data, Fields *fields, RunError *error, int *
     return true;
 }
 
-bool ZelvatMsg::readFields(const SafeFile::Folder &folder, const QString &name, QByteArray *buffer, Fields *fields)
+bool ZelvatMsg::readFields(const SafeFile::Folder &folder, const QString &name, QByteArray *buffer, Fields *fields,
+                           std::optional<quint64> listedInode)
 {
     RunError error;
     int step = 0;
     *fields = Fields();
-    return !name.isEmpty() && name.front() != QLatin1Char(' ') && name.back() != QLatin1Char(' ')
-        && nameProblem(name).isEmpty() && folder.readAll(name + QStringLiteral(".911"), kMaxFileBytes, buffer, &error)
-        && scan(*buffer, fields, &error, &step);
+    if (name.isEmpty() || name.front() == QLatin1Char(' ') || name.back() == QLatin1Char(' ') || !nameProblem(name).isEmpty())
+        return false;
+    const QString fileName = name + QStringLiteral(".911");
+    const bool read = listedInode ? folder.readListed(fileName, *listedInode, kMaxFileBytes, buffer, &error)
+                                  : folder.readAll(fileName, kMaxFileBytes, buffer, &error);
+    return read && scan(*buffer, fields, &error, &step);
 }
 
 bool ZelvatMsg::parse(QByteArrayView data, const QString &path)

@@ -5,6 +5,7 @@
 #include <QString>
 #include <QStringList>
 #include <array>
+#include <optional>
 
 namespace SafeFile {
 class Folder;
@@ -95,7 +96,9 @@ public:
     // Reads the report `name` from `folder` (the message folder) into `buffer` and scans it,
     // without a word to anyone: false when that cannot be done (no such file, a name Load would
     // refuse or trim, bytes it would refuse). The caller then loads it with Load, which says why.
-    static bool readFields(const SafeFile::Folder &folder, const QString &name, QByteArray *buffer, Fields *fields);
+    // With `listedInode` the folder's listing has just found the file regular, of that inode.
+    static bool readFields(const SafeFile::Folder &folder, const QString &name, QByteArray *buffer, Fields *fields,
+                           std::optional<quint64> listedInode = std::nullopt);
 
     // Why Fadd would refuse the record as it stands, naming the field in `key`; empty when it
     // can be saved.

@@ -147,12 +147,13 @@ Kind lookAt(int dirFd, const QByteArray &name, struct stat *st, int *err)
 // not a regular file is refused before it is opened (a device may act on an open); the open
 // neither follows a link nor waits for a FIFO's other end, and what was opened is checked again,
 // so a swap between the look and the open is caught.
+// With `looked` the caller has just looked at it (a folder listing) and the look is not repeated.
 template <typename What>
 bool openRegular(int dirFd, const QByteArray &name, const QString &path, int flags, Descriptor *file, struct stat *st,
-                 What &&what, RunError *error)
+                 What &&what, RunError *error, bool looked = false)
 {
     int err = 0;
-    Kind kind = lookAt(dirFd, name, st, &err);
+    Kind kind = looked ? Kind::Regular : lookAt(dirFd, name, st, &err);
     if (err)
         return fail(error, fromErrno(err, what()));
     if (!acceptable(kind, flags & O_CREAT, path, error))
@@ -167,15 +168,20 @@ bool openRegular(int dirFd, const QByteArray &name, const QString &path, int fla
 }
 
 // readAll of `name` within the folder `dirFd`, read straight into `bytes` (the size the file had
-// when opened, and more should it have grown since).
-bool readIn(int dirFd, const QByteArray &name, const QString &path, qint64 maxBytes, QByteArray *bytes, RunError *error)
+// when opened, and more should it have grown since). With `listed` a listing found it a regular
+// file of that inode: no look before the open, and another file opened is refused.
+bool readIn(int dirFd, const QByteArray &name, const QString &path, qint64 maxBytes, QByteArray *bytes, RunError *error,
+            const quint64 *listed = nullptr)
 {
     bytes->truncate(0);
     const auto what = [&path] { return QStringLiteral("could not read ") + native(path); };
     Descriptor file;
     struct stat st {};
-    if (!openRegular(dirFd, name, path, O_RDONLY, &file, &st, what, error))
+    if (!openRegular(dirFd, name, path, O_RDONLY, &file, &st, what, error, listed != nullptr))
         return false;
+    if (listed && quint64(st.st_ino) != *listed)
+        return fail(error, RunError::make(RunError::PathFileAccessError,
+                                          native(path) + QStringLiteral(" was replaced while the folder was read")));
     if (st.st_size > maxBytes)
         return fail(error, tooLarge(path, maxBytes));
     // One byte more than the file holds, so that a file that grew is seen to have grown.
@@ -245,6 +251,13 @@ bool Folder::readAll(const QString &fileName, qint64 maxBytes, QByteArray *bytes
     if (m_fd < 0 || fileName.contains(QLatin1Char('/')))
         return SafeFile::readAll(path, maxBytes, bytes, error);
     return readIn(m_fd, QFile::encodeName(fileName), path, maxBytes, bytes, error);
+}
+
+bool Folder::readListed(const QString &fileName, quint64 inode, qint64 maxBytes, QByteArray *bytes, RunError *error) const
+{
+    if (m_fd < 0 || fileName.contains(QLatin1Char('/')))
+        return readAll(fileName, maxBytes, bytes, error);
+    return readIn(m_fd, QFile::encodeName(fileName), m_path + QLatin1Char('/') + fileName, maxBytes, bytes, error, &inode);
 }
 
 bool writeAtomically(const QString &path, const QByteArray &bytes, RunError *error, Flush flush)
@@ -395,6 +408,11 @@ Folder::~Folder() = default;
 bool Folder::readAll(const QString &fileName, qint64 maxBytes, QByteArray *bytes, RunError *error) const
 {
     return SafeFile::readAll(m_path + QLatin1Char('/') + fileName, maxBytes, bytes, error);
+}
+
+bool Folder::readListed(const QString &fileName, quint64, qint64 maxBytes, QByteArray *bytes, RunError *error) const
+{
+    return readAll(fileName, maxBytes, bytes, error);
 }
 
 bool writeAtomically(const QString &path, const QByteArray &bytes, RunError *error, Flush)

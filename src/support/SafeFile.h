@@ -31,6 +31,10 @@ public:
     Folder(const Folder &) = delete;
     Folder &operator=(const Folder &) = delete;
     bool readAll(const QString &fileName, qint64 maxBytes, QByteArray *bytes, RunError *error) const;
+    // readAll of a file a listing of the folder has just found to be a regular file (no link)
+    // with the inode `inode`: that look stands for readAll's own, and the file is refused, as
+    // readAll refuses, when what was opened is not that file.
+    bool readListed(const QString &fileName, quint64 inode, qint64 maxBytes, QByteArray *bytes, RunError *error) const;
 
 private:
     QString m_path;
