@@ -102,7 +102,7 @@ private slots:
             QByteArray bytes = readFile(file);
             const qint64 was = modifiedNs(file);
             int changed = 1;
-            switch (random.bounded(7)) {
+            switch (random.bounded(8)) {
             case 0: // a new report
                 names << SampleReport::save(home.path(), {QStringLiteral("CTY=Town%1").arg(next)}, next);
                 age(home.reportPath(names.last()), next++);
@@ -134,6 +134,10 @@ private slots:
                 writeFile(file, "AST=2\r\nCTY=Broken\r\nCON=what\r\n");
                 age(file, step + 2000);
                 break;
+            case 6: // written by another program, with blanks around a value
+                writeFile(file, bytes.replace("\r\nCTY=", "\r\nCTY=  ").replace("\r\nAD2=", "  \r\nAD2="));
+                age(file, step + 3000);
+                break;
             default: // nothing
                 changed = 0;
             }
@@ -159,6 +163,21 @@ private slots:
         setModifiedNs(file, was);
         catalog.refresh();
         QCOMPARE(catalog.field(catalog.slotOf(name + ".911"), ReportCatalog::City), QString("Behind"));
+    }
+
+    void aLinkIsListedAsWhatItIs()
+    {
+        // A link named like a report is never followed, even to a good report: it is listed as
+        // what it is, in every folder.
+        ProgramHome home;
+        const QString outside = home.path() + "/outside.911";
+        writeFile(outside, SampleReport::make(home.path(), 1).fileContent("1.0.0/26320:140500"));
+        QCOMPARE(::symlink(QFile::encodeName(outside).constData(), QFile::encodeName(home.reportPath("L")).constData()), 0);
+        ReportCatalog catalog(home.path());
+        catalog.refresh();
+        const ReportList::Row row = catalog.row(catalog.slotOf("L.911"));
+        QCOMPARE(row.cells[ReportList::State] + "|" + row.cells[ReportList::Issue], QString("Not a report|a symbolic link, not a report file"));
+        QVERIFY(catalog.unreadable().isEmpty());
     }
 
     void indexIsCheckedAgainstTheFiles_data()
