@@ -101,11 +101,12 @@ public:
     {
     }
 
-    // The fields of report `name`, or null when it cannot be read (named in `unreadable`).
-    const ZelvatMsg::Fields *read(const QString &name, QStringList *unreadable)
+    // The fields of report `name`, or null when it cannot be read (named in `unreadable`). With
+    // `inode` the folder's listing found it a regular file of that inode.
+    const ZelvatMsg::Fields *read(const QString &name, QStringList *unreadable, quint64 inode = 0)
     {
         bool ok = false;
-        const ZelvatMsg::Fields &fields = m_fields.read(name, &ok);
+        const ZelvatMsg::Fields &fields = m_fields.read(name, &ok, inode ? std::optional(inode) : std::nullopt);
         if (!ok)
             *unreadable << ReportList::whyUnreadable(m_reader, name);
         return ok ? &fields : nullptr;
@@ -168,10 +169,10 @@ Export fromFolder(ZelvatMsg &reader, int folder)
     };
     std::vector<Placed> placed;
     QByteArray rows;
-    const QStringList names = reader.fileNames();
-    placed.reserve(size_t(names.size()));
-    for (const QString &name : names) {
-        const ZelvatMsg::Fields *fields = reading.read(name, &e.unreadable);
+    const QList<ZelvatMsg::Listed> files = reader.listFiles();
+    placed.reserve(size_t(files.size()));
+    for (const auto &[name, inode] : files) {
+        const ZelvatMsg::Fields *fields = reading.read(name, &e.unreadable, inode);
         if (!fields || (folder != Zelvat::StateAll && fields->number[int(Key::AST)] != folder))
             continue;
         const qsizetype at = rows.size();

@@ -538,13 +538,13 @@ bool ZelvatMsg::Fdelete(const QString &name, qint16 state)
     return writeFile(path);
 }
 
-QStringList ZelvatMsg::fileNames() const
+QList<ZelvatMsg::Listed> ZelvatMsg::listFiles() const
 {
-    QStringList names;
+    QList<Listed> files;
     // Every entry named like a report, whatever it is: what is no report file is listed too, so
-    // that the operator sees it; the loader refuses it.
-    // The name is the file's with every ".911" in it taken out.
-    const auto take = [&](QString name, const QString &path) {
+    // that the operator sees it; the loader refuses it. The name is the file's with every ".911"
+    // in it taken out.
+    const auto take = [&](QString name, quint64 inode, const auto &path) {
         name.remove(QStringLiteral(".911"));
         if (StringLib::trimBlanks(name).isEmpty()) {
             EventLog::current().error(QStringLiteral("Tn911:BuildFileList, detected, excluded an extent-only '.911' file"));
@@ -552,20 +552,22 @@ QStringList ZelvatMsg::fileNames() const
         }
         if (name.contains(QLatin1Char('\r')) || name.contains(QLatin1Char('\n'))) {
             EventLog::current().error(QStringLiteral("Tn911:BuildFileList, excluded a file whose name holds a line break: ")
-                                      + path);
+                                      + path());
             return;
         }
-        names.append(name);
+        files.append({name, inode});
     };
 #ifdef Q_OS_UNIX
-    // The folder read as it stands, nothing looked at but the names: a list of thousands.
+    // The folder read as it stands, nothing looked at but the entries: a list of thousands.
     DIR *dir = ::opendir(QFile::encodeName(m_folder).constData());
     if (!dir)
-        return names;
+        return files;
     while (const dirent *e = ::readdir(dir)) {
         const size_t length = std::strlen(e->d_name);
-        if (length >= 4 && std::memcmp(e->d_name + length - 4, ".911", 4) == 0)
-            take(QFile::decodeName(e->d_name), m_folder + QLatin1Char('/') + QFile::decodeName(e->d_name));
+        if (length < 4 || std::memcmp(e->d_name + length - 4, ".911", 4) != 0)
+            continue;
+        const QString fileName = QFile::decodeName(e->d_name);
+        take(fileName, e->d_type == DT_REG ? quint64(e->d_ino) : 0, [&] { return m_folder + QLatin1Char('/') + fileName; });
     }
     ::closedir(dir);
 #else
@@ -573,9 +575,17 @@ QStringList ZelvatMsg::fileNames() const
     while (it.hasNext()) {
         it.next();
         if (it.fileName().endsWith(QLatin1String(".911")))
-            take(it.fileName(), it.filePath());
+            take(it.fileName(), 0, [&] { return it.filePath(); });
     }
 #endif
+    return files;
+}
+
+QStringList ZelvatMsg::fileNames() const
+{
+    QStringList names;
+    for (const Listed &file : listFiles())
+        names.append(file.name);
     return names;
 }
 

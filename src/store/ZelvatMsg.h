@@ -66,6 +66,13 @@ public:
     QString BuildFileList() const;
     // The same names as a list, for walking a large folder.
     QStringList fileNames() const;
+    // The same, each with the inode of the regular file (no link) the listing found, or 0 when
+    // it cannot tell: for SafeFile::Folder::readListed.
+    struct Listed {
+        QString name;
+        quint64 inode = 0;
+    };
+    QList<Listed> listFiles() const;
 
     // True when the file list holds `name` (blanks trimmed) exactly.
     bool Exists(const QString &name) const;
