@@ -454,6 +454,13 @@ void frmZelvatmain::BuildNewMsgList()
 // the whole folder where it cannot tell.
 void frmZelvatmain::refreshCatalog()
 {
+    // The rows the index held are shown at once; the first look at the folder, which confirms
+    // them, is taken when it is ready. Without an index every file is read, and it is waited for.
+    if (m_firstLook.valid() && m_catalog->liveCount() > 0
+        && m_firstLook.wait_for(std::chrono::seconds(0)) != std::future_status::ready) {
+        awaitFirstLook();
+        return;
+    }
     bool everything = true;
     const QStringList changed = m_watch ? m_watch->takeChanges(&everything) : QStringList();
     if (m_firstLook.valid()) {
@@ -467,6 +474,25 @@ void frmZelvatmain::refreshCatalog()
         m_catalog->refresh();
     else if (!changed.isEmpty())
         m_catalog->refresh(changed);
+}
+
+// Looks again shortly whether the first look at the folder is ready; when it is, the list takes
+// what it found (files changed, added or gone while the program was not running).
+void frmZelvatmain::awaitFirstLook()
+{
+    if (m_awaitingFirstLook)
+        return;
+    m_awaitingFirstLook = true;
+    QTimer::singleShot(20, this, [this] {
+        m_awaitingFirstLook = false;
+        if (!m_firstLook.valid())
+            return;
+        refreshCatalog();
+        if (m_firstLook.valid())
+            return; // not ready yet: looked at again
+        syncList();
+        tellUnreadable(m_catalog->unreadable());
+    });
 }
 
 // The list follows the catalog; the report at the top of the view stays there, and when every

@@ -145,6 +145,7 @@ private:
     void tellUnreadable(const QList<Notice> &notices);
     void updateSelectionCommands();
     void refreshCatalog();
+    void awaitFirstLook();
     void syncList();
     void showItemCount();
     void startWatching();
@@ -154,6 +155,7 @@ private:
     std::unique_ptr<ZelvatMsg> m_reader;
     std::unique_ptr<ReportCatalog> m_catalog; // every report's row, kept between refills
     std::future<ReportCatalog::Listing> m_firstLook; // the folder as start-up found it
+    bool m_awaitingFirstLook = false;
     ReportFolderWatch *m_watch = nullptr;
     ReportListModel *m_model = nullptr;
     ReportListSorter *m_sorted = nullptr;
