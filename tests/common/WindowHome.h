@@ -3,9 +3,11 @@
 #include "common/Loopback.h"
 #include "common/ProgramHome.h"
 
+#include <QSettings>
 #include <QStringList>
 #include <memory>
 
+class QWidget;
 class frmZelvatcts;
 class frmZelvatmain;
 
@@ -35,3 +37,13 @@ public:
 private:
     std::unique_ptr<LoopbackServer> m_server;
 };
+
+// What the window suites look at: the cells of a list column in the order shown; the text of a
+// one-line or a multi-line box; the per-user settings store; twips in a widget's pixels.
+QStringList listColumn(const frmZelvatmain &w, int column);
+void selectListRows(frmZelvatmain &w, const QList<int> &rows); // added to the selection
+QString boxText(const QWidget *box);
+QSettings userSettings();
+int twipsToPx(const QWidget &w, double twips);
+// The operator leaves a box (its lost-focus rules run).
+void leaveBox(QWidget *box);
