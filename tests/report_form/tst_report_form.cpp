@@ -121,7 +121,6 @@ private slots:
         QTest::newRow("new, Ctrl+S: a Draft") << 0 << "Ctrl+S" << false << 6 << QByteArray("\r\nDTL=first\\nsecond\\nthird\r\n");
         QTest::newRow("new, Delete: kept, marked Deleted") << 0 << "Delete" << false << 8 << QByteArray("\r\nISS=Fall\r\n");
         QTest::newRow("new, Escape: nothing saved") << 0 << "Escape" << false << -1 << QByteArray();
-        QTest::newRow("draft, Save: saved again") << 6 << "Save" << false << 6 << QByteArray("\r\nATM=1405\r\n");
         QTest::newRow("submitted, Update: reopened as new, marked")
             << 9 << "Save" << true << 1 << QByteArray("\r\nDTL=UPDATE for R9/261115, 0930\\nfirst\\nsecond\\nthird\r\n");
     }
