@@ -9,16 +9,8 @@
 #include "support/CommonConst.h"
 
 #include <QAbstractItemModelTester>
-#include <QAction>
 #include <QHeaderView>
-#include <QLabel>
-#include <QLineEdit>
-#include <QPushButton>
 #include <QSettings>
-#include <QSortFilterProxyModel>
-#include <QStatusBar>
-#include <QTest>
-#include <QTreeView>
 
 // The per-user settings store's group "Settings".
 static std::unique_ptr<QSettings> store()

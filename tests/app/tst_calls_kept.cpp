@@ -15,15 +15,9 @@
 #include "support/DatetimeLib.h"
 
 #include <QAccessible>
-#include <QCheckBox>
 #include <QDir>
-#include <QLabel>
-#include <QLineEdit>
 #include <QProgressDialog>
-#include <QPushButton>
 #include <QSpinBox>
-#include <QTabWidget>
-#include <QTest>
 #include <QtTest/qtestspontaneevent.h>
 
 using Answer = frmZelvatmain::RecoveryAnswer;

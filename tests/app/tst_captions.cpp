@@ -12,15 +12,10 @@
 #include "link/ServerSession.h"
 #include "report_form/frmZelvatcts.h"
 
-#include <QCheckBox>
 #include <QGroupBox>
 #include <QImage>
-#include <QLabel>
-#include <QPushButton>
 #include <QRadioButton>
 #include <QStyle>
-#include <QTabWidget>
-#include <QTest>
 #include <QTextDocument>
 
 namespace {

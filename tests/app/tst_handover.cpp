@@ -13,19 +13,10 @@
 #include "store/ReportCsv.h"
 #include "ui/SheetPrinting.h"
 
-#include <QAction>
-#include <QApplication>
-#include <QCheckBox>
 #include <QClipboard>
 #include <QKeyEvent>
-#include <QLineEdit>
-#include <QMenuBar>
-#include <QPlainTextEdit>
 #include <QPrinter>
-#include <QPushButton>
 #include <QRegularExpression>
-#include <QTest>
-#include <QTreeView>
 
 class TestHandOver : public QObject {
     Q_OBJECT

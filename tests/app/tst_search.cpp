@@ -11,13 +11,6 @@
 #include "common/WindowHome.h"
 #include "store/ReportFolderWatch.h"
 
-#include <QAction>
-#include <QLineEdit>
-#include <QMenuBar>
-#include <QPushButton>
-#include <QSortFilterProxyModel>
-#include <QTest>
-#include <QTreeView>
 #include <fcntl.h>
 #include <sys/stat.h>
 

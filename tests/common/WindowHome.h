@@ -3,11 +3,24 @@
 #include "common/Loopback.h"
 #include "common/ProgramHome.h"
 
+// The widget headers the window suites reach into come with the fixture.
+#include <QAction>
+#include <QApplication>
+#include <QCheckBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenuBar>
+#include <QPlainTextEdit>
+#include <QPushButton>
 #include <QSettings>
+#include <QSortFilterProxyModel>
+#include <QStatusBar>
 #include <QStringList>
+#include <QTabWidget>
+#include <QTest>
+#include <QTreeView>
 #include <memory>
 
-class QWidget;
 class frmZelvatcts;
 class frmZelvatmain;
 

@@ -10,11 +10,6 @@
 #include "support/CommonConst.h"
 
 #include <QComboBox>
-#include <QLabel>
-#include <QLineEdit>
-#include <QPushButton>
-#include <QTabWidget>
-#include <QTest>
 #include <QTimer>
 
 // A box highlighted as missing or wrong, pale yellow.

@@ -9,11 +9,6 @@
 #include "report_form/RepeatCallerStrip.h"
 #include "report_form/frmZelvatcts.h"
 
-#include <QApplication>
-#include <QPlainTextEdit>
-#include <QStatusBar>
-#include <QTabWidget>
-#include <QTest>
 #include <QTextDocumentFragment>
 
 class TestRepeatCaller : public QObject {

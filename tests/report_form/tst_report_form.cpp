@@ -10,16 +10,8 @@
 #include "report_form/FormLayout.h"
 #include "report_form/frmZelvatcts.h"
 
-#include <QApplication>
-#include <QCheckBox>
 #include <QGroupBox>
-#include <QLabel>
-#include <QLineEdit>
-#include <QPlainTextEdit>
-#include <QPushButton>
 #include <QRadioButton>
-#include <QTabWidget>
-#include <QTest>
 
 static const QColor kRequired(0xFF, 0xC0, 0xC0); // 0xC0C0FF, red in the low byte
 static const QColor kMissing(0xFF, 0xFF, 0x80);  // 0x80FFFF
