@@ -9,16 +9,8 @@
 #include "support/CommonConst.h"
 
 #include <QAbstractItemModelTester>
-#include <QAction>
 #include <QHeaderView>
-#include <QLabel>
-#include <QLineEdit>
-#include <QPushButton>
 #include <QSettings>
-#include <QSortFilterProxyModel>
-#include <QStatusBar>
-#include <QTest>
-#include <QTreeView>
 
 // The per-user settings store's group "Settings".
 static std::unique_ptr<QSettings> store()
@@ -26,20 +18,6 @@ static std::unique_ptr<QSettings> store()
     auto s = std::make_unique<QSettings>(QSettings::NativeFormat, QSettings::UserScope, Zelvat::Title);
     s->beginGroup("Settings");
     return s;
-}
-
-static int px(const QWidget &w, double twips)
-{
-    return qRound(twips * w.logicalDpiX() / 1440.0);
-}
-
-// The cells of one column in the order the list shows them.
-static QStringList column(const frmZelvatmain &w, int c)
-{
-    QStringList cells;
-    for (int r = 0; r < w.listRows()->rowCount(); ++r)
-        cells << w.listRows()->index(r, c).data().toString();
-    return cells;
 }
 
 static void report(WindowHome &home, const QString &name, int ast, const QString &city, const QString &adt = "260307",
@@ -61,8 +39,8 @@ private slots:
         WindowHome home;
         {
             auto w = home.startMainWindow();
-            QCOMPARE(w->pos(), QPoint(px(*w, 105), px(*w, 105)));
-            QCOMPARE(w->size(), QSize(px(*w, 11235), px(*w, 7200)));
+            QCOMPARE(w->pos(), QPoint(twipsToPx(*w, 105), twipsToPx(*w, 105)));
+            QCOMPARE(w->size(), QSize(twipsToPx(*w, 11235), twipsToPx(*w, 7200)));
             QCOMPARE(w->columnWidths(), DefaultWidths);
             QCOMPARE(home.stationDialogs, 1);
             QCOMPARE(w->windowTitle(), "Zelvat Call Taking System v" + Zelvat::versionText());
@@ -91,23 +69,22 @@ private slots:
         Capture capture;
         {
             const auto s = store();
-            // Widths read back rounded half to even; values edited from outside give the defaults,
-            // and the operator hears of them.
-            for (const char *kv : {"MainLeft=300", "MainWidth=9000", "lvCW2=1500.5", "lvCW3=1501.5", "lvCW4=abc", "MainTop=1e99"})
+            // Widths read back rounded (the rounding itself is the support suite's); values edited
+            // from outside give the defaults, and the operator hears of them.
+            for (const char *kv : {"MainLeft=300", "MainWidth=9000", "lvCW3=1501.5", "lvCW4=abc", "MainTop=1e99"})
                 s->setValue(QString(kv).section('=', 0, 0), QString(kv).section('=', 1));
         }
         auto w = home.startMainWindow();
-        QCOMPARE(w->columnWidths()[1], 1500);
         QCOMPARE(w->columnWidths()[2], 1502);
         QCOMPARE(w->columnWidths()[3], 1000);
-        QCOMPARE(w->pos().y(), px(*w, 105));
+        QCOMPARE(w->pos().y(), twipsToPx(*w, 105));
         QCOMPARE(capture.notices.size(), 1);
         const QString text = capture.notices[0].text;
         QVERIFY2(text.contains(store()->fileName()) && text.contains("lvCW4=\"abc\"") && text.contains("MainTop=\"1e99\"")
-                     && !text.contains("lvCW2"),
+                     && !text.contains("lvCW3"),
                  qPrintable(text));
         // Closed while maximised, the window keeps its normal placement; a resized column its width.
-        w->LV->header()->resizeSection(5, px(*w, 1500));
+        w->LV->header()->resizeSection(5, twipsToPx(*w, 1500));
         w->setWindowState(Qt::WindowMaximized);
         w->close();
         const auto s = store();
@@ -123,12 +100,12 @@ private slots:
             report(home, name, ast, name);
         auto w = home.startMainWindow();
         QAbstractItemModelTester tester(w->listRows(), QAbstractItemModelTester::FailureReportingMode::QtTest);
-        QCOMPARE(column(*w, 0), QStringList{"R1"});
+        QCOMPARE(listColumn(*w, 0), QStringList{"R1"});
         const std::pair<int, QStringList> expected[] = {
             {6, {"D1"}}, {8, {"X1"}}, {9, {"S1"}}, {0, {"D1", "N1", "R1", "S1", "X1"}}, {2, {"R1"}}};
         for (const auto &[folder, names] : expected) {
             QTest::mouseClick(w->cmdFolder[folder], Qt::LeftButton);
-            QCOMPARE(column(*w, 0), names);
+            QCOMPARE(listColumn(*w, 0), names);
             QCOMPARE(w->lblCurrentFolder->text(), "  " + Zelvat::folderCaption(folder));
             QCOMPARE(w->statusText(), "Items: " + QString::number(names.size()));
         }
@@ -167,7 +144,7 @@ private slots:
             else
                 QTest::mouseClick(header->viewport(), Qt::LeftButton, {}, QPoint(header->sectionViewportPosition(c) + 5, 5));
         }
-        QCOMPARE(column(*w, shown), order);
+        QCOMPARE(listColumn(*w, shown), order);
     }
 
     void deletes()
@@ -177,22 +154,18 @@ private slots:
         report(home, "R2", 6, "B");
         report(home, "X1", 8, "C");
         auto w = home.startMainWindow();
-        const auto select = [&](int row) {
-            w->LV->selectionModel()->select(w->listRows()->index(row, 0), QItemSelectionModel::Select | QItemSelectionModel::Rows);
-        };
         // In All, by the button: both marked Deleted, their rows go; the count changes on the next refill.
         QTest::mouseClick(w->cmdFolder[0], Qt::LeftButton);
-        select(0);
-        select(1);
+        selectListRows(*w, {0, 1});
         QTest::mouseClick(w->cmdDelete, Qt::LeftButton);
-        QCOMPARE(column(*w, 0), QStringList{"X1"});
+        QCOMPARE(listColumn(*w, 0), QStringList{"X1"});
         QCOMPARE(w->statusText(), QString("Items: 3"));
         QVERIFY(home.readReport("R1").contains("AST=8") && home.readReport("R2").contains("AST=8"));
         // In Deleted, by the Edit menu: the file goes.
         QTest::mouseClick(w->cmdFolder[8], Qt::LeftButton);
-        select(2);
+        selectListRows(*w, {2});
         w->findChild<QAction *>("mnuDelete")->trigger();
-        QCOMPARE(column(*w, 0), (QStringList{"R1", "R2"}));
+        QCOMPARE(listColumn(*w, 0), (QStringList{"R1", "R2"}));
         QVERIFY(!QFile::exists(home.reportPath("X1")) && QFile::exists(home.reportPath("R1")));
     }
 
@@ -204,7 +177,7 @@ private slots:
         auto w = home.startMainWindow();
         w->LV->selectAll();
         QTest::keyClick(w->LV, Qt::Key_Delete);
-        QCOMPARE(column(*w, 0), QStringList{"BAD"}); // its file did not change: its row stays
+        QCOMPARE(listColumn(*w, 0), QStringList{"BAD"}); // its file did not change: its row stays
         QCOMPARE(home.readReport("BAD"), QByteArray("EID=BAD\r\nAST=2\r\nCON=maybe\r\n"));
         QCOMPARE(capture.notices.size(), 2); // at the start, and why it was not deleted
     }
@@ -276,8 +249,8 @@ private slots:
         w->resize(w->width() + 150, w->height() + 90);
         QCOMPARE(w->LV->width(), listWidth + 150);
         QCOMPARE(w->cmdBigger->x(), bigger + 150);
-        QCOMPARE(w->cmdSmaller->x(), w->cmdBigger->x() - px(*w, 375));
-        QCOMPARE(w->txtArea->y() + w->txtArea->height() + px(*w, 400) - w->statusBar()->height(), w->centralWidget()->height());
+        QCOMPARE(w->cmdSmaller->x(), w->cmdBigger->x() - twipsToPx(*w, 375));
+        QCOMPARE(w->txtArea->y() + w->txtArea->height() + twipsToPx(*w, 400) - w->statusBar()->height(), w->centralWidget()->height());
     }
 };
 

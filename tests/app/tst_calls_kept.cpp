@@ -15,15 +15,9 @@
 #include "support/DatetimeLib.h"
 
 #include <QAccessible>
-#include <QCheckBox>
 #include <QDir>
-#include <QLabel>
-#include <QLineEdit>
 #include <QProgressDialog>
-#include <QPushButton>
 #include <QSpinBox>
-#include <QTabWidget>
-#include <QTest>
 #include <QtTest/qtestspontaneevent.h>
 
 using Answer = frmZelvatmain::RecoveryAnswer;
@@ -318,12 +312,6 @@ private slots:
         QVERIFY(a->childCount() > 5); // its controls are still reached through it
     }
 };
-
-// --- the form lets its input go ----------------------------------------------------------------
-
-// --- the offer at start-up -------------------------------------------------------------------
-
-// --- the outbox ------------------------------------------------------------------------------
 
 QTEST_MAIN(TestCallsKept)
 #include "tst_calls_kept.moc"

@@ -11,25 +11,12 @@
 #include "report_form/frmZelvatcts.h"
 #include "sheet/PageSetup.h"
 #include "store/ReportCsv.h"
-#include "support/CommonConst.h"
 #include "ui/SheetPrinting.h"
 
-#include <QAction>
-#include <QApplication>
-#include <QCheckBox>
 #include <QClipboard>
 #include <QKeyEvent>
-#include <QLineEdit>
-#include <QMenuBar>
-#include <QPlainTextEdit>
 #include <QPrinter>
-#include <QPushButton>
 #include <QRegularExpression>
-#include <QSettings>
-#include <QSortFilterProxyModel>
-#include <QStandardPaths>
-#include <QTest>
-#include <QTreeView>
 
 class TestHandOver : public QObject {
     Q_OBJECT
@@ -37,8 +24,6 @@ class TestHandOver : public QObject {
 private slots:
     void init()
     {
-        QStandardPaths::setTestModeEnabled(true);
-        settings().clear();
         m_printedTo.clear();
         QGuiApplication::clipboard()->clear();
         SheetPrinting::choosePrinter = [this](QPrinter &printer, QWidget *) {
@@ -107,7 +92,7 @@ private slots:
         QVERIFY(pages[1].contains("Message as it would be sent") && !pages[1].contains("Pat Smith"));
     }
 
-    void menuEntriesKeepTheirPlaces()
+    void menuEntriesAndCopy()
     {
         WindowHome home;
         auto w = start(home, {});
@@ -118,21 +103,16 @@ private slots:
         entries = entries.filter(QRegularExpression("^(Export|Import|Print|Exit|Cut|Copy|Paste|Delete)"));
         QCOMPARE(entries, (QStringList{"Export", "Import", "Print Setup...", "Print... (grey)", "Exit", "Cut (grey)",
                                        "Copy (grey)", "Paste (grey)", "Delete"}));
-        w->LV->selectAll();
+        selectListRows(*w, {2, 0});
         QVERIFY(w->mnuCopy->isEnabled() && w->mnuPrint->isEnabled());
-        w->cmdFolder_Click(8); // a refill forgets the selection
-        QVERIFY(!w->mnuCopy->isEnabled() && !w->mnuPrint->isEnabled());
-    }
-
-    void copyPutsTheSelectedRowsOnTheClipboard()
-    {
-        WindowHome home;
-        auto w = start(home, {2, 0}); // the list's order, not the order of selecting
+        // Copy gives the selected rows in the list's order, not the order of selecting.
         QTest::keySequence(w->LV, QKeySequence::Copy);
         QCOMPARE(QGuiApplication::clipboard()->text(),
                  QString("State\tEvent ID\tType\tIssue\tLocation\tCity\tDate/Time\n"
                          "Ready\tABC26320.000003\tMED+LAW\tFall down Fairview\t103 Oak Street\tFairview\t11/16/26 14:32\n"
                          "Ready\tABC26320.000001\tFIRE\tFall down Springfield\t101 Oak Street\tSpringfield\t11/16/26 14:32\n"));
+        w->cmdFolder_Click(8); // a refill forgets the selection
+        QVERIFY(!w->mnuCopy->isEnabled() && !w->mnuPrint->isEnabled());
     }
 
     void exportWritesTheChosenType_data()
@@ -206,13 +186,13 @@ private slots:
         w->mnuPrint_Click(); // cancelled in the dialog: nothing printed, nothing said
         // Nonsense in the page setup gives the standard one; the one kept by the dialog is the print's.
         for (const char *kv : {"Paper=Napkin", "MarginLeft=100", "MarginTop=5", "MarginRight=5", "MarginBottom=5"})
-            settings().setValue("PageSetup/" + QString(kv).section('=', 0, 0), QString(kv).section('=', 1));
+            userSettings().setValue("PageSetup/" + QString(kv).section('=', 0, 0), QString(kv).section('=', 1));
         QVERIFY(PageSetup::load().isEquivalentTo(PageSetup::fallback()));
         const QPageLayout letter(QPageSize(QPageSize::Letter), QPageLayout::Portrait, QMarginsF(12, 12, 12, 12), QPageLayout::Millimeter);
         SheetPrinting::askPageSetup = [&](QPrinter &printer, QWidget *) { return printer.setPageLayout(letter); };
         w->mnuPrintSetup_Click();
         QVERIFY(PageSetup::load().isEquivalentTo(letter));
-        QCOMPARE(settings().childGroups(), QStringList{"PageSetup"});
+        QCOMPARE(userSettings().childGroups(), QStringList{"PageSetup"});
         m_printedTo = m_out.filePath("printed.pdf");
         QTest::keySequence(w.get(), QKeySequence::Print);
         QCOMPARE(Pdf::pages(m_printedTo), 2);
@@ -268,20 +248,17 @@ private slots:
         target->setFocus();
         QGuiApplication::clipboard()->setText(clipboard);
         controlKey(target, Qt::Key_V);
-        auto *line = qobject_cast<QLineEdit *>(target);
-        const auto shown = [&] { return line ? line->text() : static_cast<QPlainTextEdit *>(target)->toPlainText(); };
-        QCOMPARE(shown(), expected);
+        QCOMPARE(boxText(target), expected);
         // Copy and Cut, which the boxes' key rules would refuse as typed characters.
-        line ? line->selectAll() : static_cast<QPlainTextEdit *>(target)->selectAll();
+        QMetaObject::invokeMethod(target, "selectAll");
         QGuiApplication::clipboard()->clear();
         controlKey(target, Qt::Key_C);
-        QCOMPARE(QGuiApplication::clipboard()->text() + "|" + shown(), expected + "|" + expected);
+        QCOMPARE(QGuiApplication::clipboard()->text() + "|" + boxText(target), expected + "|" + expected);
         controlKey(target, Qt::Key_X);
-        QCOMPARE(shown(), QString());
+        QCOMPARE(boxText(target), QString());
     }
 
 private:
-    static QSettings settings() { return QSettings(QSettings::NativeFormat, QSettings::UserScope, Zelvat::Title); }
     // The sheets as a PDF file; returns its path.
     QString render(const QList<SheetReport> &reports, const QPageLayout &layout = PageSetup::fallback())
     {
@@ -300,8 +277,7 @@ private:
         w->activateWindow();
         if (!QTest::qWaitForWindowActive(w.get()))
             qFatal("the main window did not become active");
-        for (int r : selected)
-            w->LV->selectionModel()->select(w->listRows()->index(r, 0), QItemSelectionModel::Select | QItemSelectionModel::Rows);
+        selectListRows(*w, selected);
         return w;
     }
     // A clipboard key as a keyboard sends it: Ctrl and the letter, carrying its control character.

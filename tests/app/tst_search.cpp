@@ -11,25 +11,10 @@
 #include "common/WindowHome.h"
 #include "store/ReportFolderWatch.h"
 
-#include <QAction>
-#include <QLineEdit>
-#include <QMenuBar>
-#include <QPushButton>
-#include <QSortFilterProxyModel>
-#include <QTest>
-#include <QTreeView>
 #include <fcntl.h>
 #include <sys/stat.h>
 
 namespace {
-
-QStringList column(frmZelvatmain &w, int c)
-{
-    QStringList cells;
-    for (int r = 0; r < w.listRows()->rowCount(); ++r)
-        cells << w.listRows()->index(r, c).data().toString();
-    return cells;
-}
 
 // A report as another program writes it: a Ready one in `city`.
 QString report(WindowHome &home, int i, const QString &city, const QStringList &more = {})
@@ -55,18 +40,18 @@ private slots:
         QTest::keyClick(w->LV, Qt::Key_F, Qt::ControlModifier);
         QVERIFY(w->txtSearch->hasFocus());
         QTest::keyClicks(w->txtSearch, "oak");
-        QCOMPARE(column(*w, ReportList::City), (QStringList{"Fairview", "Springfield"})); // the Draft is of another folder
+        QCOMPARE(listColumn(*w, ReportList::City), (QStringList{"Fairview", "Springfield"})); // the Draft is of another folder
         QCOMPARE(w->statusText(), QString("Items: 2 of 3"));
 
         // A folder switch keeps the search; a refill keeps it too.
         QTest::mouseClick(w->cmdFolder[0], Qt::LeftButton);
-        QCOMPARE(column(*w, ReportList::City), (QStringList{"Fairview", "Madison", "Springfield"}));
+        QCOMPARE(listColumn(*w, ReportList::City), (QStringList{"Fairview", "Madison", "Springfield"}));
         w->BuildNewMsgList();
         QCOMPARE(w->statusText(), QString("Items: 3 of 4"));
 
         // A report another program changes so that it no longer holds the words leaves the rows found.
         SampleReport::save(home.path(), {"CTY=Fairview", "AST=2", "AD1=9 Pine Lane"}, 3);
-        QTRY_COMPARE_WITH_TIMEOUT(column(*w, ReportList::City), (QStringList{"Madison", "Springfield"}), 2000);
+        QTRY_COMPARE_WITH_TIMEOUT(listColumn(*w, ReportList::City), (QStringList{"Madison", "Springfield"}), 2000);
         QCOMPARE(w->statusText(), QString("Items: 2 of 4"));
 
         // The Delete key edits the search, deleting no report; Escape clears the search.
@@ -85,28 +70,23 @@ private slots:
     {
         QTest::addColumn<QString>("action");
         QTest::addColumn<QKeySequence>("keys");
-        QTest::addColumn<QString>("shown");
-        QTest::newRow("Ctrl+N: New Report") << "mnuNewReport" << QKeySequence(Qt::CTRL | Qt::Key_N) << "Ctrl+N";
-        QTest::newRow("Ctrl+F: the search box") << "mnuFind" << QKeySequence(Qt::CTRL | Qt::Key_F) << "Ctrl+F";
-        QTest::newRow("F5: refresh") << "mnuRefresh" << QKeySequence(Qt::Key_F5) << "F5";
-        QTest::newRow("Delete: as before, on the list") << "mnuDelete" << QKeySequence(Qt::Key_Delete) << "Del";
+        QTest::newRow("Ctrl+N: New Report") << "mnuNewReport" << QKeySequence(Qt::CTRL | Qt::Key_N);
+        QTest::newRow("Ctrl+F: the search box") << "mnuFind" << QKeySequence(Qt::CTRL | Qt::Key_F);
+        QTest::newRow("F5: refresh") << "mnuRefresh" << QKeySequence(Qt::Key_F5);
+        QTest::newRow("Delete: as before, on the list") << "mnuDelete" << QKeySequence(Qt::Key_Delete);
     }
 
     void keysAreInTheMenus()
     {
         QFETCH(QString, action);
         QFETCH(QKeySequence, keys);
-        QFETCH(QString, shown);
         WindowHome home;
         const QString first = report(home, 1, "Springfield");
         auto w = home.startMainWindow();
         auto *a = w->menuBar()->findChild<QAction *>(action);
-        QVERIFY(a);
-        QCOMPARE(a->shortcut().toString(QKeySequence::NativeText), shown);
-        bool inAMenu = false;
-        for (QAction *menu : w->menuBar()->actions())
-            inAMenu = inAMenu || menu->menu()->actions().contains(a);
-        QVERIFY(inAMenu);
+        QVERIFY(a && a->shortcut() == keys); // the menu entry shows the key
+        const QList<QAction *> menus = w->menuBar()->actions();
+        QVERIFY(std::any_of(menus.begin(), menus.end(), [a](QAction *menu) { return menu->menu()->actions().contains(a); }));
 
         // The key does what the entry does, from the list.
         QVERIFY(QTest::qWaitForWindowActive(w.get()));
@@ -119,7 +99,7 @@ private slots:
         else if (action == "mnuFind")
             QVERIFY(w->txtSearch->hasFocus());
         else if (action == "mnuRefresh")
-            QCOMPARE(column(*w, ReportList::Idx), (QStringList{second, first}));
+            QCOMPARE(listColumn(*w, ReportList::Idx), (QStringList{second, first}));
         else
             QVERIFY(readFile(home.reportPath(first)).contains("AST=8"));
     }
@@ -146,7 +126,7 @@ private slots:
         const QString added = report(home, 3, "Albany");
         SampleReport::save(home.path(), {"CTY=Riverside", "AST=9"}, 2); // submitted by the client: leaves Ready
         QFile::remove(home.reportPath(kept));
-        QTRY_COMPARE_WITH_TIMEOUT(column(*w, ReportList::Idx), QStringList{added}, 2000);
+        QTRY_COMPARE_WITH_TIMEOUT(listColumn(*w, ReportList::Idx), QStringList{added}, 2000);
         QCOMPARE(w->statusText(), QString("Items: 1"));
     }
 
@@ -177,7 +157,7 @@ private slots:
             report(home, i, "Albany");
         SampleReport::save(home.path(), {"CTY=Town 120", "AST=2", "ISS=Changed"}, 120);
         QTRY_COMPARE_WITH_TIMEOUT(w->listModel()->rowCount(), 200 + added, 3000);
-        QTRY_COMPARE_WITH_TIMEOUT(column(*w, ReportList::Issue).count("Changed"), qsizetype(1), 3000);
+        QTRY_COMPARE_WITH_TIMEOUT(listColumn(*w, ReportList::Issue).count("Changed"), qsizetype(1), 3000);
         QCOMPARE(topName(), top);
         QCOMPARE(w->LV->selectionModel()->selectedRows().size(), 1);
         QCOMPARE(selected(), picked);
@@ -206,7 +186,7 @@ private slots:
         // The rows of the index are shown at once; the look at the folder then brings the change.
         auto w = home.startMainWindow();
         QCOMPARE(w->listModel()->rowCount(), 20);
-        QTRY_VERIFY(column(*w, ReportList::City).contains("Changed"));
+        QTRY_VERIFY(listColumn(*w, ReportList::City).contains("Changed"));
         QCOMPARE(w->catalog().filesRead(), 1);
         QCOMPARE(w->listModel()->rowCount(), 20);
     }

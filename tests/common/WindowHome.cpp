@@ -4,15 +4,19 @@
 #include "report_form/frmZelvatcts.h"
 #include "support/CommonConst.h"
 
-#include <QSettings>
+#include <QApplication>
+#include <QLineEdit>
+#include <QPlainTextEdit>
+#include <QSortFilterProxyModel>
 #include <QStandardPaths>
+#include <QTreeView>
 #include <QTest>
 
 WindowHome::WindowHome(const QByteArray &stationLines)
     : ProgramHome(stationLines)
 {
     QStandardPaths::setTestModeEnabled(true);
-    QSettings(QSettings::NativeFormat, QSettings::UserScope, QString::fromLatin1(Zelvat::Title)).clear();
+    userSettings().clear();
     frmZelvatcts::clearLastUsed();
 }
 
@@ -47,4 +51,41 @@ std::unique_ptr<frmZelvatmain> WindowHome::startMainWindow()
     w->startReportForm = [this](const QString &name) { opened << name; };
     w->Form_Load();
     return w;
+}
+
+QStringList listColumn(const frmZelvatmain &w, int column)
+{
+    QStringList cells;
+    for (int r = 0; r < w.listRows()->rowCount(); ++r)
+        cells << w.listRows()->index(r, column).data().toString();
+    return cells;
+}
+
+void selectListRows(frmZelvatmain &w, const QList<int> &rows)
+{
+    for (int r : rows)
+        w.LV->selectionModel()->select(w.listRows()->index(r, 0), QItemSelectionModel::Select | QItemSelectionModel::Rows);
+}
+
+QString boxText(const QWidget *box)
+{
+    if (auto *line = qobject_cast<const QLineEdit *>(box))
+        return line->text();
+    return static_cast<const QPlainTextEdit *>(box)->toPlainText();
+}
+
+QSettings userSettings()
+{
+    return QSettings(QSettings::NativeFormat, QSettings::UserScope, QString::fromLatin1(Zelvat::Title));
+}
+
+int twipsToPx(const QWidget &w, double twips)
+{
+    return qRound(twips * w.logicalDpiX() / 1440.0);
+}
+
+void leaveBox(QWidget *box)
+{
+    QFocusEvent leave(QEvent::FocusOut, Qt::TabFocusReason);
+    QApplication::sendEvent(box, &leave);
 }

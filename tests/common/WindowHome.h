@@ -3,7 +3,22 @@
 #include "common/Loopback.h"
 #include "common/ProgramHome.h"
 
+// The widget headers the window suites reach into come with the fixture.
+#include <QAction>
+#include <QApplication>
+#include <QCheckBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenuBar>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QSettings>
+#include <QSortFilterProxyModel>
+#include <QStatusBar>
 #include <QStringList>
+#include <QTabWidget>
+#include <QTest>
+#include <QTreeView>
 #include <memory>
 
 class frmZelvatcts;
@@ -35,3 +50,13 @@ public:
 private:
     std::unique_ptr<LoopbackServer> m_server;
 };
+
+// What the window suites look at: the cells of a list column in the order shown; the text of a
+// one-line or a multi-line box; the per-user settings store; twips in a widget's pixels.
+QStringList listColumn(const frmZelvatmain &w, int column);
+void selectListRows(frmZelvatmain &w, const QList<int> &rows); // added to the selection
+QString boxText(const QWidget *box);
+QSettings userSettings();
+int twipsToPx(const QWidget &w, double twips);
+// The operator leaves a box (its lost-focus rules run).
+void leaveBox(QWidget *box);

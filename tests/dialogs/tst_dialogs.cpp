@@ -9,14 +9,7 @@
 #include "link/ServerSession.h"
 #include "support/CommonConst.h"
 
-#include <QApplication>
 #include <QComboBox>
-#include <QGroupBox>
-#include <QLabel>
-#include <QLineEdit>
-#include <QPushButton>
-#include <QTabWidget>
-#include <QTest>
 #include <QTimer>
 
 // A box highlighted as missing or wrong, pale yellow.
@@ -52,8 +45,7 @@ private slots:
         QCOMPARE(d.txtSID[4]->text(), QString("0007")); // the counter shown with four digits
         d.txtSID[field]->clear();
         QTest::keyClicks(d.txtSID[field], typed);
-        QFocusEvent leave(QEvent::FocusOut, Qt::TabFocusReason);
-        QApplication::sendEvent(d.txtSID[field], &leave);
+        leaveBox(d.txtSID[field]);
         QCOMPARE(d.txtSID[field]->text(), shown);
         QTest::keyClick(d.txtSID[field], Qt::Key_Backspace);
         QCOMPARE(d.txtSID[field]->text(), shown.chopped(1));
@@ -118,9 +110,8 @@ private slots:
         QTest::addColumn<QList<int>>("yellow");  // server boxes highlighted
 
         QTest::newRow("kept") << QStringList{"radio.local", "9400", "7000"} << true << 0 << QList<int>{};
-        QTest::newRow("letters in the port") << QStringList{"elsewhere", "93x4", "5000"} << false << 1 << QList<int>{};
+        // Which texts are numbers is the support suite's; here each box's range.
         QTest::newRow("port too large") << QStringList{"elsewhere", "70000", "5000"} << false << 1 << QList<int>{};
-        QTest::newRow("letters in the time-out") << QStringList{"elsewhere", "9334", "five"} << false << 1 << QList<int>{};
         QTest::newRow("time-out beyond 16 bits") << QStringList{"elsewhere", "9334", "40000"} << false << 1 << QList<int>{};
         QTest::newRow("empty boxes") << QStringList{"", "9334", ""} << false << 0 << QList<int>{0, 2};
     }

@@ -9,88 +9,69 @@
 #include "report_form/RepeatCallerStrip.h"
 #include "report_form/frmZelvatcts.h"
 
-#include <QApplication>
-#include <QLineEdit>
-#include <QPlainTextEdit>
-#include <QPointer>
-#include <QPushButton>
-#include <QStatusBar>
-#include <QTabWidget>
-#include <QTest>
 #include <QTextDocumentFragment>
-
-// Earlier calls, now being 16 November 2026 14:05: SPF-90 at 12 Oak Street from 555-0100 at
-// 13:00 (Submitted), SPF-91 at 4 Elm Road from 555-0199 two days ago.
-static void earlierCalls(WindowHome &home)
-{
-    SampleReport::save(home.path(), {"EID=SPF26320.090", "MID=SPF-90", "ISS=Person Down", "AD1=12 Oak Street", "RPP=555-0100",
-                                     "ADT=261116", "ATM=1300", "AST=9"});
-    SampleReport::save(home.path(), {"EID=SPF26318.091", "MID=SPF-91", "ISS=Smoke", "AD1=4 Elm Road", "RPP=555-0199",
-                                     "ADT=261114", "ATM=1300", "AST=9"});
-}
 
 class TestRepeatCaller : public QObject {
     Q_OBJECT
 
 private slots:
-    void leavingABoxNamesEarlierCalls_data();
-    void leavingABoxNamesEarlierCalls();
+    void leavingABoxNamesEarlierCalls_data()
+    {
+        QTest::addColumn<int>("box");
+        QTest::addColumn<QString>("typed");
+        QTest::addColumn<QString>("shown");
+        QTest::newRow("the same address, written otherwise")
+            << 1 << "12 OAK street" << "Earlier at this address: SPF-90 Person Down (13:00, Submitted)";
+        QTest::newRow("the same phone, written otherwise")
+            << 5 << "(555) 0100" << "Earlier from this phone: SPF-90 Person Down (13:00, Submitted)";
+        QTest::newRow("nothing earlier") << 1 << "99 Nowhere Lane" << "";
+    }
+
+    void leavingABoxNamesEarlierCalls()
+    {
+        QFETCH(int, box);
+        QFETCH(QString, typed);
+        QFETCH(QString, shown);
+        WindowHome home;
+        // An earlier call, now being 16 November 2026 14:05. Which calls are named (how recent, how
+        // alike) is the catalog suite's; here the two boxes that ask and what the form shows.
+        SampleReport::save(home.path(), {"EID=SPF26320.090", "MID=SPF-90", "ISS=Person Down", "AD1=12 Oak Street", "RPP=555-0100",
+                                         "ADT=261116", "ATM=1300", "AST=9"});
+        Capture capture;
+        frmZelvatcts *form = home.openForm("NEW");
+        QVERIFY(QTest::qWaitForWindowActive(form));
+        const int tabTop = form->SSTab1->geometry().bottom();
+        QWidget *typedIn = form->txtHeader[box];
+        typedIn->setFocus();
+        QTest::keyClicks(typedIn, typed);
+        QTest::keyClick(typedIn, Qt::Key_Tab);
+        RepeatCallerStrip *strip = form->lblRepeatCaller;
+        QCOMPARE(strip->isVisible(), !shown.isEmpty());
+        QVERIFY(capture.notices.isEmpty()); // no message box
+        QVERIFY(QApplication::focusWidget() && QApplication::focusWidget() != typedIn); // on to the next control
+        if (shown.isEmpty())
+            return;
+        QCOMPARE(QTextDocumentFragment::fromHtml(strip->text()).toPlainText(), shown);
+        QCOMPARE(strip->linkedNames(), QStringList{"SPF26320.090"});
+        // The strip takes its room from the tabs, above the status bar.
+        QVERIFY(form->SSTab1->geometry().bottom() < tabTop);
+        QVERIFY(form->SSTab1->geometry().bottom() < strip->geometry().top());
+        QVERIFY(strip->geometry().bottom() < form->sbrStatus->geometry().top());
+
+        // A name opens its report read-only, in a window of the form's own; the form goes on.
+        emit strip->linkActivated("SPF26320.090");
+        QWidget *viewer = form->findChild<QWidget *>("frmReportViewer");
+        QVERIFY(viewer && viewer->isVisible() && viewer->isWindow());
+        QCOMPARE(viewer->windowTitle(), QString("Report SPF26320.090 (read only)"));
+        auto *text = viewer->findChild<QPlainTextEdit *>("txtReport");
+        QVERIFY(text->isReadOnly());
+        for (const char *line : {"What are you reporting? Person Down", "Location, Address: 12 Oak Street", "Phone: 555-0100",
+                                 "State: Submitted", "Age: 70"})
+            QVERIFY2(text->toPlainText().contains(line), line);
+        QVERIFY(form->isVisible());
+        QCOMPARE(form->eventNumber(), QString("SPF26320.100"));
+    }
 };
-
-void TestRepeatCaller::leavingABoxNamesEarlierCalls_data()
-{
-    QTest::addColumn<int>("box");
-    QTest::addColumn<QString>("typed");
-    QTest::addColumn<QString>("shown");
-    QTest::newRow("the same address, written otherwise")
-        << 1 << "12 OAK street" << "Earlier at this address: SPF-90 Person Down (13:00, Submitted)";
-    QTest::newRow("the same phone, written otherwise")
-        << 5 << "(555) 0100" << "Earlier from this phone: SPF-90 Person Down (13:00, Submitted)";
-    QTest::newRow("a call older than a day is not named") << 1 << "4 Elm Road" << "";
-    QTest::newRow("nothing earlier") << 1 << "99 Nowhere Lane" << "";
-}
-
-void TestRepeatCaller::leavingABoxNamesEarlierCalls()
-{
-    QFETCH(int, box);
-    QFETCH(QString, typed);
-    QFETCH(QString, shown);
-    WindowHome home;
-    earlierCalls(home);
-    Capture capture;
-    frmZelvatcts *form = home.openForm("NEW");
-    QVERIFY(QTest::qWaitForWindowActive(form));
-    const int tabTop = form->SSTab1->geometry().bottom();
-    QWidget *typedIn = form->txtHeader[box];
-    typedIn->setFocus();
-    QTest::keyClicks(typedIn, typed);
-    QTest::keyClick(typedIn, Qt::Key_Tab);
-    RepeatCallerStrip *strip = form->lblRepeatCaller;
-    QCOMPARE(strip->isVisible(), !shown.isEmpty());
-    QVERIFY(capture.notices.isEmpty()); // no message box
-    QVERIFY(QApplication::focusWidget() && QApplication::focusWidget() != typedIn); // on to the next control
-    if (shown.isEmpty())
-        return;
-    QCOMPARE(QTextDocumentFragment::fromHtml(strip->text()).toPlainText(), shown);
-    QCOMPARE(strip->linkedNames(), QStringList{"SPF26320.090"});
-    // The strip takes its room from the tabs, above the status bar.
-    QVERIFY(form->SSTab1->geometry().bottom() < tabTop);
-    QVERIFY(form->SSTab1->geometry().bottom() < strip->geometry().top());
-    QVERIFY(strip->geometry().bottom() < form->sbrStatus->geometry().top());
-
-    // A name opens its report read-only, in a window of the form's own; the form goes on.
-    emit strip->linkActivated("SPF26320.090");
-    QWidget *viewer = form->findChild<QWidget *>("frmReportViewer");
-    QVERIFY(viewer && viewer->isVisible() && viewer->isWindow());
-    QCOMPARE(viewer->windowTitle(), QString("Report SPF26320.090 (read only)"));
-    auto *text = viewer->findChild<QPlainTextEdit *>("txtReport");
-    QVERIFY(text->isReadOnly());
-    for (const char *line : {"What are you reporting? Person Down", "Location, Address: 12 Oak Street", "Phone: 555-0100",
-                             "State: Submitted", "Age: 70"})
-        QVERIFY2(text->toPlainText().contains(line), line);
-    QVERIFY(form->isVisible());
-    QCOMPARE(form->eventNumber(), QString("SPF26320.100"));
-}
 
 QTEST_MAIN(TestRepeatCaller)
 #include "tst_repeat_caller.moc"
