@@ -105,13 +105,14 @@ void OutboxControl::recount()
 {
     // The window's catalog holds every report's state, kept current by its watch on the folder.
     const ReportCatalog &catalog = m_window->catalog();
+    // Counted after every change of the folder, sorted only when they are sent (sendReady).
     m_ready.clear();
     for (int slot : catalog.liveSlots()) {
         if (catalog.state(slot) == Zelvat::StateReady)
             m_ready.append(catalog.name(slot));
     }
-    m_ready.sort();
-    m_needOperator.intersect(QSet<QString>(m_ready.cbegin(), m_ready.cend()));
+    if (!m_needOperator.isEmpty())
+        m_needOperator.intersect(QSet<QString>(m_ready.cbegin(), m_ready.cend()));
     m_countedAt = catalog.changeCount();
 }
 
@@ -128,6 +129,7 @@ QStringList OutboxControl::sendable() const
         if (!m_needOperator.contains(name) && !isOpen(name))
             names << name;
     }
+    names.sort();
     return names;
 }
 
@@ -242,6 +244,7 @@ void OutboxControl::run(bool byOperator)
 
     Outbox::Hooks hooks;
     hooks.isOpen = [this](const QString &name) { return isOpen(name); };
+    m_ready.sort();
     hooks.reports = m_ready;
     hooks.starting = [&](int index, int count, const QString &name) {
         m_sending = name;

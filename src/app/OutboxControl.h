@@ -41,7 +41,7 @@ public:
 
     bool running() const { return m_running; }
     const RetrySchedule &schedule() const { return m_schedule; }
-    // The Ready reports as last counted, and counts them again.
+    // The Ready reports as last counted (in no order: they are sorted when sent), and counts them again.
     QStringList ready() const { return m_ready; }
     void recount();
     // The automatic resend looks at the clock and the Ready reports (every second).
