@@ -55,6 +55,7 @@ private slots:
         QTest::addColumn<QStringList>("args");
         QTest::addColumn<int>("code");
         QTest::addColumn<QByteArray>("said"); // on standard error
+        const QByteArray findUsage("usage: zelvatcts-cli [--home DIR] find");
 
         QTest::newRow("no command") << QStringList{} << 2 << QByteArray("usage:");
         QTest::newRow("unknown command") << QStringList{"frobnicate"} << 2 << QByteArray("unknown command");
@@ -67,6 +68,10 @@ private slots:
         QTest::newRow("what a report file cannot hold") << QStringList{"new", "--set", "ISS=bad\x01" "char"} << 2
                                                         << QByteArray("--set ISS: holds a control character (0x01)");
         QTest::newRow("name outside the folder") << QStringList{"show", "../Zelvatcts"} << 2 << QByteArray("outside");
+        QTest::newRow("find without words") << QStringList{"find"} << 2 << findUsage;
+        QTest::newRow("find only blanks") << QStringList{"find", " "} << 2 << findUsage;
+        QTest::newRow("find in an unknown folder") << QStringList{"find", "--folder", "outbox", "oak"} << 2 << findUsage;
+        QTest::newRow("find in a folder without a name") << QStringList{"find", "oak", "--folder"} << 2 << findUsage;
         QTest::newRow("no such report") << QStringList{"delete", "NOPE"} << 1 << QByteArray("no report NOPE");
         QTest::newRow("--home twice") << QStringList{"--home", "/tmp", "list"} << 2 << QByteArray("--home is given twice");
         QTest::newRow("the counter is used up") << QStringList{"new", "--set", "ISS=x"} << 1 << QByteArray("40000");
