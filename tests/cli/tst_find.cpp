@@ -1,5 +1,6 @@
-// The client's find as a script sees it: the rows of list that hold every word, and the usage
-// errors. Which report holds a word, and when the index is believed, is the catalog's own rule.
+// The client's find as a script sees it: the rows of list that hold every word (its usage errors
+// are among tst_cli's refusals). Which report holds a word, and when the index is believed, is the
+// catalog's own rule.
 
 #include "common/Capture.h"
 #include "common/ProgramHome.h"
@@ -15,22 +16,16 @@ private slots:
     void find_data()
     {
         QTest::addColumn<QStringList>("args");
-        QTest::addColumn<int>("code");
         QTest::addColumn<QByteArray>("names");
-        QTest::newRow("every word, any folder") << QStringList{"find", "oak", "SMITH"} << 0 << QByteArray("A1 D4 ");
-        QTest::newRow("in one folder") << QStringList{"find", "--folder", "draft", "oak"} << 0 << QByteArray("D4 ");
-        QTest::newRow("the folder after the words") << QStringList{"find", "oak", "--folder", "ready"} << 0 << QByteArray("A1 ");
-        QTest::newRow("nothing found") << QStringList{"find", "nowhere"} << 0 << QByteArray("");
-        QTest::newRow("no words") << QStringList{"find"} << 2 << QByteArray();
-        QTest::newRow("only blanks") << QStringList{"find", " "} << 2 << QByteArray();
-        QTest::newRow("an unknown folder") << QStringList{"find", "--folder", "outbox", "oak"} << 2 << QByteArray();
-        QTest::newRow("a folder without a name") << QStringList{"find", "oak", "--folder"} << 2 << QByteArray();
+        QTest::newRow("every word, any folder") << QStringList{"find", "oak", "SMITH"} << QByteArray("A1 D4 ");
+        QTest::newRow("in one folder") << QStringList{"find", "--folder", "draft", "oak"} << QByteArray("D4 ");
+        QTest::newRow("the folder after the words") << QStringList{"find", "oak", "--folder", "ready"} << QByteArray("A1 ");
+        QTest::newRow("nothing found") << QStringList{"find", "nowhere"} << QByteArray("");
     }
 
     void find()
     {
         QFETCH(QStringList, args);
-        QFETCH(int, code);
         QFETCH(QByteArray, names);
         ProgramHome home;
         SampleReport::save(home.path(), {"EID=A1", "AD1=12 Oak Street", "RPN=Jordan Smith", "AST=2"});
@@ -40,13 +35,8 @@ private slots:
         QProcess p;
         p.start(ZELVATCTS_CLI, QStringList{"--home", home.path()} + args);
         QVERIFY(p.waitForFinished(30000));
-        QCOMPARE(p.exitCode(), code);
+        QCOMPARE(p.exitCode(), 0);
         const QByteArray out = p.readAllStandardOutput();
-        if (code != 0) {
-            QVERIFY(p.readAllStandardError().startsWith("usage: zelvatcts-cli [--home DIR] find"));
-            QVERIFY(out.isEmpty());
-            return;
-        }
         QByteArray found;
         const QList<QByteArray> lines = out.split('\n');
         for (const QByteArray &line : lines.first(lines.size() - 2))

@@ -305,6 +305,7 @@ private slots:
         QTest::newRow("a word across two fields matches nothing") << "streetspringfield" << QStringList{};
         QTest::newRow("a stored line break is a break between words") << "him no" << QStringList{"A"};
         QTest::newRow("the line break's escape is no text") << "himnno" << QStringList{};
+        QTest::newRow("a control character typed between words splits them") << "smith\u0001springfield" << QStringList{"A"};
         QTest::newRow("letters beyond ASCII, case ignored") << "\u0161IBENIK" << QStringList{"B"};
         QTest::newRow("a character no report can hold") << "\u4e2d" << QStringList{};
         QTest::newRow("the type is not searched") << "MED" << QStringList{};
@@ -324,10 +325,9 @@ private slots:
         catalog.refresh();
         const ReportSearch search(words);
         QStringList actual;
-        for (int slot : catalog.sorted(catalog.liveSlots(), ReportList::Idx)) {
+        for (int slot : catalog.sorted(catalog.liveSlots(), ReportList::Idx))
             if (search.isEmpty() || catalog.matches(slot, search))
                 actual << catalog.name(slot).left(1);
-        }
         QCOMPARE(actual, found);
     }
 
@@ -361,18 +361,16 @@ private slots:
                                      {"R3", "12 Oak Street", "555-0100", "261114", "1300", "9"},
                                      {"R4", "4 Elm Road", "0100", "261116", "1400", "9"},
                                      {"R5", "12 Oak Street", "555-0100", "261116", "1404", "9"}};
-        for (const QStringList &c : calls) {
+        for (const QStringList &c : calls)
             SampleReport::save(home.path(), {"EID=" + c[0], "MID=SPF-" + c[0].mid(1), "ISS=Person Down", "AD1=" + c[1],
                                              "RPP=" + c[2], "ADT=" + c[3], "ATM=" + c[4], "AST=" + c[5]});
-        }
         ReportCatalog catalog(home.path());
         catalog.refresh();
         const RepeatCallers::Found found = RepeatCallers::find(catalog, address, phone, ProgramHome::FixedNow, "R5");
         QStringList names[2];
-        for (int i : {0, 1}) {
+        for (int i : {0, 1})
             for (int s : i ? found.fromPhone : found.atAddress)
                 names[i] << catalog.name(s);
-        }
         QCOMPARE(names[0], atAddress);
         QCOMPARE(names[1], fromPhone);
         QCOMPARE(RepeatCallers::describe(catalog, catalog.slotOf("R1.911"), ProgramHome::FixedNow),

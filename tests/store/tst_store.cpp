@@ -99,12 +99,8 @@ private slots:
         m.setCTY("left from before");
         QVERIFY(m.Load(" R1 "));
         const Key k = keyNamed(key);
-        if (ZelvatMsg::isIntegerKey(k)) {
-            QCOMPARE(QString::number(m.number(k)), raw);
-        } else {
-            QCOMPARE(m.rawText(k), raw);
-            QCOMPARE(m.text(k), getter);
-        }
+        QCOMPARE(ZelvatMsg::isIntegerKey(k) ? QString::number(m.number(k)) : m.rawText(k), raw);
+        QCOMPARE(ZelvatMsg::isIntegerKey(k) ? QString::number(m.number(k)) : m.text(k), getter);
         if (key != "CTY")
             QCOMPARE(m.CTY(), QString()); // cleared by the load
         QVERIFY(capture.notices.isEmpty() && capture.events.isEmpty());
@@ -294,10 +290,9 @@ private slots:
         for (const auto &[key, value, why] : refused) {
             ZelvatMsg m = SampleReport::make(home.path());
             m.setTYP("MED+FIRE+LAW+LGOV");
-            for (Key k : ZelvatMsg::allKeys()) {
+            for (Key k : ZelvatMsg::allKeys())
                 if ((k == key || int(key) < 0) && !ZelvatMsg::isIntegerKey(k) && k != Key::EID && k != Key::TYP)
                     m.setText(k, value);
-            }
             ZelvatMsg::Key named {};
             QVERIFY2(m.storageProblem(&named).startsWith(why), qPrintable(m.storageProblem()));
             QCOMPARE(int(named), int(key));
