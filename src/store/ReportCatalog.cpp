@@ -74,7 +74,7 @@ int compareFolded(QByteArrayView a, QByteArrayView b)
 
 // What is named like a report but is no file at all (a folder, a pipe, a device) has this state:
 // its row is shown in every folder, for the operator to see. No report file can hold it.
-constexpr qint16 kNotAReport = std::numeric_limits<qint16>::min();
+constexpr qint16 kNotAReport = ReportList::NotAReport;
 
 QString stateText(qint16 state)
 {

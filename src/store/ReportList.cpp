@@ -53,6 +53,7 @@ QList<Row> build(ZelvatMsg &reader, int folder)
             if (kind != SafeFile::Kind::Regular && kind != SafeFile::Kind::Missing) {
                 Row row;
                 row.cells[Idx] = name;
+                row.state = NotAReport;
                 row.cells[State] = QStringLiteral("Not a report");
                 row.cells[Issue] = SafeFile::describe(kind) + QStringLiteral(", not a report file");
                 rows.append(std::move(row));

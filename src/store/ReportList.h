@@ -6,6 +6,7 @@
 #include <QStringView>
 #include <Qt>
 #include <array>
+#include <limits>
 
 class ZelvatMsg;
 
@@ -14,6 +15,9 @@ class ZelvatMsg;
 namespace ReportList {
 
 enum Column { Idx, State, EventId, Type, Issue, Location, City, DateTime, ColumnCount };
+
+// The state of a row for what is no report file (a pipe, a link, a folder): no report holds it.
+inline constexpr qint16 NotAReport = std::numeric_limits<qint16>::min();
 
 struct Row {
     std::array<QString, ColumnCount> cells; // Idx, State, Event ID, Type, Issue, Location, City, Date/Time
