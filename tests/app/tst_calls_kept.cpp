@@ -20,7 +20,7 @@
 #include <QSpinBox>
 #include <QtTest/qtestspontaneevent.h>
 
-using Answer = frmZelvatmain::RecoveryAnswer;
+using Answer = WindowHome::Answer;
 
 namespace {
 
@@ -40,34 +40,6 @@ frmZelvatcts *typeReport(WindowHome &home)
     for (const auto &[i, text] : typed)
         QTest::keyClicks(f->txtHeader[i], text);
     return f;
-}
-
-// The main window started on the station as the case left it, the recovery offer answered by `answer`.
-std::unique_ptr<frmZelvatmain> startWindow(WindowHome &home, const std::function<Answer(const QString &)> &answer = {})
-{
-    home.station().save();
-    auto w = std::make_unique<frmZelvatmain>(home.path());
-    w->showStationDialog = [] {};
-    w->askRestore = answer;
-    w->Form_Load();
-    return w;
-}
-
-QList<int> states(const WindowHome &home, const QStringList &names)
-{
-    QList<int> ast;
-    ZelvatMsg r(home.path());
-    for (const QString &n : names)
-        ast << (r.Load(n) ? r.AST() : -1);
-    return ast;
-}
-
-QStringList readyReports(const WindowHome &home, int count)
-{
-    QStringList names;
-    for (int i = 0; i < count; ++i)
-        names << SampleReport::save(home.path(), {"TYP=MED", "AST=2"}, i);
-    return names;
 }
 
 void setClock(const char *at)
@@ -157,7 +129,7 @@ private slots:
         writeFile(FormRecovery::pathFor(home.path(), "BAD"), "[FORM RECOVERY]\r\nhalf");
 
         QStringList asked;
-        auto w = startWindow(home, [&](const QString &q) {
+        auto w = home.startMainWindow(true, [&](const QString &q) {
             asked << q;
             return Answer(answer);
         });
@@ -176,9 +148,9 @@ private slots:
     {
         WindowHome home;
         Capture capture;
-        const QStringList names = readyReports(home, 2);
+        const QStringList names = SampleReport::saveReady(home.path(), 2);
         home.refuse();
-        auto w = startWindow(home);
+        auto w = home.startMainWindow(true);
         OutboxControl *outbox = w->outbox();
         QCOMPARE(outbox->sbrOutbox->text(), QString("Outbox: 2 Ready, next try 14:06:00"));
         for (const char *at : {"14:06:00", "14:07:00"}) { // the server is down: 60 s, then 120 s
@@ -187,13 +159,13 @@ private slots:
         }
         QCOMPARE(outbox->sbrOutbox->text(),
                  QString("Outbox: 2 Ready, next try 14:09:00 -- last run: 0 of 2 sent, the server did not take them"));
-        QCOMPARE(states(home, names), (QList<int>{2, 2}));
+        QCOMPARE(SampleReport::states(home.path(), names), (QList<int>{2, 2}));
 
         LoopbackServer &server = home.serve();
         w->station().Prt = home.station().Prt;
         setClock("14:09:00");
         outbox->tick();
-        QCOMPARE(states(home, names), (QList<int>{9, 9}));
+        QCOMPARE(SampleReport::states(home.path(), names), (QList<int>{9, 9}));
         QCOMPARE(server.messages(), 2);
         QCOMPARE(outbox->sbrOutbox->text(), QString("Outbox: no report waiting -- last run: 2 of 2 sent"));
         QVERIFY(capture.notices.isEmpty()); // the automatic runs say it in the panel only
@@ -203,9 +175,9 @@ private slots:
     {
         WindowHome home;
         Capture capture;
-        const QStringList names = readyReports(home, 2);
+        const QStringList names = SampleReport::saveReady(home.path(), 2);
         LoopbackServer &server = home.serve(LoopbackServer::Mode::Silent);
-        auto w = startWindow(home);
+        auto w = home.startMainWindow(true);
         QString during;
         QTimer::singleShot(1500, [&] {
             auto *dialog = w->findChild<QProgressDialog *>("dlgSendReady");
@@ -216,7 +188,7 @@ private slots:
         QTest::mouseClick(w->outbox()->cmdSendReady, Qt::LeftButton);
         QCOMPARE(during, "Sending " + names[0] + " (1 of 2)... | Stop Sending");
         QCOMPARE(server.messages(), 1); // the second was never tried
-        QCOMPARE(states(home, names), (QList<int>{2, 2}));
+        QCOMPARE(SampleReport::states(home.path(), names), (QList<int>{2, 2}));
         QCOMPARE(w->outbox()->cmdSendReady->text(), QString("Send Ready Reports"));
         QVERIFY(w->outbox()->sbrOutbox->text().endsWith("last run: 0 of 2 sent, stopped"));
         QVERIFY(w->findChild<QProgressDialog *>("dlgSendReady") == nullptr);
@@ -226,9 +198,9 @@ private slots:
     {
         WindowHome home;
         Capture capture;
-        const QStringList names = readyReports(home, 3);
+        const QStringList names = SampleReport::saveReady(home.path(), 3);
         LoopbackServer &server = home.serve();
-        auto w = startWindow(home);
+        auto w = home.startMainWindow(true);
         QTimer::singleShot(200, [&] {
             w->startReportForm(names[0]); // being sent: the operator is told to wait
             w->startReportForm(names[2]); // waiting: it opens, and stays out of the run
@@ -236,7 +208,7 @@ private slots:
         w->outbox()->cmdSendReady_Click();
         QCOMPARE(capture.noticeTexts(), QStringList{names[0] + " is being sent by the outbox right now. Open it when the sending is done."});
         QCOMPARE(frmZelvatcts::current()->eventNumber(), names[2]);
-        QCOMPARE(states(home, names), (QList<int>{9, 9, 2}));
+        QCOMPARE(SampleReport::states(home.path(), names), (QList<int>{9, 9, 2}));
         QCOMPARE(server.messages(), 2);
     }
 
@@ -244,9 +216,9 @@ private slots:
     {
         WindowHome home;
         Capture capture;
-        const QStringList names = readyReports(home, 3);
+        const QStringList names = SampleReport::saveReady(home.path(), 3);
         LoopbackServer &server = home.serve();
-        auto w = startWindow(home);
+        auto w = home.startMainWindow(true);
         // The outbox sends: the form's Submit holds back, and the outbox stops after the report in
         // hand so that the new one goes next.
         QPointer<frmZelvatcts> f = typeReport(home);
@@ -255,7 +227,7 @@ private slots:
             QCOMPARE(f->statusText(), QString("The outbox is sending a Ready report: Submit again in a moment"));
         });
         w->outbox()->cmdSendReady_Click();
-        QCOMPARE(states(home, names), (QList<int>{9, 2, 2}));
+        QCOMPARE(SampleReport::states(home.path(), names), (QList<int>{9, 2, 2}));
         QVERIFY(w->outbox()->sbrOutbox->text().endsWith("last run: 1 of 3 sent, paused for the report form"));
         QTest::mouseClick(f->cmdSubmit, Qt::LeftButton);
         QTRY_VERIFY(!f);
@@ -296,7 +268,7 @@ private slots:
         QTest::mouseClick(d.cmdOK, Qt::LeftButton);
         QCOMPARE(settings, (OutboxFile::Settings{true, 30}));
 
-        auto w = startWindow(home);
+        auto w = home.startMainWindow(true);
         w->outbox()->setSettings({false, 30});
         QCOMPARE(OutboxFile(home.path()).settings(), (OutboxFile::Settings{false, 30}));
         QVERIFY(!readFile(home.stationPath()).contains("Retry")); // not in the station file

@@ -51,4 +51,24 @@ inline QString save(const QString &programFolder, const QStringList &changes = {
     return m.EID();
 }
 
+// `count` Ready medical reports, every required field filled, saved last first so that no order
+// of saving stands in for the outbox's own; their names in order.
+inline QStringList saveReady(const QString &programFolder, int count)
+{
+    QStringList names;
+    for (int i = count - 1; i >= 0; --i)
+        names.prepend(save(programFolder, {QStringLiteral("TYP=MED"), QStringLiteral("AST=2")}, i));
+    return names;
+}
+
+// The state of each named report, -1 where none loads.
+inline QList<int> states(const QString &programFolder, const QStringList &names)
+{
+    QList<int> ast;
+    ZelvatMsg r(programFolder);
+    for (const QString &n : names)
+        ast << (r.Load(n) ? r.AST() : -1);
+    return ast;
+}
+
 } // namespace SampleReport

@@ -31,12 +31,14 @@ LoopbackServer &WindowHome::serve(LoopbackServer::Mode mode)
 {
     m_server = Loopback::start(mode);
     station().Prt = QString::number(m_server->port());
+    station().save();
     return *m_server;
 }
 
 void WindowHome::refuse()
 {
     station().Prt = QString::number(Loopback::refusedPort());
+    station().save();
 }
 
 frmZelvatcts *WindowHome::openForm(const QString &eventRecord)
@@ -44,11 +46,13 @@ frmZelvatcts *WindowHome::openForm(const QString &eventRecord)
     return frmZelvatcts::open(ReportFormContext{path(), &station(), [this] { ++refreshes; }}, eventRecord);
 }
 
-std::unique_ptr<frmZelvatmain> WindowHome::startMainWindow()
+std::unique_ptr<frmZelvatmain> WindowHome::startMainWindow(bool forms, const std::function<Answer(const QString &)> &answer)
 {
     auto w = std::make_unique<frmZelvatmain>(path());
     w->showStationDialog = [this] { ++stationDialogs; };
-    w->startReportForm = [this](const QString &name) { opened << name; };
+    if (!forms)
+        w->startReportForm = [this](const QString &name) { opened << name; };
+    w->askRestore = answer;
     w->Form_Load();
     return w;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/frmZelvatmain.h"
 #include "common/Loopback.h"
 #include "common/ProgramHome.h"
 
@@ -22,7 +23,6 @@
 #include <memory>
 
 class frmZelvatcts;
-class frmZelvatmain;
 
 // What the window suites share: a program home, the per-user settings store in test mode and
 // empty, a loopback message server the station points at when asked, report forms opened with a
@@ -32,16 +32,17 @@ public:
     explicit WindowHome(const QByteArray &stationLines = DefaultStation);
     ~WindowHome();
 
-    // Starts a loopback server and points the station at it.
+    // Starts a loopback server and points the station, in memory and in its file, at it.
     LoopbackServer &serve(LoopbackServer::Mode mode = LoopbackServer::Mode::Normal);
-    // Points the station at a port where nobody listens.
+    // Points the station, in memory and in its file, at a port where nobody listens.
     void refuse();
 
     // The report form for "NEW" or a report name, as the main window opens it.
     frmZelvatcts *openForm(const QString &eventRecord);
-    // The main window after its start-up; the station dialog and the report form are not shown
-    // but counted and recorded.
-    std::unique_ptr<frmZelvatmain> startMainWindow();
+    // The main window after its start-up. The station dialog is counted, not shown; the report forms it asks for are recorded in `opened`,
+    // or opened where `forms`; the offer of kept input is answered by `answer`.
+    using Answer = frmZelvatmain::RecoveryAnswer;
+    std::unique_ptr<frmZelvatmain> startMainWindow(bool forms = false, const std::function<Answer(const QString &)> &answer = {});
 
     int refreshes = 0;      // list refreshes asked for by report forms
     int stationDialogs = 0; // station dialogs the main window would have shown

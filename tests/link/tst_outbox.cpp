@@ -17,15 +17,6 @@
 
 static const QByteArray kStation = ProgramHome::DefaultStation + "Enc=NONE\r\n";
 
-// `count` Ready medical reports, every required field filled; their names in order.
-static QStringList readyReports(const ProgramHome &home, int count)
-{
-    QStringList names;
-    for (int i = count - 1; i >= 0; --i) // saved backwards: the order is the outbox's own
-        names.prepend(SampleReport::save(home.path(), {"TYP=MED", "AST=2"}, i));
-    return names;
-}
-
 // The subjects of the envelopes the server received, in order.
 static QStringList subjects(const LoopbackServer &server)
 {
@@ -34,15 +25,6 @@ static QStringList subjects(const LoopbackServer &server)
     for (auto it = subject.globalMatch(QString::fromLatin1(server.received())); it.hasNext();)
         found << it.next().captured(1);
     return found;
-}
-
-static QList<int> states(const ProgramHome &home, const QStringList &names)
-{
-    QList<int> ast;
-    ZelvatMsg r(home.path());
-    for (const QString &n : names)
-        ast << (r.Load(n) ? r.AST() : -1);
-    return ast;
 }
 
 class TestOutbox : public QObject {
@@ -54,7 +36,7 @@ private slots:
         ProgramHome home(kStation);
         Capture capture;
         ZelvatLogLib::SetupLog(home.path(), true);
-        const QStringList names = readyReports(home, 3);
+        const QStringList names = SampleReport::saveReady(home.path(), 3);
         Outbox outbox(home.path(), home.station());
 
         home.station().Prt = QString::number(Loopback::refusedPort());
@@ -62,7 +44,7 @@ private slots:
         const Outbox::Run failed = outbox.sendReady(down, {});
         QCOMPARE(failed.tried, QStringList{names[0]}); // the server is down: the rest wait
         QVERIFY2(failed.linkFailed && failed.failure.contains("refused"), qPrintable(failed.failure));
-        QCOMPARE(states(home, names), (QList<int>{2, 2, 2}));
+        QCOMPARE(SampleReport::states(home.path(), names), (QList<int>{2, 2, 2}));
 
         // Back up, with the second report open in the form: it is passed by, untouched, until the next run.
         auto server = Loopback::start();
@@ -81,7 +63,7 @@ private slots:
         ServerSession again(&home.station());
         QCOMPARE(outbox.sendReady(again, {}).sent, 1);
         QCOMPARE(subjects(*server), (QStringList{"ABC-0 / MED / Springfield", "ABC-2 / MED / Fairview", "ABC-1 / MED / Riverside"}));
-        QCOMPARE(states(home, names), (QList<int>{9, 9, 9}));
+        QCOMPARE(SampleReport::states(home.path(), names), (QList<int>{9, 9, 9}));
         ServerSession last(&home.station());
         QCOMPARE(outbox.sendReady(last, {}).count, 0);
         QCOMPARE(server->messages(), 3); // once each
@@ -106,7 +88,7 @@ private slots:
         QFETCH(bool, update);
         ProgramHome home(kStation);
         Capture capture;
-        const QString name = readyReports(home, 1).first();
+        const QString name = SampleReport::saveReady(home.path(), 1).first();
         // The first Submit: the server takes the envelope and never answers; the session is given up.
         auto silent = Loopback::start(LoopbackServer::Mode::Silent);
         home.station().Prt = QString::number(silent->port());
@@ -135,7 +117,7 @@ private slots:
         // This program's outbox and a headless client's resend, at once over one folder.
         ProgramHome home(kStation);
         Capture capture;
-        const QStringList names = readyReports(home, 12);
+        const QStringList names = SampleReport::saveReady(home.path(), 12);
         auto server = Loopback::start();
         home.station().Prt = QString::number(server->port());
         home.station().save();
@@ -151,7 +133,7 @@ private slots:
         QCOMPARE(got.size(), 12);
         got.removeDuplicates();
         QCOMPARE(got.size(), 12);
-        QCOMPARE(states(home, names), QList<int>(12, 9));
+        QCOMPARE(SampleReport::states(home.path(), names), QList<int>(12, 9));
     }
 
     void outboxFile_data()

@@ -67,13 +67,10 @@ void TestFormRecovery::killedWhileKeepingIt()
 
     // The window program starting in the folder, restoring what it is offered.
     QStringList offered;
-    frmZelvatmain w(home.path());
-    w.showStationDialog = [] {};
-    w.askRestore = [&](const QString &question) {
+    auto w = home.startMainWindow(true, [&](const QString &question) {
         offered << question;
-        return frmZelvatmain::RecoveryAnswer::Restore;
-    };
-    w.Form_Load();
+        return WindowHome::Answer::Restore;
+    });
     QCOMPARE(offered.size(), 1);
     QVERIFY2(offered[0].startsWith("A report being written when Zelvatcts stopped was kept: " + event + ", "
                                    + boxes["txtHeader_0"] + ", "),
@@ -86,7 +83,7 @@ void TestFormRecovery::killedWhileKeepingIt()
         QCOMPARE(line ? line->text() : static_cast<QPlainTextEdit *>(box)->toPlainText(), *it);
     }
     QCOMPARE(f->eventNumber(), event);
-    QCOMPARE(w.station().Eno, before.Eno); // no number taken for it
+    QCOMPARE(w->station().Eno, before.Eno); // no number taken for it
     for (int type = 0; type < 4; ++type)
         QVERIFY(f->typeSelected(type));
     QCOMPARE(f->consciousAnswer(), qint16(1));
