@@ -7,7 +7,6 @@
 #include "common/Capture.h"
 #include "common/WindowHome.h"
 #include "link/ServerSession.h"
-#include "report_form/FormLayout.h"
 #include "report_form/frmZelvatcts.h"
 
 #include <QGroupBox>
@@ -382,24 +381,6 @@ private slots:
         const QByteArray file = home.readReport("SPF26320.100");
         QVERIFY(file.contains("\r\nAST=2\r\n") && file.contains("\r\n[END]\r\n"));
         QCOMPARE(capture.notices.size(), 1);
-    }
-
-    void resizeFollowsTheWidthDownToTheMinimum()
-    {
-        WindowHome home;
-        frmZelvatcts *f = home.openForm("NEW");
-        const int frame2 = f->Frame2->x(), details = f->txtHeader[7]->width(), plate = f->txtLaw[4]->width();
-        const auto px = [f](double twips) { return qRound(twips * f->logicalDpiX() / 1440); };
-        // 2000 twips wider: the two upper frames share the growth, the details take all of it,
-        // the short law boxes keep their widths.
-        f->resize(f->width() + px(2000), f->height());
-        QVERIFY(qAbs(f->Frame2->x() - frame2 - px(1000)) <= 1);
-        QVERIFY(qAbs(f->txtHeader[7]->width() - details - px(2000)) <= 1);
-        QCOMPARE(f->txtLaw[4]->width(), plate);
-        // Below the minimum width nothing moves.
-        const int wide = f->Frame2->x();
-        f->resize(px(FormLayout::MinWidth - 500), f->height());
-        QCOMPARE(f->Frame2->x(), wide);
     }
 };
 
