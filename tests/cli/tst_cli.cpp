@@ -3,6 +3,7 @@
 // the client wires them up, end to end, against tndirect-sim.
 
 #include "common/Capture.h"
+#include "common/SampleReport.h"
 #include "support/CommonConst.h"
 
 #include <QDate>
@@ -91,6 +92,37 @@ private slots:
         QVERIFY2(r.err.contains(said), r.err.constData());
         QVERIFY(QDir(path("msg.d")).isEmpty());
         QCOMPARE(readFile(path("Zelvatcts.ini")), station);
+    }
+
+    void find_data()
+    {
+        QTest::addColumn<QStringList>("args");
+        QTest::addColumn<QByteArray>("names");
+        QTest::newRow("find: every word, any folder") << QStringList{"find", "oak", "SMITH"} << QByteArray("A1 D4 ");
+        QTest::newRow("find in one folder") << QStringList{"find", "--folder", "draft", "oak"} << QByteArray("D4 ");
+        QTest::newRow("find, the folder after the words") << QStringList{"find", "oak", "--folder", "ready"} << QByteArray("A1 ");
+        QTest::newRow("find nothing") << QStringList{"find", "nowhere"} << QByteArray("");
+    }
+
+    void find()
+    {
+        // The rows of list that hold every word. Which report holds a word, and when the index is
+        // believed, is the catalog's own rule.
+        QFETCH(QStringList, args);
+        QFETCH(QByteArray, names);
+        QVERIFY(QDir().mkpath(path("msg.d")));
+        SampleReport::save(m_dir->path(), {"EID=A1", "AD1=12 Oak Street", "RPN=Jordan Smith", "AST=2"});
+        SampleReport::save(m_dir->path(), {"EID=B2", "AD1=4 Elm Road", "RPN=Jordan Smith", "AST=2"});
+        SampleReport::save(m_dir->path(), {"EID=C3", "AD1=9 Oak Lane", "RPN=Lee Chan", "AST=9"});
+        SampleReport::save(m_dir->path(), {"EID=D4", "AD1=1 Oak Court", "RPN=Pat Smith", "AST=6"});
+        const Result r = run(args);
+        QCOMPARE(r.code, 0);
+        QByteArray found;
+        const QList<QByteArray> lines = r.out.split('\n');
+        for (const QByteArray &line : lines.first(lines.size() - 2))
+            found += line.split('\t').first() + ' ';
+        QCOMPARE(found, names);
+        QCOMPARE(lines[lines.size() - 2], "Items: " + QByteArray::number(names.count(' ')));
     }
 
     void helpAndVersionTouchNothing_data()

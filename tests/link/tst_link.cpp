@@ -100,6 +100,7 @@ private slots:
         QTest::newRow("79 folded") << a77 + b2 << a77 + "=\r\n" + b2;
         QTest::newRow("154 ends with soft break") << a77 + a77 << a77 + "=\r\n" + a77 + "=";
         QTest::newRow("trailing breaks stripped, empty line kept") << "A\r\n\r\nB\r\n\r\n" << "A\r\n\r\nB";
+        QTest::newRow("a blank stops the stripping") << "A\r\n \r\n" << "A\r\n ";
         QTest::newRow("lone LF joins") << "A\nB\r\nC" << "AB\r\nC";
     }
 

@@ -40,17 +40,6 @@ private slots:
         QCOMPARE(StringLib::GetLine(buffer), QString()); // an empty buffer stays empty
     }
 
-    void getBufferAndBreaks()
-    {
-        QString buffer = "ABCDE";
-        QCOMPARE(StringLib::GetBuffer(3, buffer), QString("ABC"));
-        QCOMPARE(buffer, QString("DE"));
-        QCOMPARE(StringLib::GetBuffer(75, buffer), QString("DE"));
-        QCOMPARE(buffer, QString());
-        QCOMPARE(StringLib::stripTrailingBreaks("a\r\nb\n\r\r\n"), QString("a\r\nb"));
-        QCOMPARE(StringLib::stripTrailingBreaks("a\r\n \r\n"), QString("a\r\n ")); // a blank stops it
-    }
-
     void filterKey_data()
     {
         QTest::addColumn<int>("key");
