@@ -1,6 +1,7 @@
 // The report store seen from outside: the bytes of report files, what a load leaves in the
 // record, the messages and event-log entries of failures, the file list, event numbers and the
-// rows of the report list.
+// chronological order of the list's Date/Time cells. Which rows a folder lists, and in what order,
+// is checked against the catalog in its own suite.
 
 #include "common/Capture.h"
 #include "common/ProgramHome.h"
@@ -446,65 +447,15 @@ private slots:
         QCOMPARE(FormRules::ResolveLastSeen(typed, ProgramHome::FixedNow), after);
     }
 
-    void listRowsByFolder()
+    void chronologicalOrder()
     {
-        ProgramHome home;
-        for (const auto &[name, state] : {std::pair{"R2", 2}, {"D6", 6}, {"X8", 8}, {"S9", 9}, {"N1", 1}})
-            home.writeReport(name, QByteArray("EID=") + name + "\r\nTYP=FIRE\r\nISS=Issue\r\nAD1=1 Main St\r\nCTY=B\r\nAST="
-                                       + QByteArray::number(state) + "\r\nADT=260307\r\nATM=1405\r\n");
-        home.writeReport("E0", "AST=2\r\n");
-        ZelvatMsg reader(home.path());
-        QStringList shown;
-        for (int folder : {2, 6, 8, 9, 1, 0}) {
-            QList<ReportList::Row> rows = ReportList::build(reader, folder);
-            ReportList::sortRows(rows, ReportList::Idx, Qt::AscendingOrder);
-            for (const auto &row : rows)
-                shown << QString::number(folder) + ':' + row.cells[ReportList::Idx] + ':' + row.cells[ReportList::State];
-        }
-        QCOMPARE(shown, (QStringList{"2:E0:Ready", "2:R2:Ready", "6:D6:Draft", "8:X8:Deleted", "9:S9:Submitted", "1:N1:",
-                                     "0:D6:Draft", "0:E0:Ready", "0:N1:", "0:R2:Ready", "0:S9:Submitted", "0:X8:Deleted"}));
-        const std::array<QString, 8> full = {"D6", "Draft", "D6", "FIRE", "Issue", "1 Main St", "B", "03/07/26 14:05"};
-        QCOMPARE(ReportList::build(reader, 6).value(0).cells, full);
-        QList<ReportList::Row> ready = ReportList::build(reader, 2);
-        ReportList::sortRows(ready, ReportList::Idx, Qt::AscendingOrder);
-        QCOMPARE(ready.value(0).cells[ReportList::DateTime], QString("// :")); // no date and time: only the separators
-        QCOMPARE(ReportList::itemsText(2), QString("Items: 2"));
-    }
-
-    void listSortKeys_data()
-    {
-        QTest::addColumn<int>("column");
-        QTest::addColumn<int>("order");
-        QTest::addColumn<QStringList>("idx");
-        // R0 albany Jan 2 2026, R1 springfield Feb 1 2026, R2 Albany 2025, R3 Boston 2027, R4 no date, R5 February 30
-        QTest::newRow("city ignores case, equal cities by name")
-            << int(ReportList::City) << int(Qt::AscendingOrder) << QStringList{"R4", "R5", "R0", "R2", "R3", "R1"};
-        QTest::newRow("descending reverses the ties too")
-            << int(ReportList::City) << int(Qt::DescendingOrder) << QStringList{"R1", "R3", "R2", "R0", "R5", "R4"};
-        QTest::newRow("date/time chronological, month first, undated and invalid first")
-            << int(ReportList::DateTime) << int(Qt::AscendingOrder) << QStringList{"R4", "R5", "R2", "R0", "R1", "R3"};
-    }
-
-    void listSortKeys()
-    {
-        QFETCH(int, column);
-        QFETCH(int, order);
-        QFETCH(QStringList, idx);
-        const std::tuple<const char *, const char *, const char *> cells[] = {
-            {"springfield", "02/01/26 09:00", "R1"}, {"Albany", "01/01/25 09:00", "R2"}, {"Boston", "01/01/27 09:00", "R3"},
-            {"albany", "01/02/26 08:00", "R0"}, {"", "// :", "R4"}, {"", "02/30/26 10:00", "R5"}};
-        QList<ReportList::Row> rows;
-        for (const auto &[city, when, name] : cells) {
-            ReportList::Row &r = rows.emplace_back();
-            r.cells[ReportList::Idx] = name;
-            r.cells[ReportList::City] = city;
-            r.cells[ReportList::DateTime] = when;
-        }
-        ReportList::sortRows(rows, column, Qt::SortOrder(order));
-        QStringList got;
-        for (const auto &r : rows)
-            got << r.cells[ReportList::Idx];
-        QCOMPARE(got, idx);
+        // Month first, the years 30 to 99 of the last century; a cell that is no valid date and time first.
+        QStringList cells{"01/01/27 09:00", "02/01/26 09:00", "// :",          "01/02/26 08:00",
+                          "02/30/26 10:00", "01/01/25 09:00", "01/01/25 +9:30", "12/31/99 23:00"};
+        std::stable_sort(cells.begin(), cells.end(),
+                         [](const QString &a, const QString &b) { return ReportList::chronoValue(a) < ReportList::chronoValue(b); });
+        QCOMPARE(cells, (QStringList{"// :", "02/30/26 10:00", "01/01/25 +9:30", "12/31/99 23:00", "01/01/25 09:00",
+                                     "01/02/26 08:00", "02/01/26 09:00", "01/01/27 09:00"}));
     }
 };
 
