@@ -1,23 +1,20 @@
 // Never lose a call, in the windows: the report form lets its kept input go only when it is saved
 // or given up; the main window offers what was kept; its outbox sends the Ready reports by itself
-// and on demand, one session at a time; and the form is a window of its own to assistive
-// technology. When the input is due to be kept is the recovery suite's.
+// and on demand, one session at a time, its settings in a file of their own. When the input is
+// due to be kept is the recovery suite's.
 
 #include "app/OutboxControl.h"
 #include "app/frmZelvatmain.h"
 #include "common/Capture.h"
 #include "common/SampleReport.h"
 #include "common/WindowHome.h"
-#include "dialogs/frmZelvatPref.h"
 #include "link/ServerSession.h"
 #include "report_form/frmZelvatcts.h"
 #include "store/FormRecovery.h"
 #include "support/DatetimeLib.h"
 
-#include <QAccessible>
 #include <QDir>
 #include <QProgressDialog>
-#include <QSpinBox>
 #include <QtTest/qtestspontaneevent.h>
 
 using Answer = WindowHome::Answer;
@@ -169,6 +166,9 @@ private slots:
         QCOMPARE(server.messages(), 2);
         QCOMPARE(outbox->sbrOutbox->text(), QString("Outbox: no report waiting -- last run: 2 of 2 sent"));
         QVERIFY(capture.notices.isEmpty()); // the automatic runs say it in the panel only
+        outbox->setSettings({false, 30}); // as the preferences give them: kept in the outbox file
+        QCOMPARE(OutboxFile(home.path()).settings(), (OutboxFile::Settings{false, 30}));
+        QVERIFY(!readFile(home.stationPath()).contains("Retry")); // not in the station file
     }
 
     void sendReadyCanBeCancelled()
@@ -247,41 +247,6 @@ private slots:
         });
         QTest::mouseClick(f->cmdSubmit, Qt::LeftButton);
         QCOMPARE(silent.messages(), 1); // the form's, and no other
-    }
-
-    void preferencesOutboxTab()
-    {
-        WindowHome home;
-        const QSize plain = frmZelvatPref(home.station(), nullptr).size();
-        OutboxFile::Settings settings;
-        frmZelvatPref d(home.station(), nullptr, nullptr, &settings);
-        QCOMPARE(d.size(), plain); // the dialog keeps its size: a third tab
-        d.show();
-        d.SSTab1->setCurrentIndex(2);
-        QCOMPARE(d.SSTab1->tabText(2), QString("&Outbox")); // Alt+O
-        QVERIFY(d.chkAutoResend->isChecked());
-        QCOMPARE(d.txtFirstRetry->value(), 60);
-        QTest::keyClick(d.chkAutoResend, Qt::Key_Space);
-        QVERIFY(!d.txtFirstRetry->isEnabled()); // no interval without the automatic resend
-        QTest::keyClick(d.chkAutoResend, Qt::Key_Space);
-        d.txtFirstRetry->setValue(30);
-        QTest::mouseClick(d.cmdOK, Qt::LeftButton);
-        QCOMPARE(settings, (OutboxFile::Settings{true, 30}));
-
-        auto w = home.startMainWindow(true);
-        w->outbox()->setSettings({false, 30});
-        QCOMPARE(OutboxFile(home.path()).settings(), (OutboxFile::Settings{false, 30}));
-        QVERIFY(!readFile(home.stationPath()).contains("Retry")); // not in the station file
-    }
-
-    void theFormIsAWindow()
-    {
-        WindowHome home;
-        QAccessibleInterface *a = QAccessible::queryAccessibleInterface(home.openForm("NEW"));
-        QVERIFY(a);
-        QCOMPARE(a->role(), QAccessible::Window);
-        QCOMPARE(a->text(QAccessible::Name), QString("Zelvat - New report"));
-        QVERIFY(a->childCount() > 5); // its controls are still reached through it
     }
 };
 

@@ -1,5 +1,5 @@
 // The dialogs driven with key clicks offscreen: the station identification rules, the
-// preferences with their link test against a loopback server, the note.
+// preferences with their outbox tab and their link test against a loopback server, the note.
 
 #include "common/Capture.h"
 #include "common/WindowHome.h"
@@ -10,6 +10,7 @@
 #include "support/CommonConst.h"
 
 #include <QComboBox>
+#include <QSpinBox>
 #include <QTimer>
 
 // A box highlighted as missing or wrong, pale yellow.
@@ -124,11 +125,17 @@ private slots:
         QFETCH(QList<int>, yellow);
         WindowHome home("Enc=NONE\r\n");
         Capture capture;
-        frmZelvatPref d(home.station(), nullptr);
+        OutboxFile::Settings outbox; // the Outbox tab's (Alt+O), taken with the rest or not at all
+        frmZelvatPref d(home.station(), nullptr, nullptr, &outbox);
         d.show();
         for (int i = 0; i < 3; ++i)
             d.txtServer[i]->setText(server[i]);
         d.cboEncType->setCurrentIndex(1);
+        d.SSTab1->setCurrentIndex(2);
+        QCOMPARE(d.SSTab1->tabText(2) + QString::number(d.txtFirstRetry->value()), QString("&Outbox60"));
+        QTest::keyClick(d.chkAutoResend, Qt::Key_Space);
+        QVERIFY(!d.txtFirstRetry->isEnabled()); // no interval without the automatic resend
+        d.txtFirstRetry->setValue(30);
         QTest::mouseClick(d.cmdOK, Qt::LeftButton);
         QCOMPARE(d.isVisible(), !accepted);
         QCOMPARE(capture.notices.size(), said);
@@ -140,6 +147,7 @@ private slots:
         const ZelvatIni &s = home.station();
         const QStringList kept = accepted ? server + QStringList{"BASE64"} : QStringList{"127.0.0.1", "9334", "5000", "NONE"};
         QCOMPARE((QStringList{s.Hst, s.Prt, QString::number(s.Nto), s.Enc}), kept);
+        QCOMPARE(outbox, (accepted ? OutboxFile::Settings{false, 30} : OutboxFile::Settings{}));
     }
 
     void preferencesLinkTest()

@@ -9,6 +9,7 @@
 #include "link/ServerSession.h"
 #include "report_form/frmZelvatcts.h"
 
+#include <QAccessible>
 #include <QGroupBox>
 #include <QRadioButton>
 
@@ -208,6 +209,9 @@ private slots:
     {
         WindowHome home;
         frmZelvatcts *f = home.openForm("NEW");
+        QAccessibleInterface *a = QAccessible::queryAccessibleInterface(f); // a window of its own to assistive technology
+        QVERIFY(a && a->role() == QAccessible::Window && a->childCount() > 5);
+        QCOMPARE(a->text(QAccessible::Name), QString("Zelvat - New report"));
         QVERIFY(!f->txtMed[0]->isEnabled() && !f->SSTab1->isTabEnabled(0));
         QCOMPARE(paint(f->txtHeader[0]), kRequired); // empty required boxes start light red
         QCOMPARE(paint(f->txtHeader[2]), QApplication::palette().color(QPalette::Base));
