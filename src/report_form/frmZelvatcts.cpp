@@ -14,11 +14,11 @@
 #include "settings/ZelvatIni.h"
 #include "support/DatetimeLib.h"
 #include "store/EventNumbers.h"
+#include "store/FormPaste.h"
 #include "store/FormRules.h"
 #include "store/SaveStamps.h"
 #include "support/CodePage.h"
 #include "support/CommonConst.h"
-#include "support/FilterKey.h"
 #include "support/Platform.h"
 #include "support/StringLib.h"
 
@@ -571,31 +571,21 @@ bool frmZelvatcts::onKeyPress(const FormFields::Box &b, QKeyEvent *event)
     const QString text = event->text();
     if (!box->isEnabled() || text.size() != 1 || event->key() == Qt::Key_Tab || event->key() == Qt::Key_Backtab)
         return false;
-    const quint16 typed = text[0].unicode();
-    quint16 k = typed;
-
     // Typing clears a highlight of the box, and of the status text for the summary and law boxes.
     Paint::clear(box);
     if (b.group == FormFields::Group::Header || b.group == FormFields::Group::Law)
         setStatus(QString());
-    if (b.upperCase)
-        k = QChar(k).toUpper().unicode();
-    if (b.allowed)
-        k = FilterKey(k, QString::fromLatin1(b.allowed), true);
-    // A character the report file cannot hold is refused like any other.
-    if (k != 0 && k >= 32 && !CodePage::canEncode(QString(QChar(k))))
-        k = 0;
-
-    if (k == 0) {
+    const QChar k = FormPaste::typed(b, text[0]);
+    if (k.isNull()) {
         QApplication::beep();
         return true;
     }
-    if (k == typed)
+    if (k == text[0])
         return false;
     if (auto *line = qobject_cast<QLineEdit *>(box))
-        line->insert(QString(QChar(k)));
+        line->insert(QString(k));
     else
-        static_cast<QPlainTextEdit *>(box)->insertPlainText(QString(QChar(k)));
+        static_cast<QPlainTextEdit *>(box)->insertPlainText(QString(k));
     return true;
 }
 

@@ -5,11 +5,22 @@
 
 namespace FormPaste {
 
+QChar typed(const FormFields::Box &box, QChar c)
+{
+    if (box.upperCase)
+        c = c.toUpper();
+    if (box.allowed && FilterKey(c.unicode(), QString::fromLatin1(box.allowed), true) == 0)
+        return {};
+    // A character the report file cannot hold is refused like any other.
+    if (c.unicode() >= 0x20 && !CodePage::canEncode(QStringView(&c, 1)))
+        return {};
+    return c;
+}
+
 Result filter(const FormFields::Box &box, const QString &text)
 {
     Result r;
     r.text.reserve(text.size());
-    const QString allowed = box.allowed ? QString::fromLatin1(box.allowed) : QString();
     for (qsizetype i = 0; i < text.size(); ++i) {
         QChar c = text[i];
         if (c == QLatin1Char('\r') || c == QLatin1Char('\n')) {
@@ -21,14 +32,11 @@ Result filter(const FormFields::Box &box, const QString &text)
         }
         if (c == QLatin1Char('\t'))
             c = QLatin1Char(' ');
-        if (box.upperCase)
-            c = c.toUpper();
-        const bool kept = c.unicode() >= 0x20 && c.unicode() != 0x7F && (!box.allowed || FilterKey(c.unicode(), allowed, false) != 0)
-            && CodePage::canEncode(QStringView(&c, 1));
-        if (kept)
-            r.text += c;
-        else
+        const QChar k = c.unicode() < 0x20 || c.unicode() == 0x7F ? QChar() : typed(box, c);
+        if (k.isNull())
             ++r.refused;
+        else
+            r.text += k;
     }
     return r;
 }
