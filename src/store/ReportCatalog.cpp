@@ -72,13 +72,11 @@ int compareFolded(QByteArrayView a, QByteArrayView b)
     return a.size() < b.size() ? -1 : a.size() > b.size() ? 1 : 0;
 }
 
-// What is named like a report but is no file at all (a folder, a pipe, a device) has this state:
-// its row is shown in every folder, for the operator to see. No report file can hold it.
-constexpr qint16 kNotAReport = ReportList::NotAReport;
-
+// The State cell. What is named like a report but is no file at all (a folder, a pipe, a link)
+// has the state ReportList::NotAReport: its row is shown in every folder, for the operator to see.
 QString stateText(qint16 state)
 {
-    return state == kNotAReport ? QStringLiteral("Not a report") : Zelvat::stateName(state);
+    return state == ReportList::NotAReport ? QStringLiteral("Not a report") : Zelvat::stateName(state);
 }
 
 QByteArray stateBytes(qint16 state)
@@ -391,7 +389,7 @@ void ReportCatalog::read(int slot, const Identity &identity, qint64 lookedAtMs, 
                 appendEncoded(text, QString(SafeFile::describe(kind) + QStringLiteral(", not a report file")));
             text += '\0';
         }
-        card.state = kNotAReport;
+        card.state = ReportList::NotAReport;
         finish(card, text);
     } else {
         ScopedNotifier quiet(&collect);
@@ -587,7 +585,8 @@ QString ReportCatalog::cell(int slot, int column) const
     case ReportList::Location: return field(slot, Location);
     case ReportList::City: return field(slot, City);
     case ReportList::DateTime:
-        return m_cards[slot].state == kNotAReport ? QString() : ReportList::dateTimeCell(field(slot, Date), field(slot, Time));
+        return m_cards[slot].state == ReportList::NotAReport ? QString()
+                                                             : ReportList::dateTimeCell(field(slot, Date), field(slot, Time));
     default: return {};
     }
 }
@@ -683,7 +682,7 @@ QList<int> ReportCatalog::rowsOf(int folder) const
     QList<int> result;
     for (int s = 0; s < slotCount(); ++s) {
         const qint16 state = m_cards[s].state;
-        if (m_cards[s].live && (folder == Zelvat::StateAll || state == folder || state == kNotAReport))
+        if (m_cards[s].live && (folder == Zelvat::StateAll || state == folder || state == ReportList::NotAReport))
             result.append(s);
     }
     return sorted(result, ReportList::City);

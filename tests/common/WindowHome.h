@@ -39,8 +39,9 @@ public:
 
     // The report form for "NEW" or a report name, as the main window opens it.
     frmZelvatcts *openForm(const QString &eventRecord);
-    // The main window after its start-up. The station dialog is counted, not shown; the report forms it asks for are recorded in `opened`,
-    // or opened where `forms`; the offer of kept input is answered by `answer`.
+    // The main window after its start-up. The station dialog is counted, not shown; the report
+    // forms it asks for are recorded in `opened`, or opened where `forms`; the offer of kept input
+    // is answered by `answer`.
     using Answer = frmZelvatmain::RecoveryAnswer;
     std::unique_ptr<frmZelvatmain> startMainWindow(bool forms = false, const std::function<Answer(const QString &)> &answer = {});
 

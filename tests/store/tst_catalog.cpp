@@ -383,7 +383,7 @@ private slots:
         QVERIFY(changed.wait(2000));
         QCOMPARE(watch.takeChanges(&everything), QStringList{name + ".911"});
         QVERIFY(!everything);
-        // Where notices do not count, every look is a whole one (how soon it comes is the search suite's).
+        // Where notices do not count, every look is a whole one (how soon it comes is tst_app's).
         watch.ignoreNotices(true);
         watch.takeChanges(&everything);
         QVERIFY(everything);
