@@ -10,9 +10,9 @@
 #include "dialogs/frmZelvatPref.h"
 #include "report_form/frmZelvatcts.h"
 #include "support/DatetimeLib.h"
+#include "store/CatalogUpdates.h"
 #include "store/ProgramFolder.h"
 #include "store/ReportCatalog.h"
-#include "store/ReportFolderWatch.h"
 #include "store/ReportList.h"
 #include "support/CommonConst.h"
 #include "support/Platform.h"
@@ -96,12 +96,19 @@ frmZelvatmain::frmZelvatmain(const QString &programFolder, QWidget *parent)
     };
     m_outbox = new OutboxControl(this);
     m_recoveryOffer = new RecoveryOffer(this);
+    // What the catalog takes in by itself the list shows; the late first look is also told.
+    m_updates = new CatalogUpdates(m_catalog.get(), this);
+    connect(m_updates, &CatalogUpdates::changed, this, &frmZelvatmain::syncList);
+    connect(m_updates, &CatalogUpdates::firstLookTaken, this, [this] {
+        syncList();
+        tellUnreadable(m_catalog->unreadable());
+    });
 }
 
 frmZelvatmain::~frmZelvatmain()
 {
     // The catalog goes before the widgets do: nothing may ask it for rows after this.
-    delete m_watch;
+    delete m_updates;
     LV->setModel(nullptr);
 }
 
@@ -318,9 +325,8 @@ void frmZelvatmain::Form_Load()
     m_station.load();
     ZelvatLogLib::SetupLog(m_folder, true);
     m_reader = std::make_unique<ZelvatMsg>(m_folder);
-    startWatching();
     // The folder is listed while the rows of the last run are read back: the first refill needs both.
-    m_firstLook = std::async(std::launch::async, &ReportCatalog::listFolder, m_catalog->messageFolder());
+    m_updates->start();
     m_catalog->loadIndex();
     // The Ready folder in the list font of the station settings.
     m_currentFolder = Zelvat::StateReady;
@@ -428,7 +434,7 @@ void frmZelvatmain::BuildNewMsgList()
 {
     if (!m_reader)
         return;
-    refreshCatalog();
+    m_updates->update();
     // A refilled list is ordered by City. A new folder's rows are sorted once, as they arrive:
     // the order is set on the empty list first.
     m_sortKey = ReportList::City;
@@ -450,51 +456,6 @@ void frmZelvatmain::BuildNewMsgList()
     tellUnreadable(m_catalog->unreadable());
 }
 
-// The catalog learns what changed in the message folder: the files the watcher was told of, or
-// the whole folder where it cannot tell.
-void frmZelvatmain::refreshCatalog()
-{
-    // The rows the index held are shown at once; the first look at the folder, which confirms
-    // them, is taken when it is ready. Without an index every file is read, and it is waited for.
-    if (m_firstLook.valid() && m_catalog->liveCount() > 0
-        && m_firstLook.wait_for(std::chrono::seconds(0)) != std::future_status::ready) {
-        awaitFirstLook();
-        return;
-    }
-    bool everything = true;
-    const QStringList changed = m_watch ? m_watch->takeChanges(&everything) : QStringList();
-    if (m_firstLook.valid()) {
-        // The first look began after the watch: what changed since, the watch names.
-        m_catalog->apply(m_firstLook.get());
-        if (!changed.isEmpty())
-            m_catalog->refresh(changed);
-        return;
-    }
-    if (everything)
-        m_catalog->refresh();
-    else if (!changed.isEmpty())
-        m_catalog->refresh(changed);
-}
-
-// Looks again shortly whether the first look at the folder is ready; when it is, the list takes
-// what it found (files changed, added or gone while the program was not running).
-void frmZelvatmain::awaitFirstLook()
-{
-    if (m_awaitingFirstLook)
-        return;
-    m_awaitingFirstLook = true;
-    QTimer::singleShot(20, this, [this] {
-        m_awaitingFirstLook = false;
-        if (!m_firstLook.valid())
-            return;
-        refreshCatalog();
-        if (m_firstLook.valid())
-            return; // not ready yet: looked at again
-        syncList();
-        tellUnreadable(m_catalog->unreadable());
-    });
-}
-
 // The list follows the catalog; the report at the top of the view stays there, and when every
 // row was replaced the selection comes back too.
 void frmZelvatmain::syncList()
@@ -509,25 +470,9 @@ void frmZelvatmain::refreshList()
 {
     if (!m_reader)
         return;
-    bool everything = true;
-    if (m_watch)
-        m_watch->takeChanges(&everything); // the whole folder is looked at anyway
-    m_catalog->refresh();
+    m_updates->reread();
     syncList();
     tellUnreadable(m_catalog->unreadable());
-}
-
-void frmZelvatmain::startWatching()
-{
-    m_watch = new ReportFolderWatch(m_catalog->messageFolder(), this);
-    connect(m_watch, &ReportFolderWatch::changed, this, [this] {
-        refreshCatalog();
-        syncList();
-    });
-    connect(m_watch, &ReportFolderWatch::looked, this, [this](const ReportCatalog::Listing &listing) {
-        m_catalog->apply(listing);
-        syncList();
-    });
 }
 
 void frmZelvatmain::showItemCount()
@@ -537,6 +482,11 @@ void frmZelvatmain::showItemCount()
     sbrStatus->setText(m_found->searching() ? ReportList::itemsText(shown, total) : ReportList::itemsText(total));
     // An empty list takes no part in keyboard input.
     LV->setFocusPolicy(shown > 0 ? Qt::StrongFocus : Qt::NoFocus);
+}
+
+ReportFolderWatch *frmZelvatmain::folderWatch() const
+{
+    return m_updates->watch();
 }
 
 QSortFilterProxyModel *frmZelvatmain::listRows() const

@@ -9,7 +9,6 @@
 #include <QSet>
 #include <array>
 #include <functional>
-#include <future>
 #include <memory>
 
 class QAction;
@@ -20,6 +19,7 @@ class QPushButton;
 class QSortFilterProxyModel;
 class QTimer;
 class QTreeView;
+class CatalogUpdates;
 class OutboxControl;
 class RecoveryOffer;
 class ReportFolderWatch;
@@ -69,7 +69,7 @@ public:
     // The rows in the order the list shows them (those of a search while one is typed).
     QSortFilterProxyModel *listRows() const;
     ReportCatalog &catalog() const { return *m_catalog; }
-    ReportFolderWatch *folderWatch() const { return m_watch; }
+    ReportFolderWatch *folderWatch() const;
     double listFontSize() const { return m_listFontSize; }
     int sortKey() const { return m_sortKey; }
     Qt::SortOrder sortOrder() const { return m_sortOrder; }
@@ -144,19 +144,14 @@ private:
     void setListFontSize(double size);
     void tellUnreadable(const QList<Notice> &notices);
     void updateSelectionCommands();
-    void refreshCatalog();
-    void awaitFirstLook();
     void syncList();
     void showItemCount();
-    void startWatching();
 
     QString m_folder;
     ZelvatIni m_station;
     std::unique_ptr<ZelvatMsg> m_reader;
     std::unique_ptr<ReportCatalog> m_catalog; // every report's row, kept between refills
-    std::future<ReportCatalog::Listing> m_firstLook; // the folder as start-up found it
-    bool m_awaitingFirstLook = false;
-    ReportFolderWatch *m_watch = nullptr;
+    CatalogUpdates *m_updates = nullptr; // keeps the catalog current with the folder
     ReportListModel *m_model = nullptr;
     ReportListSorter *m_sorted = nullptr;
     ReportListFilter *m_found = nullptr;
