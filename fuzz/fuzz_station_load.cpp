@@ -12,13 +12,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     const QString path = ProgramFolder::stationFile(Fuzz::Folder());
     Fuzz::WriteAll(path, data, size);
     ZelvatIni ini(path);
-    ini.Load();
-    if (!ini.Save())
+    ini.load();
+    if (!ini.save())
         abort();
     ZelvatIni again(path);
     // Text values holding a line break cannot come back as they were (the break splits the
     // line); every other value must.
-    again.Load();
+    again.load();
     const auto same = [](const QString &a, const QString &b) {
         return a == b || a.contains(QLatin1Char('\r')) || a.contains(QLatin1Char('\n'));
     };
