@@ -2,18 +2,24 @@
 
 #include "store/ReportFolderWatch.h"
 
-#include <QTimer>
+#include <QPromise>
+
+#include <memory>
 
 CatalogUpdates::CatalogUpdates(ReportCatalog *catalog, QObject *parent)
     : QObject(parent)
     , m_catalog(catalog)
 {
+    m_pool.setMaxThreadCount(1);
+    connect(&m_firstLook, &QFutureWatcher<ReportCatalog::Listing>::finished, this, &CatalogUpdates::firstLookReady);
 }
 
-// The watch goes first: nothing it still delivers may reach the catalog after this.
+// The watch goes first: nothing it still delivers may reach the catalog after this. A first look
+// still running is waited for.
 CatalogUpdates::~CatalogUpdates()
 {
     delete m_watch;
+    m_pool.waitForDone();
 }
 
 void CatalogUpdates::start()
@@ -27,21 +33,29 @@ void CatalogUpdates::start()
         m_catalog->apply(listing);
         emit changed();
     });
-    m_firstLook = std::async(std::launch::async, &ReportCatalog::listFolder, m_catalog->messageFolder());
+    auto promise = std::make_shared<QPromise<ReportCatalog::Listing>>();
+    m_firstLook.setFuture(promise->future());
+    m_firstLookPending = true;
+    m_pool.start([promise, folder = m_catalog->messageFolder()] {
+        promise->start();
+        promise->addResult(ReportCatalog::listFolder(folder));
+        promise->finish();
+    });
 }
 
 void CatalogUpdates::update()
 {
-    if (m_firstLook.valid() && m_catalog->liveCount() > 0
-        && m_firstLook.wait_for(std::chrono::seconds(0)) != std::future_status::ready) {
-        awaitFirstLook();
+    if (m_firstLookPending && m_catalog->liveCount() > 0 && !m_firstLook.isFinished()) {
+        m_updateAwaits = true; // done when the first look is ready
         return;
     }
     bool everything = true;
     const QStringList changed = m_watch ? m_watch->takeChanges(&everything) : QStringList();
-    if (m_firstLook.valid()) {
+    if (m_firstLookPending) {
         // The first look began after the watch: what changed since, the watch names.
-        m_catalog->apply(m_firstLook.get());
+        m_firstLookPending = false;
+        m_firstLook.waitForFinished();
+        m_catalog->apply(m_firstLook.result());
         if (!changed.isEmpty())
             m_catalog->refresh(changed);
         return;
@@ -60,19 +74,13 @@ void CatalogUpdates::reread()
     m_catalog->refresh();
 }
 
-// Looks again shortly whether the first look at the folder is ready; when it is, the catalog
-// takes what it found (files changed, added or gone while the program was not running).
-void CatalogUpdates::awaitFirstLook()
+// The first look at the folder is ready. When an update waits for it, the catalog takes what it
+// found (files changed, added or gone while the program was not running).
+void CatalogUpdates::firstLookReady()
 {
-    if (m_awaitingFirstLook)
+    if (!m_updateAwaits || !m_firstLookPending)
         return;
-    m_awaitingFirstLook = true;
-    QTimer::singleShot(20, this, [this] {
-        m_awaitingFirstLook = false;
-        if (!m_firstLook.valid())
-            return;
-        update();
-        if (!m_firstLook.valid())
-            emit firstLookTaken();
-    });
+    m_updateAwaits = false;
+    update();
+    emit firstLookTaken();
 }

@@ -2,8 +2,9 @@
 
 #include "store/ReportCatalog.h"
 
+#include <QFutureWatcher>
 #include <QObject>
-#include <future>
+#include <QThreadPool>
 
 class ReportFolderWatch;
 
@@ -37,10 +38,12 @@ signals:
     void firstLookTaken();
 
 private:
-    void awaitFirstLook();
+    void firstLookReady();
 
     ReportCatalog *m_catalog;
     ReportFolderWatch *m_watch = nullptr;
-    std::future<ReportCatalog::Listing> m_firstLook; // the folder as start-up found it
-    bool m_awaitingFirstLook = false;
+    QThreadPool m_pool;
+    QFutureWatcher<ReportCatalog::Listing> m_firstLook; // the folder as start-up found it
+    bool m_firstLookPending = false;                    // made and not yet taken in
+    bool m_updateAwaits = false;                        // an update waits for the first look
 };

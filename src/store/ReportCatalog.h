@@ -114,6 +114,8 @@ public:
     const QString &fileName(int slot) const { return m_cards[slot].fileName; }
     qint16 state(int slot) const { return m_cards[slot].state; }
     QString field(int slot, Field f) const;
+    // The State cell of a state ("Not a report" for ReportList::NotAReport).
+    static QString stateText(qint16 state);
     // The list's cell of a column (ReportList::Column), and the whole row.
     QString cell(int slot, int column) const;
     ReportList::Row row(int slot) const;

@@ -5,6 +5,7 @@
 #include "support/CodePage.h"
 #include "support/CommonConst.h"
 #include "support/Platform.h"
+#include "support/StringLib.h"
 
 #include <algorithm>
 #include <vector>
@@ -26,16 +27,6 @@ QByteArray start()
     QByteArray out("\xEF\xBB\xBF");
     appendRow(out, headers());
     return out;
-}
-
-// A field's bytes as its getter gives them, blanks trimmed at both ends.
-QByteArrayView trimmed(QByteArrayView v)
-{
-    while (!v.isEmpty() && v.front() == ' ')
-        v = v.sliced(1);
-    while (!v.isEmpty() && v.back() == ' ')
-        v.chop(1);
-    return v;
 }
 
 void appendAsIs(QByteArray &out, QByteArrayView bytes)
@@ -86,7 +77,7 @@ void appendReport(QByteArray &out, const QString &name, const ZelvatMsg::Fields 
         if (ZelvatMsg::isIntegerKey(k))
             out += QByteArray::number(fields.number[int(k)]);
         else
-            appendCell(out, trimmed(fields.text[int(k)]), k == Key::DTL || k == Key::PDE, CodePage::appendUtf8);
+            appendCell(out, StringLib::trimBlanks(fields.text[int(k)]), k == Key::DTL || k == Key::PDE, CodePage::appendUtf8);
     }
     out += "\r\n";
 }
@@ -179,7 +170,7 @@ Export fromFolder(ZelvatMsg &reader, int folder)
         appendReport(rows, name, *fields);
         ReportList::Row listed; // only what the default order looks at
         listed.cells[ReportList::Idx] = name;
-        listed.cells[ReportList::City] = CodePage::decode(trimmed(fields->text[int(Key::CTY)]));
+        listed.cells[ReportList::City] = CodePage::decode(StringLib::trimBlanks(fields->text[int(Key::CTY)]));
         placed.push_back({ReportList::sortKey(listed, ReportList::City), at, rows.size() - at});
     }
     std::sort(placed.begin(), placed.end(), [](const Placed &a, const Placed &b) { return a.key < b.key; });

@@ -6,8 +6,8 @@
 #include <QSet>
 #include <QThreadPool>
 
+class FolderNotices;
 class QFileSystemWatcher;
-class QSocketNotifier;
 class QTimer;
 
 // Keeps watch on a message folder for changes made by other programs (the headless client, a
@@ -59,8 +59,7 @@ private:
     bool m_networkFolder = false;
     bool m_looking = false;
     bool m_watchLost = false;
-    int m_notifyFd = -1;
-    QSocketNotifier *m_notifier = nullptr;
+    FolderNotices *m_notices = nullptr; // the system's notices, where it delivers them
     QFileSystemWatcher *m_fallback = nullptr;
     QTimer *m_settle = nullptr;
     QTimer *m_look = nullptr;

@@ -1,5 +1,6 @@
 #include "store/ReportImport.h"
 
+#include "store/ReportFileName.h"
 #include "store/ZelvatMsg.h"
 #include "support/Platform.h"
 #include "support/SafeFile.h"
@@ -24,7 +25,7 @@ struct Hush : Notifier, EventLog {
 // Why a file name cannot be a report's; empty when it can. `name` gets the report name.
 QString badName(const QString &fileName, QString *name)
 {
-    if (!fileName.endsWith(QLatin1String(".911")))
+    if (!ReportFileName::isReportFile(fileName))
         return QStringLiteral("its name does not end in .911");
     *name = fileName.chopped(4);
     if (name->isEmpty() || StringLib::trimBlanks(*name).isEmpty())
@@ -32,7 +33,7 @@ QString badName(const QString &fileName, QString *name)
     if (StringLib::trimBlanks(*name) != *name)
         return QStringLiteral("its name begins or ends with a blank");
     // The list drops every ".911" from a file name: such a report would show under another name.
-    if (name->contains(QLatin1String(".911")))
+    if (ReportFileName::reportName(fileName) != *name)
         return QStringLiteral("its name holds .911 more than once");
     if (!ZelvatMsg::isSafeName(*name))
         return QStringLiteral("its name holds characters a report name cannot hold (\"\\\", \"..\" or a control character)");

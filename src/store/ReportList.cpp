@@ -1,13 +1,10 @@
 #include "store/ReportList.h"
 
 #include "store/ZelvatMsg.h"
-#include "support/CommonConst.h"
-#include "support/SafeFile.h"
 
 #include <QDate>
 #include <QFileInfo>
 #include <QTime>
-#include <algorithm>
 
 namespace ReportList {
 
@@ -26,47 +23,6 @@ QString dateTimeCell(const QString &adt, const QString &atm)
         + atm.mid(0, 2) + QLatin1Char(':') + atm.mid(2, 2);
 }
 
-Row rowOf(const QString &name, const ZelvatMsg &record)
-{
-    Row row;
-    row.state = record.AST();
-    row.cells = {name,
-                 Zelvat::stateName(row.state),
-                 record.EID(),
-                 record.TYP(),
-                 record.ISS(),
-                 record.AD1(),
-                 record.CTY(),
-                 dateTimeCell(record.ADT(), record.ATM())};
-    return row;
-}
-
-QList<Row> build(ZelvatMsg &reader, int folder)
-{
-    QList<Row> rows;
-    const QStringList names = reader.fileNames();
-    rows.reserve(names.size());
-    for (const QString &name : names) {
-        if (!reader.Load(name)) {
-            // What is no report file at all is shown in every folder, for the operator to see.
-            const SafeFile::Kind kind = SafeFile::kindOf(reader.pathFor(name));
-            if (kind != SafeFile::Kind::Regular && kind != SafeFile::Kind::Missing) {
-                Row row;
-                row.cells[Idx] = name;
-                row.state = NotAReport;
-                row.cells[State] = QStringLiteral("Not a report");
-                row.cells[Issue] = SafeFile::describe(kind) + QStringLiteral(", not a report file");
-                rows.append(std::move(row));
-                continue;
-            }
-        }
-        if (folder != Zelvat::StateAll && reader.AST() != folder)
-            continue;
-        rows.append(rowOf(name, reader));
-    }
-    return rows;
-}
-
 QString whyUnreadable(const ZelvatMsg &reader, const QString &name)
 {
     const QString file = name + QStringLiteral(".911");
@@ -80,21 +36,6 @@ QString sortKey(const Row &row, int column)
     const QString value = column == DateTime ? QString::asprintf("%019.6f", chronoValue(row.cells[DateTime]))
                                              : row.cells[column].toCaseFolded();
     return value + QChar(0) + row.cells[Idx];
-}
-
-void sortRows(QList<Row> &rows, int column, Qt::SortOrder order)
-{
-    if (column < 0 || column >= ColumnCount)
-        return;
-    QList<std::pair<QString, Row>> keyed;
-    keyed.reserve(rows.size());
-    for (Row &r : rows)
-        keyed.append({sortKey(r, column), std::move(r)});
-    std::sort(keyed.begin(), keyed.end(), [order](const auto &a, const auto &b) {
-        return order == Qt::AscendingOrder ? a.first < b.first : b.first < a.first;
-    });
-    for (qsizetype i = 0; i < rows.size(); ++i)
-        rows[i] = std::move(keyed[i].second);
 }
 
 double chronoValue(QStringView cell)

@@ -1,6 +1,7 @@
 #include "store/ZelvatMsg.h"
 
 #include "support/DatetimeLib.h"
+#include "store/ReportFileName.h"
 #include "store/SaveStamps.h"
 #include "support/CodePage.h"
 #include "support/CommonConst.h"
@@ -9,16 +10,10 @@
 #include "support/StringLib.h"
 
 #include <QDir>
-#include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
 #include <algorithm>
 #include <optional>
-
-#ifdef Q_OS_UNIX
-#include <cstring>
-#include <dirent.h>
-#endif
 
 namespace {
 
@@ -91,15 +86,6 @@ void forEachLine(QByteArrayView data, F &&f)
         if (!f(line, control))
             return;
     }
-}
-
-QByteArrayView trimBlanks(QByteArrayView v)
-{
-    while (!v.isEmpty() && v.front() == ' ')
-        v = v.sliced(1);
-    while (!v.isEmpty() && v.back() == ' ')
-        v.chop(1);
-    return v;
 }
 
 // Why a line makes the bytes no report file (too long, or holding a control character other
@@ -295,7 +281,7 @@ bool ZelvatMsg::scan(QByteArrayView data, Fields *fields, RunError *error, int *
         if (badField)
             return true;
         const qsizetype eq = line.indexOf('=');
-        const int field = fieldOf(trimBlanks(eq < 0 ? line : line.first(eq)));
+        const int field = fieldOf(StringLib::trimBlanks(eq < 0 ? line : line.first(eq)));
         if (field < 0)
             return true;
         anyKey = true;
@@ -540,44 +526,21 @@ bool ZelvatMsg::Fdelete(const QString &name, qint16 state)
 
 QList<ZelvatMsg::Listed> ZelvatMsg::listFiles() const
 {
-    QList<Listed> files;
     // Every entry named like a report, whatever it is: what is no report file is listed too, so
-    // that the operator sees it; the loader refuses it. The name is the file's with every ".911"
-    // in it taken out.
-    const auto take = [&](QString name, quint64 inode, const auto &path) {
-        name.remove(QStringLiteral(".911"));
-        if (StringLib::trimBlanks(name).isEmpty()) {
-            EventLog::current().error(QStringLiteral("Tn911:BuildFileList, detected, excluded an extent-only '.911' file"));
-            return;
-        }
-        if (name.contains(QLatin1Char('\r')) || name.contains(QLatin1Char('\n'))) {
-            EventLog::current().error(QStringLiteral("Tn911:BuildFileList, excluded a file whose name holds a line break: ")
-                                      + path());
-            return;
-        }
-        files.append({name, inode});
-    };
-#ifdef Q_OS_UNIX
-    // The folder read as it stands, nothing looked at but the entries: a list of thousands.
-    DIR *dir = ::opendir(QFile::encodeName(m_folder).constData());
-    if (!dir)
-        return files;
-    while (const dirent *e = ::readdir(dir)) {
-        const size_t length = std::strlen(e->d_name);
-        if (length < 4 || std::memcmp(e->d_name + length - 4, ".911", 4) != 0)
-            continue;
-        const QString fileName = QFile::decodeName(e->d_name);
-        take(fileName, e->d_type == DT_REG ? quint64(e->d_ino) : 0, [&] { return m_folder + QLatin1Char('/') + fileName; });
+    // that the operator sees it; the loader refuses it. The folder is read as it stands, nothing
+    // looked at but the entries: a list of thousands.
+    QList<SafeFile::Entry> entries;
+    SafeFile::Folder(m_folder).list(ReportFileName::Extension, SafeFile::Folder::Look::Names, &entries);
+    QList<Listed> files;
+    files.reserve(entries.size());
+    for (const SafeFile::Entry &entry : entries) {
+        QString excluded;
+        const QString name = ReportFileName::listedName(entry.fileName, m_folder, &excluded);
+        if (name.isNull())
+            EventLog::current().error(excluded);
+        else
+            files.append({name, entry.kind == SafeFile::Kind::Regular ? entry.inode : 0});
     }
-    ::closedir(dir);
-#else
-    QDirIterator it(m_folder, QDir::AllEntries | QDir::System | QDir::Hidden | QDir::NoDotAndDotDot);
-    while (it.hasNext()) {
-        it.next();
-        if (it.fileName().endsWith(QLatin1String(".911")))
-            take(it.fileName(), 0, [&] { return it.filePath(); });
-    }
-#endif
     return files;
 }
 

@@ -113,4 +113,38 @@ QString unencodable(QStringView text)
     return found;
 }
 
+const Folding &folding()
+{
+    static const Folding f = [] {
+        Folding f;
+        for (int b = 0; b < 256; ++b) {
+            const char c = char(b);
+            const QChar ch = decode(QByteArrayView(&c, 1)).at(0);
+            const QChar folded = ch.toCaseFolded();
+            f.unit[b] = folded.unicode();
+            const QByteArray back = encode(QString(folded));
+            f.byte[b] = canEncode(QString(folded)) ? back.at(0) : c;
+        }
+        std::array<char16_t, 256> units = f.unit;
+        std::sort(units.begin(), units.end());
+        const auto last = std::unique(units.begin(), units.end());
+        for (int b = 0; b < 256; ++b)
+            f.rank[b] = quint8(1 + (std::lower_bound(units.begin(), last, f.unit[b]) - units.begin()));
+        return f;
+    }();
+    return f;
+}
+
+int compareFolded(QByteArrayView a, QByteArrayView b)
+{
+    const auto &unit = folding().unit;
+    const qsizetype n = std::min(a.size(), b.size());
+    for (qsizetype i = 0; i < n; ++i) {
+        const char16_t x = unit[quint8(a[i])], y = unit[quint8(b[i])];
+        if (x != y)
+            return x < y ? -1 : 1;
+    }
+    return a.size() < b.size() ? -1 : a.size() > b.size() ? 1 : 0;
+}
+
 } // namespace CodePage

@@ -9,10 +9,13 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #else
+#include <QDateTime>
+#include <QDirIterator>
 #include <QSaveFile>
 #endif
 
@@ -253,6 +256,81 @@ bool Folder::readAll(const QString &fileName, qint64 maxBytes, QByteArray *bytes
     return readIn(m_fd, QFile::encodeName(fileName), path, maxBytes, bytes, error);
 }
 
+namespace {
+
+Kind kindOfListed(unsigned char type)
+{
+    switch (type) {
+    case DT_REG: return Kind::Regular;
+    case DT_DIR: return Kind::Directory;
+    case DT_LNK: return Kind::SymbolicLink;
+    case DT_FIFO: return Kind::Fifo;
+    case DT_SOCK: return Kind::Socket;
+    case DT_CHR: case DT_BLK: return Kind::Device;
+    default: return Kind::Other;
+    }
+}
+
+void fillIdentity(const struct stat &st, Entry *entry)
+{
+    entry->kind = kindOfMode(st.st_mode);
+    entry->inode = quint64(st.st_ino);
+    entry->size = entry->kind == Kind::Regular ? qint64(st.st_size) : -1;
+#ifdef Q_OS_DARWIN
+    entry->modifiedNs = qint64(st.st_mtimespec.tv_sec) * 1000000000 + st.st_mtimespec.tv_nsec;
+#else
+    entry->modifiedNs = qint64(st.st_mtim.tv_sec) * 1000000000 + st.st_mtim.tv_nsec;
+#endif
+}
+
+} // namespace
+
+bool Folder::list(QByteArrayView suffix, Look look, QList<Entry> *entries, RunError *error) const
+{
+    entries->clear();
+    // A descriptor of the listing's own: a listing has a position, which the folder's must not share.
+    const int fd = m_fd >= 0 ? ::openat(m_fd, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC) : -1;
+    DIR *dir = fd >= 0 ? ::fdopendir(fd) : nullptr;
+    if (!dir) {
+        const int err = m_fd >= 0 ? errno : ENOENT;
+        if (fd >= 0)
+            ::close(fd);
+        return fail(error, fromErrno(err, QStringLiteral("could not list ") + native(m_path)));
+    }
+    while (const dirent *e = ::readdir(dir)) {
+        const QByteArrayView name(e->d_name);
+        if (!name.endsWith(suffix) || name == "." || name == "..")
+            continue;
+        Entry entry;
+        if (look == Look::Identity) {
+            struct stat st {};
+            if (::fstatat(::dirfd(dir), e->d_name, &st, AT_SYMLINK_NOFOLLOW) != 0)
+                continue; // gone since the list was read
+            fillIdentity(st, &entry);
+        } else {
+            entry.kind = kindOfListed(e->d_type);
+            entry.inode = quint64(e->d_ino);
+        }
+        entry.fileName = QFile::decodeName(e->d_name);
+        entries->append(std::move(entry));
+    }
+    ::closedir(dir);
+    return true;
+}
+
+bool Folder::lookUp(const QString &fileName, Entry *entry) const
+{
+    struct stat st {};
+    int err = 0;
+    if (m_fd < 0 || fileName.contains(QLatin1Char('/'))
+        || lookAt(m_fd, QFile::encodeName(fileName), &st, &err) == Kind::Missing)
+        return false;
+    *entry = Entry{};
+    entry->fileName = fileName;
+    fillIdentity(st, entry);
+    return true;
+}
+
 bool Folder::readListed(const QString &fileName, quint64 inode, qint64 maxBytes, QByteArray *bytes, RunError *error) const
 {
     if (m_fd < 0 || fileName.contains(QLatin1Char('/')))
@@ -413,6 +491,34 @@ bool Folder::readAll(const QString &fileName, qint64 maxBytes, QByteArray *bytes
 bool Folder::readListed(const QString &fileName, quint64, qint64 maxBytes, QByteArray *bytes, RunError *error) const
 {
     return readAll(fileName, maxBytes, bytes, error);
+}
+
+bool Folder::list(QByteArrayView suffix, Look look, QList<Entry> *entries, RunError *) const
+{
+    entries->clear();
+    const QString ending = QFile::decodeName(suffix.toByteArray());
+    QDirIterator it(m_path, QDir::AllEntries | QDir::System | QDir::Hidden | QDir::NoDotAndDotDot);
+    while (it.hasNext()) {
+        it.next();
+        Entry entry;
+        entry.fileName = it.fileName();
+        if (entry.fileName.endsWith(ending) && (look == Look::Names || lookUp(entry.fileName, &entry)))
+            entries->append(std::move(entry));
+    }
+    return true;
+}
+
+bool Folder::lookUp(const QString &fileName, Entry *entry) const
+{
+    const QFileInfo info(m_path + QLatin1Char('/') + fileName);
+    if (!info.exists() && !info.isSymLink())
+        return false;
+    *entry = Entry{};
+    entry->fileName = fileName;
+    entry->kind = kindOf(info.filePath());
+    entry->size = entry->kind == Kind::Regular ? info.size() : -1;
+    entry->modifiedNs = info.lastModified().toMSecsSinceEpoch() * 1000000;
+    return true;
 }
 
 bool writeAtomically(const QString &path, const QByteArray &bytes, RunError *error, Flush)

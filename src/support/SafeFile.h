@@ -3,6 +3,7 @@
 #include "support/RunError.h"
 
 #include <QByteArray>
+#include <QList>
 #include <QString>
 
 // The one way the program reads and writes its files (reports, settings, the session log).
@@ -21,15 +22,38 @@ QString describe(Kind kind);
 // A file over maxBytes is refused without being read. A missing file gives FileNotFound.
 bool readAll(const QString &path, qint64 maxBytes, QByteArray *bytes, RunError *error);
 
-// A folder whose files are read one after another, as the list and the export read thousands:
-// each file is looked up by its name within the folder, whose path is walked once, and read as
-// readAll reads it. `bytes` keeps its room from one file to the next.
+// One entry of a folder, looked at without following a link. A regular file's identity (size,
+// modification time, inode) tells one version of it from another.
+struct Entry {
+    QString fileName;
+    Kind kind = Kind::Other;
+    qint64 size = -1;      // of a regular file; -1 for anything else
+    qint64 modifiedNs = 0; // the last modification, since the epoch; 0 when not looked at
+    quint64 inode = 0;     // 0 when not known
+};
+
+// A folder whose files are listed and read one after another, as the list and the export read
+// thousands: each file is looked up by its name within the folder, whose path is walked once, and
+// read as readAll reads it. `bytes` keeps its room from one file to the next.
 class Folder {
 public:
     explicit Folder(const QString &path);
     ~Folder();
     Folder(const Folder &) = delete;
     Folder &operator=(const Folder &) = delete;
+
+    // How much a listing tells of each entry. Names: only what the folder's own list says, the
+    // kind and inode where the system gives them there (Kind::Other, 0 where not). Identity:
+    // every entry is looked at (kind, size, modification time, inode), and one gone since the
+    // list was read is left out.
+    enum class Look { Names, Identity };
+    // The entries whose names end in `suffix` (the name's bytes as the system keeps them), in the
+    // order the folder lists them; never "." or "..". A folder that cannot be read lists nothing.
+    bool list(QByteArrayView suffix, Look look, QList<Entry> *entries, RunError *error = nullptr) const;
+    // The entry `fileName`, as a listing of its identity finds it; false when nothing stands there
+    // or the folder cannot be opened.
+    bool lookUp(const QString &fileName, Entry *entry) const;
+
     bool readAll(const QString &fileName, qint64 maxBytes, QByteArray *bytes, RunError *error) const;
     // readAll of a file a listing of the folder has just found to be a regular file (no link)
     // with the inode `inode`: that look stands for readAll's own, and the file is refused, as

@@ -56,6 +56,15 @@ QString trimBlanks(QStringView text)
     return text.mid(start, end - start).toString();
 }
 
+QByteArrayView trimBlanks(QByteArrayView bytes)
+{
+    while (!bytes.isEmpty() && bytes.front() == ' ')
+        bytes = bytes.sliced(1);
+    while (!bytes.isEmpty() && bytes.back() == ' ')
+        bytes.chop(1);
+    return bytes;
+}
+
 QString properCase(QStringView text)
 {
     QString out;

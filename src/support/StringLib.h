@@ -2,6 +2,7 @@
 
 #include "support/RunError.h"
 
+#include <QByteArrayView>
 #include <QString>
 #include <QStringView>
 #include <optional>
@@ -29,6 +30,8 @@ QString stripTrailingBreaks(const QString &text);
 
 // The text without blanks (spaces) at either end; tabs and other characters stay.
 QString trimBlanks(QStringView text);
+// The same for bytes (code-page text), as a view into them.
+QByteArrayView trimBlanks(QByteArrayView bytes);
 
 // First letter of every word upper case, every other letter lower case. Words are separated
 // by blanks, tabs and line breaks only, so "o'neil-smith" becomes "O'neil-smith".

@@ -5,6 +5,7 @@
 
 #include "common/Capture.h"
 #include "common/ProgramHome.h"
+#include "common/ReferenceList.h"
 #include "common/SampleReport.h"
 #include "store/RepeatCallers.h"
 #include "store/ReportCatalog.h"
@@ -56,7 +57,7 @@ QStringList fullRead(const QString &home)
     Capture capture;
     ZelvatMsg reader(home);
     QStringList rows, unreadable;
-    for (const ReportList::Row &row : ReportList::build(reader, 0))
+    for (const ReportList::Row &row : ReferenceList::build(reader, 0))
         rows << line(row);
     // The catalog never tries to load what is no report file: its row says what it is.
     for (const QString &text : capture.noticeTexts())
@@ -264,8 +265,8 @@ private slots:
         ReportCatalog catalog(home.path());
         catalog.refresh();
         ZelvatMsg reader(home.path());
-        QList<ReportList::Row> rows = ReportList::build(reader, 0);
-        ReportList::sortRows(rows, column, Qt::AscendingOrder);
+        QList<ReportList::Row> rows = ReferenceList::build(reader, 0);
+        ReferenceList::sortRows(rows, column, Qt::AscendingOrder);
         QStringList expected, actual;
         for (const ReportList::Row &r : rows)
             expected << r.cells[ReportList::Idx];

@@ -5,6 +5,7 @@
 #include "common/Capture.h"
 #include "common/Csv.h"
 #include "common/ProgramHome.h"
+#include "common/ReferenceList.h"
 #include "common/SampleReport.h"
 #include "store/ReportCsv.h"
 #include "store/ReportImport.h"
@@ -98,8 +99,8 @@ private slots:
             SampleReport::save(home.path(), {QStringLiteral("AST=%1").arg(QList<int>{2, 6, 9}[i % 3])}, i);
         ZelvatMsg reader(home.path());
         for (int folder : {0, 2, 6, 9}) {
-            QList<ReportList::Row> shown = ReportList::build(reader, folder);
-            ReportList::sortDefault(shown);
+            QList<ReportList::Row> shown = ReferenceList::build(reader, folder);
+            ReferenceList::sortDefault(shown);
             QStringList expected, names;
             for (const auto &row : std::as_const(shown))
                 expected << row.cells[ReportList::Idx];

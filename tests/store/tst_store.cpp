@@ -5,6 +5,7 @@
 
 #include "common/Capture.h"
 #include "common/ProgramHome.h"
+#include "common/ReferenceList.h"
 #include "common/SampleReport.h"
 #include "store/EventNumbers.h"
 #include "store/FormFields.h"
@@ -246,7 +247,7 @@ private slots:
         QCOMPARE(int(SafeFile::kindOf(path)), kind);
         QCOMPARE(readFile(outside), QByteArray("EID=X\r\nAST=2\r\n"));
         // The list shows it, in every folder, for what it is.
-        const QList<ReportList::Row> rows = ReportList::build(m, Zelvat::StateReady);
+        const QList<ReportList::Row> rows = ReferenceList::build(m, Zelvat::StateReady);
         QCOMPARE(rows.size(), thing == "words" ? 0 : 1);
         if (!rows.isEmpty())
             QCOMPARE(rows[0].cells[ReportList::State], QString("Not a report"));

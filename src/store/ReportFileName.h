@@ -1,0 +1,25 @@
+#pragma once
+
+#include <QByteArrayView>
+#include <QString>
+#include <QStringView>
+
+// The one rule of what a report file of the message folder is called, and under what name the
+// file list shows it. The list, the catalog and the import all go by it.
+namespace ReportFileName {
+
+// The ending of every report file's name, as the folder's listing compares it.
+inline constexpr QByteArrayView Extension(".911");
+
+// True when `fileName` ends in ".911": the folder's entries the list looks at.
+bool isReportFile(QStringView fileName);
+
+// The report name of a file: its name with every ".911" in it taken out.
+QString reportName(const QString &fileName);
+
+// The report name the file list gives the file `fileName` of the folder `messageFolder`, or a
+// null string when the list leaves it out: a name that is ".911" and blanks only, or one that
+// holds a line break. `excluded` then gets what the event log is told of it.
+QString listedName(const QString &fileName, const QString &messageFolder, QString *excluded);
+
+} // namespace ReportFileName
