@@ -66,9 +66,9 @@ private slots:
             << "TYPE=FIRE\r\nLOC1=12 Oak St, Springfield\r\nLOC2=Rear\r\nRPNA=J. Smith\r\nRPAD=1 Elm\r\nRPPH=555-0100\r\n"
                "DETL=Fall -- Slipped on stairs -- People Trapped: Two" + end;
         QTest::newRow("several types in fixed order")
-            << QStringList{"TYP=LAW+FIRE+MED", "PIN=No", "WEA=Knife"} << false
+            << QStringList{"TYP=LAW+FIRE+MED", "PIN=No", "WEA=Knife", "CON=0"} << false
             << "TYPE=LAW+FIRE+MED\r\n" + caller
-                   + "DETL=Fall -- Slipped on stairs -- AGE: 70, M, C+ B+ -- People Trapped: No -- Weapons: Knife" + end;
+                   + "DETL=Fall -- Slipped on stairs -- AGE: 70, M, C- B+ -- People Trapped: No -- Weapons: Knife" + end;
     }
 
     void body()
@@ -149,6 +149,7 @@ private slots:
         QTest::newRow("OK> whole") << 2 << QStringList{"hello OK>\r\n"} << true;
         QTest::newRow("OK> split thrice") << 2 << QStringList{"xxO", "K", ">"} << true;
         QTest::newRow("ok> lower case") << 2 << QStringList{"ok>"} << false;
+        QTest::newRow("OK without its sign") << 2 << QStringList{"BOOK\r\n"} << false;
         QTest::newRow("NOMORE> while waiting for OK>") << 2 << QStringList{"NOMORE>"} << false;
         QTest::newRow("list end") << 4 << QStringList{"...!/ICS", "213!"} << true;
         QTest::newRow("no more") << 4 << QStringList{"NOMO", "RE>"} << true;

@@ -1,5 +1,8 @@
-// The text helpers, the key filter, the code page, the registry number and the session log,
-// seen from outside: returned values, bytes, and the lines that reach the log file.
+// The text helpers, the key filter, the code page, the registry number, the session log and the
+// files of SafeFile, seen from outside: returned values, bytes, the lines that reach the log file,
+// what stands in a folder after a call (a FIFO for every kind that must never be opened), and
+// the same under faults put in by libfaultfs.so (preloaded into this test by CTest) and on a
+// disk really full.
 
 #include "common/Capture.h"
 #include "common/ProgramHome.h"
@@ -7,11 +10,39 @@
 #include "support/CommonConst.h"
 #include "support/FilterKey.h"
 #include "support/RegistryValue.h"
+#include "support/SafeFile.h"
 #include "support/StringLib.h"
 #include "support/ZelvatLogLib.h"
 
 #include <QDir>
+#include <QScopeGuard>
+#include <QTemporaryDir>
 #include <QTest>
+
+#include <dlfcn.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <unistd.h>
+
+using SafeFile::Kind;
+
+namespace {
+
+const QByteArray kOld = QByteArray("[ADMIN DEFINITION]\r\nAST=6\r\n").repeated(26);
+const QByteArray kNew = QByteArray("[ADMIN DEFINITION]\r\nAST=8\r\n").repeated(26);
+
+// The injector's run-time switches, when this process was started with it.
+const auto arm = reinterpret_cast<int (*)(const char *, int, const char *, long long)>(dlsym(RTLD_DEFAULT, "faultfs_arm"));
+const auto disarm = reinterpret_cast<void (*)()>(dlsym(RTLD_DEFAULT, "faultfs_disarm"));
+const auto hits = reinterpret_cast<long long (*)()>(dlsym(RTLD_DEFAULT, "faultfs_hits"));
+
+QStringList entries(const QString &dir)
+{
+    return QDir(dir).entryList(QDir::AllEntries | QDir::System | QDir::Hidden | QDir::NoDotAndDotDot, QDir::Name);
+}
+
+} // namespace
 
 class TestSupport : public QObject {
     Q_OBJECT
@@ -205,6 +236,162 @@ private slots:
         QCOMPARE(capture.notices.size(), 1);
         QVERIFY2(capture.notices[0].text.startsWith("SetupLog Error ") && capture.notices[0].text.endsWith(said),
                  qPrintable(capture.notices[0].text));
+    }
+
+    void safeFileKinds_data()
+    {
+        QTest::addColumn<QString>("op");
+        QTest::addColumn<QString>("thing");
+        QTest::addColumn<int>("kind");
+        QTest::addColumn<int>("number");       // 0 when the call succeeds
+        QTest::addColumn<QByteArray>("after"); // what was read, or is at the path afterwards
+        const QList<QPair<const char *, Kind>> things{
+            {"regular file", Kind::Regular}, {"missing", Kind::Missing}, {"folder", Kind::Directory},
+            {"link to a file", Kind::SymbolicLink}, {"FIFO", Kind::Fifo}};
+        // moveNew brings a file "new" holding kNew to the path, and never replaces what stands there.
+        const QList<QPair<const char *, QByteArray>> ops{
+            {"readAll", kOld}, {"writeAtomically", kNew}, {"append", kOld + kNew}, {"moveNew", kOld}};
+        for (const auto &[op, written] : ops) {
+            for (const auto &[thing, kind] : things) {
+                const bool creates = kind == Kind::Missing && QByteArray(op) != "readAll";
+                const bool refused = kind != Kind::Regular || QByteArray(op) == "moveNew";
+                const int number = creates ? 0 : kind == Kind::Missing ? 53 : refused ? 75 : 0;
+                QTest::addRow("%s: %s", op, thing) << op << thing << int(kind) << number
+                                                   << (creates ? kNew : kind == Kind::Regular ? written : QByteArray());
+            }
+        }
+    }
+
+    void safeFileKinds()
+    {
+        QFETCH(QString, op);
+        QFETCH(QString, thing);
+        QFETCH(int, kind);
+        QFETCH(int, number);
+        QFETCH(QByteArray, after);
+        QTemporaryDir dir;
+        const QString path = dir.filePath("R1.911");
+        const QByteArray name = QFile::encodeName(path);
+        const QString target = dir.filePath("target"); // what a link points to: nothing may reach it
+        if (thing == "regular file" || thing == "link to a file")
+            writeFile(thing == "regular file" ? path : target, kOld);
+        if (thing == "regular file") // a file's permissions outlive its saves
+            QCOMPARE(::chmod(name.constData(), 0640), 0);
+        if (thing == "folder")
+            QVERIFY(QDir().mkdir(path));
+        if (thing == "FIFO")
+            QCOMPARE(::mkfifo(name.constData(), 0600), 0);
+        if (thing == "link to a file")
+            QVERIFY(QFile::link(target, path));
+        if (op == "moveNew")
+            writeFile(dir.filePath("new"), kNew);
+        QCOMPARE(int(SafeFile::kindOf(path)), kind);
+        const QStringList before = entries(dir.path());
+
+        QByteArray read;
+        RunError error;
+        bool ok = false;
+        ::alarm(5); // a call that blocks ends the suite, killed by the alarm
+        if (op == "readAll")
+            ok = SafeFile::readAll(path, 4096, &read, &error);
+        else if (op == "moveNew")
+            ok = SafeFile::moveNew(dir.filePath("new"), path, &error);
+        else
+            ok = op == "append" ? SafeFile::append(path, kNew, &error) : SafeFile::writeAtomically(path, kNew, &error);
+        ::alarm(0);
+        QCOMPARE(error.number, number);
+        QCOMPARE(ok, number == 0);
+        const QString said = number == 53 ? "does not exist" : op == "moveNew" ? "already exists" : SafeFile::describe(Kind(kind));
+        QVERIFY2(ok || error.description.contains(said), qPrintable(error.description));
+        QCOMPARE(int(SafeFile::kindOf(path)), ok ? int(Kind::Regular) : kind);
+        if (op == "readAll" || ok || kind == int(Kind::Regular)) // what is not a file is never opened here: a FIFO would block
+            QCOMPARE(op == "readAll" ? read : readFile(path), after);
+        if (thing == "link to a file")
+            QCOMPARE(readFile(target), kOld);
+        struct stat st {};
+        if (thing == "regular file")
+            QCOMPARE(::lstat(name.constData(), &st) == 0 ? int(st.st_mode & 07777) : -1, 0640);
+        QCOMPARE(entries(dir.path()), ok && kind == int(Kind::Missing) ? QStringList{"R1.911"} : before);
+    }
+
+    void safeFileInjected_data()
+    {
+        QTest::addColumn<QString>("call"); // save, save new, append
+        QTest::addColumn<QString>("op");
+        QTest::addColumn<int>("err");
+        QTest::addColumn<int>("at");
+        QTest::addColumn<int>("number");
+        QTest::addColumn<QString>("words");
+        QTest::addColumn<QByteArray>("after");
+        const QString full("the disk is full"), io("input/output error");
+        QTest::newRow("disk full at the first byte") << "save" << "write" << ENOSPC << 0 << 61 << full << kOld;
+        QTest::newRow("quota used up in the middle") << "save" << "write" << EDQUOT << 350 << 61 << full << kOld;
+        QTest::newRow("I/O error at fsync") << "save" << "fsync" << EIO << 0 << 57 << io << kOld;
+        QTest::newRow("I/O error at close") << "save" << "close" << EIO << 0 << 57 << io << kOld;
+        QTest::newRow("read-only at rename") << "save" << "rename" << EROFS << 0 << 70 << "the folder is read-only" << kOld;
+        QTest::newRow("I/O error flushing the folder") << "save" << "fsync folder" << EIO << 1 << 57 << "power cut" << kNew;
+        QTest::newRow("new file, disk full in the middle") << "save new" << "write" << ENOSPC << 350 << 61 << full << QByteArray();
+        QTest::newRow("log line, disk full in the middle") << "append" << "write" << ENOSPC << 20 << 61 << full << kOld;
+    }
+
+    void safeFileInjected()
+    {
+        QFETCH(QString, call);
+        QFETCH(QString, op);
+        QFETCH(int, err);
+        QFETCH(int, at);
+        QFETCH(int, number);
+        QFETCH(QString, words);
+        QFETCH(QByteArray, after);
+        if (!arm)
+            QSKIP("libfaultfs.so is not preloaded (CTest preloads it)");
+        QTemporaryDir dir;
+        const QString path = dir.filePath("R1.911");
+        if (call != "save new")
+            writeFile(path, kOld);
+        const QStringList before = entries(dir.path());
+        // "fsync folder" lets the report's own fsync through and fails the next one in its folder.
+        const QByteArray match = op == "fsync folder" ? QFile::encodeName(dir.path()) : QByteArray("R1.911");
+        QCOMPARE(arm(op.section(' ', 0, 0).toLatin1().constData(), err, match.constData(), at), 0);
+        RunError error;
+        const bool ok = call == "append" ? SafeFile::append(path, kNew, &error) : SafeFile::writeAtomically(path, kNew, &error);
+        const long long injected = hits();
+        disarm();
+        QVERIFY2(injected > 0, "no fault was injected");
+        QCOMPARE(ok, false);
+        QCOMPARE(error.number, number);
+        QVERIFY2(error.description.contains(words), qPrintable(error.description));
+        QCOMPARE(readFile(path), after);
+        QCOMPARE(entries(dir.path()), before); // no temporary file left
+    }
+
+    void safeFileOnAFullDisk()
+    {
+        // A real disk with one block free: a save that does not fit leaves the old file, one that
+        // fits is made in the room there is.
+        QTemporaryDir dir;
+        const QByteArray mountPoint = QFile::encodeName(dir.path());
+        if (::mount("tmpfs", mountPoint.constData(), "tmpfs", 0, "size=64k") != 0)
+            QSKIP(qPrintable("mounting a small tmpfs needs root or CAP_SYS_ADMIN (" + qt_error_string(errno) + ")"));
+        auto unmount = qScopeGuard([&] { ::umount2(mountPoint.constData(), MNT_DETACH); });
+        const QString path = dir.filePath("Zelvatcts.ini");
+        writeFile(path, kOld);
+        QFile filler(dir.filePath("filler"));
+        QVERIFY(filler.open(QIODevice::WriteOnly | QIODevice::Unbuffered));
+        const long block = ::sysconf(_SC_PAGESIZE);
+        while (filler.write(QByteArray(block, 'f')) == block) {
+        }
+        QVERIFY(filler.resize((filler.size() / block - 1) * block));
+        struct statvfs fs {};
+        QCOMPARE(::statvfs(mountPoint.constData(), &fs), 0);
+        QCOMPARE(qint64(fs.f_bavail), qint64(1)); // the disk is as full as it should be
+        RunError error;
+        QVERIFY(!SafeFile::writeAtomically(path, QByteArray(block + 1, 'n'), &error));
+        QVERIFY2(error.description.contains("the disk is full"), qPrintable(error.description));
+        QCOMPARE(readFile(path), kOld);
+        QVERIFY2(SafeFile::writeAtomically(path, kNew, &error), qPrintable(error.description));
+        QCOMPARE(readFile(path), kNew);
+        QCOMPARE(entries(dir.path()), (QStringList{"Zelvatcts.ini", "filler"}));
     }
 };
 
