@@ -40,9 +40,10 @@ class TestApp : public QObject {
     Q_OBJECT
 
 private slots:
-    void firstStartAndARestart()
+    void placementAndFontThroughARestart()
     {
         WindowHome home;
+        Capture capture;
         {
             auto w = home.startMainWindow();
             QCOMPARE(w->pos(), QPoint(twipsToPx(*w, 105), twipsToPx(*w, 105)));
@@ -61,26 +62,16 @@ private slots:
         QCOMPARE(store()->value("MainWidth").toString().toDouble(), 11235.0);
         QCOMPARE(store()->value("lvCW6").toString(), QString("4000"));
         QVERIFY(readFile(home.stationPath()).contains("\r\nLvf=13\r\n"));
-        auto again = home.startMainWindow();
-        QCOMPARE(again->listFontSize(), 13.0);
-        QTest::mouseClick(again->cmdSmaller, Qt::LeftButton);
-        QCOMPARE(again->LV->font().pointSizeF(), 12.0);
-        again->mnuResetFont_Click();
-        QCOMPARE(again->LV->font().pointSizeF(), 10.0);
-    }
-
-    void placementAndWidthsFromTheSettingsStore()
-    {
-        WindowHome home;
-        Capture capture;
-        {
-            const auto s = store();
-            // Widths read back rounded (the rounding itself is the support suite's); values edited
-            // from outside give the defaults, and the operator hears of them.
-            for (const char *kv : {"MainLeft=300", "MainWidth=9000", "lvCW3=1501.5", "lvCW4=abc", "MainTop=1e99"})
-                s->setValue(QString(kv).section('=', 0, 0), QString(kv).section('=', 1));
-        }
+        // Widths read back rounded (the rounding itself is the support suite's); values edited
+        // from outside give the defaults, and the operator hears of them.
+        for (const char *kv : {"MainLeft=300", "MainWidth=9000", "lvCW3=1501.5", "lvCW4=abc", "MainTop=1e99"})
+            store()->setValue(QString(kv).section('=', 0, 0), QString(kv).section('=', 1));
         auto w = home.startMainWindow();
+        QCOMPARE(w->listFontSize(), 13.0);
+        QTest::mouseClick(w->cmdSmaller, Qt::LeftButton);
+        QCOMPARE(w->LV->font().pointSizeF(), 12.0);
+        w->mnuResetFont_Click();
+        QCOMPARE(w->LV->font().pointSizeF(), 10.0);
         QCOMPARE(w->columnWidths()[2], 1502);
         QCOMPARE(w->columnWidths()[3], 1000);
         QCOMPARE(w->pos().y(), twipsToPx(*w, 105));

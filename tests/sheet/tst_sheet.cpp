@@ -1,0 +1,95 @@
+// The report sheets without a window: each report on pages of its own on A4 and Letter, every
+// field and the message as sent, read back by poppler's pdftotext.
+
+#include "common/Capture.h"
+#include "common/Csv.h"
+#include "common/ProgramHome.h"
+#include "common/SampleReport.h"
+#include "link/MessageText.h"
+#include "sheet/PageSetup.h"
+#include "sheet/ReportSheet.h"
+
+#include <QRegularExpression>
+#include <QTemporaryDir>
+#include <QTest>
+
+class TestSheet : public QObject {
+    Q_OBJECT
+
+private slots:
+    void sheetOnePagePerShortReport()
+    {
+        ProgramHome home;
+        QList<SheetReport> reports; // every type, every field: the longest a short report gets
+        for (int i = 0; i < 3; ++i) {
+            ZelvatMsg r = SampleReport::make(home.path(), i);
+            SampleReport::change(r, {"TYP=MED+FIRE+LAW+LGOV", "PIN=Two upstairs", "WEA=Knife", "DOT=North on Main",
+                                     "VDE=Blue sedan, dented", "VDP=7ABC123", "VDS=CA"});
+            reports << SheetReport{r, true, false};
+        }
+        ZelvatMsg longOne = SampleReport::make(home.path(), 9);
+        for (int i = 1; i <= 90; ++i)
+            longOne.setDTL(longOne.DTL() + QStringLiteral("\\nLine %1 of what the caller said").arg(i));
+        for (auto paper : {QPageSize::A4, QPageSize::Letter}) {
+            const QPageLayout layout(QPageSize(paper), QPageLayout::Portrait, QMarginsF(16, 16, 16, 16), QPageLayout::Millimeter);
+            QCOMPARE(Pdf::pages(render(reports, layout)), 3);
+            // Long details take more pages; the next report still starts on a page of its own.
+            const QString alone = render({SheetReport{longOne}}, layout), text = Pdf::text(alone);
+            const int pages = Pdf::pages(alone);
+            QVERIFY(pages >= 2 && text.contains("Line 1 of what") && text.contains("Line 90 of what"));
+            QCOMPARE(Pdf::pages(render({SheetReport{longOne}, reports[0]}, layout)), pages + 1);
+            QVERIFY(text.contains(QStringLiteral("ABC26320.000009 \u00B7 page %1 of %1").arg(pages)));
+        }
+    }
+
+    void sheetHoldsEveryField()
+    {
+        ProgramHome home;
+        ZelvatMsg r(home.path());
+        for (auto k : ZelvatMsg::allKeys())
+            r.setText(k, "v" + ZelvatMsg::keyName(k).toLower() + "x");
+        SampleReport::change(r, {"TYP=MED+FIRE+LAW+LGOV", "EID=SPF26320.104", "UID=KN1ABC", "ADT=261116", "ATM=1432", "CON=1",
+                                 "BRE=0", "AST=9", "RPN=Zoë Šmith-Œuvre", "DTL=first line\\nsecond line"});
+        // A second report, of another station, whose type codes are found anywhere in its TYP.
+        ZelvatMsg other = SampleReport::make(home.path());
+        SampleReport::change(other, {"TYP=LGOVMED", "UID=OTHER1", "AST=6"});
+        const QStringList pages = Pdf::text(render({SheetReport{r, true, true}, SheetReport::fromFile(other)})).split('\f');
+        // Every field in the sheet itself, above the message that repeats most of them.
+        const QString sheet = pages[0].left(pages[0].indexOf("Message as sent"));
+        for (auto k : ZelvatMsg::allKeys())
+            QVERIFY2(ZelvatMsg::isIntegerKey(k) || !r.text(k).startsWith('v') || sheet.contains(r.text(k)),
+                     qPrintable(ZelvatMsg::keyName(k)));
+        for (const char *shown : {"SPF26320.104", "16 Nov 2026 14:32", "Submitted", "Pat Smith", "Zoë Šmith-Œuvre",
+                                  "MED\\+FIRE\\+LAW\\+LGOV", "Conscious\\?\\s+Yes", "Breathing\\?\\s+No",
+                                  "Asks to be contacted:\\s+Yes", "first line\\s+second line", "\\sMedical\\s", "\\sLaw\\s"})
+            QVERIFY2(QRegularExpression(QString::fromUtf8(shown)).match(sheet).hasMatch(), shown);
+        // The message at the foot, line for line as sent: the subject with its update mark, the folded body.
+        QVERIFY(pages[0].contains("Subject: " + MessageText::BuildSubject(r, true) + "\n"));
+        QVERIFY(MessageText::BuildSubject(r, true).endsWith(" -- UPDATE"));
+        const QStringList shownLines = pages[0].split('\n').replaceInStrings(QRegularExpression("^\\s+|\\s+$"), "");
+        const QStringList sent = MessageText::WrapBody(MessageText::BuildBody(r, true)).split("\r\n");
+        QVERIFY(sent.contains("CNT=\\#252") && sent.size() > 8);
+        for (const QString &line : sent)
+            QVERIFY2(shownLines.contains(line.trimmed()), qPrintable(line));
+        // The other report: the sections of its types only, not our operator's name, not sent yet.
+        const QStringList headings = pages[1].split('\n').replaceInStrings(QRegularExpression("^\\s+|\\s+$"), "");
+        QCOMPARE(headings.filter(QRegularExpression("^(Medical|Fire|Law|Local Government)$")), (QStringList{"Medical", "Local Government"}));
+        QVERIFY(pages[1].contains("Message as it would be sent") && !pages[1].contains("Pat Smith"));
+    }
+
+private:
+    // The sheets as a PDF file; returns its path.
+    QString render(const QList<SheetReport> &reports, const QPageLayout &layout = PageSetup::fallback())
+    {
+        QString why;
+        const QByteArray bytes = ReportSheet::pdf(reports, {"Pat Smith", "KN1ABC", "EOC"}, layout, &why);
+        const QString path = m_out.filePath(QString::number(++m_files) + ".pdf");
+        writeFile(path, bytes);
+        return bytes.isEmpty() ? why : path;
+    }
+    QTemporaryDir m_out;
+    int m_files = 0;
+};
+
+QTEST_MAIN(TestSheet)
+#include "tst_sheet.moc"
