@@ -1,10 +1,11 @@
 #include "app/OutboxControl.h"
 
-#include "app/ReportListModel.h"
-#include "app/frmZelvatmain.h"
+#include "app/MainLayout.h"
+#include "app/OutboxHost.h"
 #include "store/ReportCatalog.h"
 #include "support/CommonConst.h"
 #include "link/ServerSession.h"
+#include "settings/ZelvatIni.h"
 #include "report_form/frmZelvatcts.h"
 #include "support/DatetimeLib.h"
 #include "support/Platform.h"
@@ -13,27 +14,29 @@
 #include <QAction>
 #include <QEvent>
 #include <QLabel>
+#include <QMainWindow>
 #include <QMenu>
 #include <QMenuBar>
 #include <QProgressDialog>
 #include <QPushButton>
 #include <QStatusBar>
 
-OutboxControl::OutboxControl(frmZelvatmain *window)
+OutboxControl::OutboxControl(OutboxHost *host, QMainWindow *window, QPushButton *cmdDelete)
     : QObject(window)
+    , m_host(host)
     , m_window(window)
-    , m_settings(OutboxFile(window->programFolder()).settings())
+    , m_settings(OutboxFile(host->programFolder()).settings())
     , m_schedule(m_settings.firstRetrySeconds)
 {
     setObjectName(QStringLiteral("outbox"));
     // Beside Delete, on the row of the commands, in Delete's font.
-    cmdSendReady = new QPushButton(QStringLiteral("Send Ready Reports"), window->cmdDelete->parentWidget());
+    cmdSendReady = new QPushButton(QStringLiteral("Send Ready Reports"), cmdDelete->parentWidget());
     cmdSendReady->setObjectName(QStringLiteral("cmdSendReady"));
-    cmdSendReady->setFont(window->cmdDelete->font());
+    cmdSendReady->setFont(cmdDelete->font());
     cmdSendReady->setAutoDefault(false);
     cmdSendReady->setToolTip(QStringLiteral("Send every report of the Ready folder to the message server now"));
-    Twips::place(cmdSendReady, 4095, 120, 2300, 375);
-    QWidget::setTabOrder(window->cmdDelete, cmdSendReady);
+    Twips::place(cmdSendReady, MainLayout::design().cmdSendReady);
+    QWidget::setTabOrder(cmdDelete, cmdSendReady);
     connect(cmdSendReady, &QPushButton::clicked, this, &OutboxControl::cmdSendReady_Click);
 
     // First in the File menu, where it is found at once in an emergency.
@@ -51,9 +54,15 @@ OutboxControl::OutboxControl(frmZelvatmain *window)
     sbrOutbox->setObjectName(QStringLiteral("sbrStatus_Outbox"));
     window->statusBar()->addWidget(sbrOutbox, 2);
 
+    window->installEventFilter(this);
+    m_clock.setInterval(1000);
+    connect(&m_clock, &QTimer::timeout, this, &OutboxControl::tick);
+}
+
+std::function<void(const QString &name)> OutboxControl::guardOpening(std::function<void(const QString &name)> open)
+{
     // The report being sent is not opened meanwhile: the operator is told to wait for it.
-    const auto open = window->startReportForm;
-    window->startReportForm = [this, open](const QString &name) {
+    return [this, open = std::move(open)](const QString &name) {
         if (m_running && name == m_sending) {
             notify(QStringLiteral("%1 is being sent by the outbox right now. Open it when the sending is done.").arg(name),
                    Notice::Information);
@@ -62,9 +71,6 @@ OutboxControl::OutboxControl(frmZelvatmain *window)
         if (open)
             open(name);
     };
-    window->installEventFilter(this);
-    m_clock.setInterval(1000);
-    connect(&m_clock, &QTimer::timeout, this, &OutboxControl::tick);
 }
 
 OutboxControl::~OutboxControl()
@@ -91,7 +97,7 @@ void OutboxControl::start()
 void OutboxControl::setSettings(const OutboxFile::Settings &settings)
 {
     QString why;
-    if (!OutboxFile(m_window->programFolder()).setSettings(settings, &why))
+    if (!OutboxFile(m_host->programFolder()).setSettings(settings, &why))
         notify(QStringLiteral("The outbox settings could not be kept for the next start: ") + why, Notice::Exclamation);
     if (settings.firstRetrySeconds != m_settings.firstRetrySeconds) {
         m_schedule.setFirstInterval(settings.firstRetrySeconds);
@@ -104,7 +110,7 @@ void OutboxControl::setSettings(const OutboxFile::Settings &settings)
 void OutboxControl::recount()
 {
     // The window's catalog holds every report's state, kept current by its watch on the folder.
-    const ReportCatalog &catalog = m_window->catalog();
+    const ReportCatalog &catalog = m_host->catalog();
     // Counted after every change of the folder, sorted only when they are sent (sendReady).
     m_ready.clear();
     for (int slot : catalog.liveSlots()) {
@@ -137,7 +143,7 @@ void OutboxControl::tick()
 {
     if (m_running)
         return;
-    if (m_countedAt != m_window->catalog().changeCount())
+    if (m_countedAt != m_host->catalog().changeCount())
         recount();
     const QDateTime now = DatetimeLib::now();
     m_waitingForSession = false;
@@ -204,11 +210,11 @@ void OutboxControl::run(bool byOperator)
 {
     // The operator's command sends what is Ready now, not at the watch's last look.
     if (byOperator)
-        m_window->BuildNewMsgList();
+        m_host->BuildNewMsgList();
     recount();
     m_running = true;
     m_lastRun.clear();
-    ServerSession session(&m_window->station());
+    ServerSession session(&m_host->station());
     m_session = &session;
     QProgressDialog *progress = nullptr;
     m_stopped = false;
@@ -267,7 +273,7 @@ void OutboxControl::run(bool byOperator)
         if (t.result != Outbox::Result::Sent && t.result != Outbox::Result::PassedBy)
             said << t.name + QStringLiteral(": ") + t.said;
     };
-    const Outbox::Run result = Outbox(m_window->programFolder(), m_window->station()).sendReady(session, hooks);
+    const Outbox::Run result = Outbox(m_host->programFolder(), m_host->station()).sendReady(session, hooks);
 
     delete progress;
     m_session = nullptr;
@@ -278,7 +284,7 @@ void OutboxControl::run(bool byOperator)
     if (mnuSendReady)
         mnuSendReady->setText(QStringLiteral("Send Ready Reports"));
     m_schedule.tried(!result.linkFailed, DatetimeLib::now());
-    m_window->BuildNewMsgList();
+    m_host->BuildNewMsgList();
     recount();
     m_lastRun = QStringLiteral("last run: %1 of %2 sent").arg(result.sent).arg(result.count);
     if (result.madeWay)

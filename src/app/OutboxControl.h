@@ -9,12 +9,14 @@
 #include <QSet>
 #include <QStringList>
 #include <QTimer>
+#include <functional>
 
+class OutboxHost;
 class QAction;
 class QLabel;
+class QMainWindow;
 class QPushButton;
 class ServerSession;
-class frmZelvatmain;
 
 // The main window's outbox: the "Send Ready Reports" command (File menu and a button beside
 // Delete), the automatic resend of the Ready reports on the retry schedule, and the status-bar
@@ -26,8 +28,13 @@ class OutboxControl : public QObject {
     Q_OBJECT
 
 public:
-    explicit OutboxControl(frmZelvatmain *window);
+    // Its command goes beside `cmdDelete`, into the File menu and the status bar of `window`;
+    // closing the window ends a run.
+    OutboxControl(OutboxHost *host, QMainWindow *window, QPushButton *cmdDelete);
     ~OutboxControl() override;
+
+    // The window's way of opening a report form, kept from opening the report being sent.
+    std::function<void(const QString &name)> guardOpening(std::function<void(const QString &name)> open);
 
     // After start-up: the Ready reports are counted and the automatic resend begins to plan.
     void start();
@@ -63,7 +70,8 @@ private:
     QStringList sendable() const;
     void showStatus();
 
-    frmZelvatmain *m_window;
+    OutboxHost *m_host;
+    QMainWindow *m_window;
     QTimer m_clock;
     quint64 m_countedAt = ~quint64(0); // the catalog's change count when the Ready reports were counted
     OutboxFile::Settings m_settings;

@@ -1,6 +1,5 @@
 #include "app/RecoveryOffer.h"
 
-#include "app/frmZelvatmain.h"
 #include "report_form/frmZelvatcts.h"
 #include "store/FormRecovery.h"
 #include "support/CommonConst.h"
@@ -11,32 +10,35 @@
 #include <QMessageBox>
 #include <QPushButton>
 
-RecoveryOffer::RecoveryOffer(frmZelvatmain *window)
-    : QObject(window)
-    , m_window(window)
+RecoveryOffer::RecoveryOffer(RecoveryHost *host, QObject *parent)
+    : QObject(parent)
+    , m_host(host)
 {
-    window->askRestore = [window](const QString &question) {
-        QMessageBox box(QMessageBox::Question, QString::fromLatin1(Zelvat::Title), question, QMessageBox::NoButton, window);
-        box.setObjectName(QStringLiteral("dlgRestore"));
-        QPushButton *restore = box.addButton(QStringLiteral("&Restore"), QMessageBox::AcceptRole);
-        QPushButton *discard = box.addButton(QStringLiteral("&Discard"), QMessageBox::DestructiveRole);
-        QPushButton *later = box.addButton(QStringLiteral("&Later"), QMessageBox::RejectRole);
-        later->setToolTip(QStringLiteral("Keep it and ask again at the next start"));
-        box.setDefaultButton(restore);
-        box.setEscapeButton(later); // Escape never throws a call away
-        box.exec();
-        return box.clickedButton() == restore   ? frmZelvatmain::RecoveryAnswer::Restore
-            : box.clickedButton() == discard    ? frmZelvatmain::RecoveryAnswer::Discard
-                                                : frmZelvatmain::RecoveryAnswer::Later;
-    };
+}
+
+RecoveryAnswer RecoveryOffer::askInBox(QWidget *parent, const QString &question)
+{
+    QMessageBox box(QMessageBox::Question, QString::fromLatin1(Zelvat::Title), question, QMessageBox::NoButton, parent);
+    box.setObjectName(QStringLiteral("dlgRestore"));
+    QPushButton *restore = box.addButton(QStringLiteral("&Restore"), QMessageBox::AcceptRole);
+    QPushButton *discard = box.addButton(QStringLiteral("&Discard"), QMessageBox::DestructiveRole);
+    QPushButton *later = box.addButton(QStringLiteral("&Later"), QMessageBox::RejectRole);
+    later->setToolTip(QStringLiteral("Keep it and ask again at the next start"));
+    box.setDefaultButton(restore);
+    box.setEscapeButton(later); // Escape never throws a call away
+    box.exec();
+    return box.clickedButton() == restore   ? RecoveryAnswer::Restore
+        : box.clickedButton() == discard    ? RecoveryAnswer::Discard
+                                            : RecoveryAnswer::Later;
 }
 
 void RecoveryOffer::offerNext()
 {
     const frmZelvatcts *open = frmZelvatcts::current();
-    if ((open && open->isVisible()) || !m_window->askRestore)
+    const RecoveryQuestion ask = m_host->restoreQuestion();
+    if ((open && open->isVisible()) || !ask)
         return;
-    const QString folder = m_window->programFolder();
+    const QString folder = m_host->programFolder();
     for (const FormRecovery::Entry &e : FormRecovery::list(folder)) {
         if (!e.holder.isEmpty() || m_later.contains(e.name))
             continue;
@@ -56,16 +58,16 @@ void RecoveryOffer::offerNext()
             m_later.insert(e.name);
             continue;
         }
-        switch (m_window->askRestore(FormRecovery::offerText(*e.input))) {
-        case frmZelvatmain::RecoveryAnswer::Restore: {
+        switch (ask(FormRecovery::offerText(*e.input))) {
+        case RecoveryAnswer::Restore: {
             frmZelvatcts *form = frmZelvatcts::open(
-                ReportFormContext{folder, &m_window->station(), [w = m_window] { w->BuildNewMsgList(); }}, QString(),
+                ReportFormContext{folder, &m_host->station(), [h = m_host] { h->BuildNewMsgList(); }}, QString(),
                 &*e.input);
             ZelvatLogLib::WriteLogLine(QStringLiteral("Recovery: restored the unsaved input of %1").arg(e.name));
             connect(form, &QObject::destroyed, this, &RecoveryOffer::offerNext, Qt::QueuedConnection);
             return;
         }
-        case frmZelvatmain::RecoveryAnswer::Discard: {
+        case RecoveryAnswer::Discard: {
             QString why;
             if (FormRecovery::remove(folder, e.name, &why))
                 ZelvatLogLib::WriteLogLine(QStringLiteral("Recovery: discarded the unsaved input of %1").arg(e.name));
@@ -73,7 +75,7 @@ void RecoveryOffer::offerNext()
                 notify(QStringLiteral("The kept input of %1 could not be removed: %2").arg(e.name, why), Notice::Exclamation);
             break;
         }
-        case frmZelvatmain::RecoveryAnswer::Later:
+        case RecoveryAnswer::Later:
             m_later.insert(e.name);
             break;
         }

@@ -1,5 +1,6 @@
 #include "app/frmZelvatmain.h"
 
+#include "app/MainPlacement.h"
 #include "app/OutboxControl.h"
 #include "app/RecoveryOffer.h"
 #include "app/ReportListModel.h"
@@ -9,7 +10,6 @@
 #include "link/ServerSession.h"
 #include "dialogs/frmZelvatPref.h"
 #include "report_form/frmZelvatcts.h"
-#include "support/DatetimeLib.h"
 #include "store/CatalogUpdates.h"
 #include "store/ProgramFolder.h"
 #include "store/ReportCatalog.h"
@@ -28,53 +28,12 @@
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
-#include <QMenuBar>
-#include <QPushButton>
-#include <QSettings>
 #include <QSortFilterProxyModel>
-#include <QStatusBar>
 #include <QTimer>
 #include <QTreeView>
 #include <QUrl>
 
 #include <cmath>
-
-namespace {
-
-constexpr std::array<qint32, 8> kDefaultWidths = {1, 1000, 1000, 1000, 2000, 4000, 2000, 2000};
-
-// The per-user settings store: application "Zelvat Call Taking System", section "Settings".
-std::unique_ptr<QSettings> settingsStore()
-{
-    auto s = std::make_unique<QSettings>(QSettings::NativeFormat, QSettings::UserScope, QString::fromLatin1(Zelvat::Title));
-    s->beginGroup(QStringLiteral("Settings"));
-    return s;
-}
-
-// A stored placement or width in twips. A value that is no number, or none a 32-bit measure can
-// hold (edited from outside), gives the default and is listed in `bad` as key="value".
-double storedTwips(const QSettings &s, const QString &key, double fallback, QStringList *bad)
-{
-    const QVariant stored = s.value(key);
-    if (!stored.isValid())
-        return fallback;
-    const QString text = stored.toString();
-    const auto v = StringLib::parseNumber(text);
-    if (v && std::abs(*v) <= 2147483647.0)
-        return *v;
-    bad->append(key + QStringLiteral("=\"") + text + QLatin1Char('"'));
-    return fallback;
-}
-
-QFont makeFont(const char *family, double points, bool bold = false)
-{
-    QFont f(QString::fromLatin1(family));
-    f.setPointSizeF(points);
-    f.setBold(bold);
-    return f;
-}
-
-} // namespace
 
 frmZelvatmain::frmZelvatmain(const QString &programFolder, QWidget *parent)
     : QMainWindow(parent)
@@ -94,8 +53,10 @@ frmZelvatmain::frmZelvatmain(const QString &programFolder, QWidget *parent)
         frmZelvatcts::open(ReportFormContext{m_folder, &m_station, [this] { BuildNewMsgList(); }, m_catalog.get()},
                            eventRecord);
     };
-    m_outbox = new OutboxControl(this);
-    m_recoveryOffer = new RecoveryOffer(this);
+    m_outbox = new OutboxControl(this, this, cmdDelete);
+    startReportForm = m_outbox->guardOpening(startReportForm);
+    m_recoveryOffer = new RecoveryOffer(this, this);
+    askRestore = [this](const QString &question) { return RecoveryOffer::askInBox(this, question); };
     // What the catalog takes in by itself the list shows; the late first look is also told.
     m_updates = new CatalogUpdates(m_catalog.get(), this);
     connect(m_updates, &CatalogUpdates::changed, this, &frmZelvatmain::syncList);
@@ -112,215 +73,21 @@ frmZelvatmain::~frmZelvatmain()
     LV->setModel(nullptr);
 }
 
-void frmZelvatmain::buildControls()
-{
-    auto *central = new QWidget(this);
-    setCentralWidget(central);
-    const auto button = [central](QPushButton *&b, const char *name, const QString &caption, const QFont &f) {
-        b = new QPushButton(caption, central);
-        b->setObjectName(QString::fromLatin1(name));
-        b->setFont(f);
-        b->setAutoDefault(false);
-    };
-    button(cmdMorvel, "cmdMorvel", QStringLiteral("New Report"), makeFont("Calibri", 14.25));
-    button(cmdDelete, "cmdDelete", QStringLiteral("Delete"), makeFont("Calibri", 12));
-    button(cmdSmaller, "cmdSmaller", QStringLiteral("A"), makeFont("Arial", 8.25));
-    button(cmdBigger, "cmdBigger", QStringLiteral("A"), makeFont("Arial", 13.5));
-    cmdSmaller->setToolTip(QStringLiteral("Decrease font size"));
-    cmdBigger->setToolTip(QStringLiteral("Increase font size"));
-    cmdSmaller->setAccessibleName(QStringLiteral("Decrease font size"));
-    cmdBigger->setAccessibleName(QStringLiteral("Increase font size"));
-
-    lblFolderSpace = new QLabel(QStringLiteral("View List"), central);
-    lblFolderSpace->setObjectName(QStringLiteral("lblFolderSpace"));
-    lblFolderSpace->setFont(makeFont("Arial", 8.25, true));
-    lblFolderSpace->setAlignment(Qt::AlignHCenter | Qt::AlignTop);
-    lblFolderSpace->setFrameShape(QFrame::StyledPanel);
-    const std::pair<int, const char *> folders[] = {{2, "Ready"}, {9, "Submitted"}, {6, "Draft"}, {8, "Deleted"}, {0, "All"}};
-    for (const auto &[code, caption] : folders) {
-        QPushButton *&b = cmdFolder[code];
-        button(b, "cmdFolder", QString::fromLatin1(caption), makeFont("Arial", 12));
-        b->setObjectName(QStringLiteral("cmdFolder_%1").arg(code));
-        connect(b, &QPushButton::clicked, this, [this, code = code] { cmdFolder_Click(code); });
-    }
-    lblCurrentFolder = new QLabel(central);
-    lblCurrentFolder->setObjectName(QStringLiteral("lblCurrentFolder"));
-    lblCurrentFolder->setFont(makeFont("Arial", 14.25));
-
-    m_model = new ReportListModel(m_catalog.get(), this);
-    m_sorted = new ReportListSorter(this);
-    m_sorted->setSourceModel(m_model);
-    m_sorted->setSortRole(ReportListModel::SortRole);
-    m_found = new ReportListFilter(m_sorted, m_model, this);
-    LV = new QTreeView(central);
-    LV->setObjectName(QStringLiteral("LV"));
-    LV->setAccessibleName(QStringLiteral("Reports"));
-    LV->setModel(m_found);
-    LV->setRootIsDecorated(false);
-    LV->setUniformRowHeights(true);
-    LV->setSelectionMode(QAbstractItemView::ExtendedSelection);
-    LV->setSelectionBehavior(QAbstractItemView::SelectRows);
-    LV->setEditTriggers(QAbstractItemView::NoEditTriggers);
-    LV->setAllColumnsShowFocus(true);
-    LV->header()->setSectionsClickable(true);
-    LV->header()->setStretchLastSection(false);
-    LV->header()->setMinimumSectionSize(0);
-    LV->header()->setSortIndicatorShown(true);
-    LV->installEventFilter(this);
-    connect(LV->header(), &QHeaderView::sectionClicked, this, &frmZelvatmain::LV_ColumnClick);
-    connect(LV, &QTreeView::doubleClicked, this, &frmZelvatmain::LV_DblClick);
-    connect(LV->selectionModel(), &QItemSelectionModel::selectionChanged, this, &frmZelvatmain::updateSelectionCommands);
-    connect(m_sorted, &QAbstractItemModel::modelReset, this, &frmZelvatmain::updateSelectionCommands);
-    connect(m_sorted, &QAbstractItemModel::rowsRemoved, this, &frmZelvatmain::updateSelectionCommands);
-
-    txtSearch = new QLineEdit(central);
-    txtSearch->setObjectName(QStringLiteral("txtSearch"));
-    txtSearch->setAccessibleName(QStringLiteral("Search reports"));
-    txtSearch->setPlaceholderText(QStringLiteral("Search (Ctrl+F)"));
-    txtSearch->setToolTip(QStringLiteral("Shows the reports of this folder that hold every word typed: event ID, issue, "
-                                         "location, city, reporting person, phone or details. Escape clears it."));
-    txtSearch->setClearButtonEnabled(true);
-    txtSearch->installEventFilter(this);
-    connect(txtSearch, &QLineEdit::textChanged, this, [this](const QString &text) {
-        m_found->setSearch(text);
-        showItemCount();
-    });
-
-    txtArea = new QLineEdit(central);
-    txtArea->setObjectName(QStringLiteral("txtArea"));
-    txtArea->setAccessibleName(QStringLiteral("Notes"));
-    Line1 = new QFrame(central);
-    Line2 = new QFrame(central);
-    for (QFrame *line : {Line1, Line2}) {
-        line->setFrameShape(QFrame::HLine);
-        line->setFrameShadow(QFrame::Sunken);
-    }
-    Line1->setObjectName(QStringLiteral("Line1"));
-    Line2->setObjectName(QStringLiteral("Line2"));
-
-    Twips::place(cmdMorvel, 120, 120, 2170, 370);
-    Twips::place(cmdDelete, 2760, 120, 1215, 375);
-    Twips::place(cmdSmaller, 8520, 120, 375, 375);
-    Twips::place(cmdBigger, 8880, 120, 375, 375);
-    Twips::place(lblFolderSpace, 120, 600, 1575, 4450);
-    Twips::place(cmdFolder[2], 240, 1080, 1335, 375);
-    Twips::place(cmdFolder[9], 240, 1560, 1335, 375);
-    Twips::place(cmdFolder[6], 240, 2040, 1335, 375);
-    Twips::place(cmdFolder[8], 240, 2520, 1335, 375);
-    Twips::place(cmdFolder[0], 240, 3000, 1335, 375);
-    Twips::place(lblCurrentFolder, 1800, 600, 7450, 375);
-    Twips::place(LV, 1800, 1080, 7450, 2890);
-    Twips::place(txtArea, 1800, 4200, 3490, 850);
-    Twips::place(Line1, 0, 540, 11000, 30);
-    Twips::place(Line2, 0, 0, 11000, 30);
-    lblFolderSpace->lower();
-
-    connect(cmdMorvel, &QPushButton::clicked, this, &frmZelvatmain::cmdMorvel_Click);
-    connect(cmdDelete, &QPushButton::clicked, this, &frmZelvatmain::cmdDelete_Click);
-    connect(cmdSmaller, &QPushButton::clicked, this, &frmZelvatmain::cmdSmaller_Click);
-    connect(cmdBigger, &QPushButton::clicked, this, &frmZelvatmain::cmdBigger_Click);
-
-    sbrStatus = new QLabel(this);
-    sbrConfig = new QLabel(this);
-    sbrCurrentTime = new QLabel(this);
-    sbrStatus->setObjectName(QStringLiteral("sbrStatus_Status"));
-    sbrConfig->setObjectName(QStringLiteral("sbrStatus_Config"));
-    sbrCurrentTime->setObjectName(QStringLiteral("sbrStatus_CurrentTime"));
-    statusBar()->setObjectName(QStringLiteral("sbrStatus"));
-    statusBar()->setFont(makeFont("Calibri", 10));
-    statusBar()->addWidget(sbrStatus, 1);
-    statusBar()->addWidget(sbrConfig, 3);
-    statusBar()->addPermanentWidget(sbrCurrentTime);
-
-    tmrClock = new QTimer(this);
-    tmrClock->setInterval(1000);
-    connect(tmrClock, &QTimer::timeout, this, [this] { sbrCurrentTime->setText(DatetimeLib::clock(DatetimeLib::now())); });
-    tmrClock->start();
-}
-
-void frmZelvatmain::buildMenus()
-{
-    const auto item = [this](QMenu *menu, const char *name, const QString &caption, bool enabled,
-                             void (frmZelvatmain::*slot)() = nullptr) {
-        QAction *a = menu->addAction(caption);
-        a->setObjectName(QString::fromLatin1(name));
-        a->setEnabled(enabled);
-        if (slot)
-            connect(a, &QAction::triggered, this, slot);
-        return a;
-    };
-    QMenu *file = menuBar()->addMenu(QStringLiteral("&File"));
-    item(file, "mnuNewReport", QStringLiteral("New Report"), true, &frmZelvatmain::cmdMorvel_Click)
-        ->setShortcut(QKeySequence::New);
-    item(file, "mnuRefresh", QStringLiteral("Refresh List"), true, &frmZelvatmain::refreshList)
-        ->setShortcut(QKeySequence::Refresh);
-    file->addSeparator();
-    item(file, "mnuExport", QStringLiteral("Export"), true, &frmZelvatmain::mnuExport_Click);
-    item(file, "mnuImport", QStringLiteral("Import"), true, &frmZelvatmain::mnuImport_Click);
-    file->addSeparator();
-    item(file, "mnuPrintSetup", QStringLiteral("Print Setup..."), true, &frmZelvatmain::mnuPrintSetup_Click);
-    mnuPrint = item(file, "mnuPrint", QStringLiteral("Print..."), false, &frmZelvatmain::mnuPrint_Click);
-    mnuPrint->setShortcut(QKeySequence::Print);
-    file->addSeparator();
-    item(file, "mnuExit", QStringLiteral("Exit"), true, &frmZelvatmain::mnuExit_Click);
-    QMenu *edit = menuBar()->addMenu(QStringLiteral("&Edit"));
-    item(edit, "mnuCut", QStringLiteral("Cut"), false);
-    mnuCopy = item(edit, "mnuCopy", QStringLiteral("Copy"), false, &frmZelvatmain::mnuCopy_Click);
-    mnuCopy->setShortcut(QKeySequence::Copy);
-    item(edit, "mnuPaste", QStringLiteral("Paste"), false);
-    // The Delete key deletes while the list has the focus (see eventFilter), never while a box is
-    // typed in: the menu only shows it.
-    QAction *del = item(edit, "mnuDelete", QStringLiteral("Delete"), true, &frmZelvatmain::cmdDelete_Click);
-    del->setShortcut(QKeySequence::Delete);
-    del->setShortcutContext(Qt::WidgetShortcut);
-    edit->addSeparator();
-    item(edit, "mnuFind", QStringLiteral("Find"), true, &frmZelvatmain::mnuFind_Click)->setShortcut(QKeySequence::Find);
-    QMenu *setup = menuBar()->addMenu(QStringLiteral("&Setup"));
-    item(setup, "mnuStationID", QStringLiteral("Location ID"), true, &frmZelvatmain::mnuStationID_Click);
-    item(setup, "mnuPreferences", QStringLiteral("Preferences"), true, &frmZelvatmain::mnuPreferences_Click);
-    setup->addSeparator();
-    item(setup, "mnuResetFont", QStringLiteral("Reset Font"), true, &frmZelvatmain::mnuResetFont_Click);
-    item(setup, "mnuPackColumns", QStringLiteral("Pack Columns"), true, &frmZelvatmain::mnuPackColumns_Click);
-    item(setup, "mnuResetColumns", QStringLiteral("Reset Columns"), true, &frmZelvatmain::mnuResetColumns_Click);
-    QMenu *help = menuBar()->addMenu(QStringLiteral("&Help"));
-    mnuZelvatQuickStart = item(help, "mnuZelvatQuickStart", QStringLiteral("Zelvat Quick Start"), true,
-                               &frmZelvatmain::mnuZelvatQuickStart_Click);
-    help->addSeparator();
-    item(help, "mnuAbout", QStringLiteral("About"), true, &frmZelvatmain::mnuAbout_Click);
-}
-
 // --- start-up and shutdown ------------------------------------------------------------------
 
 void frmZelvatmain::Form_Load()
 {
     // Placement and column widths from the per-user settings store, in twips.
     setWindowState(Qt::WindowNoState);
-    QStringList bad;
-    QString storeFile;
-    {
-        const auto store = settingsStore();
-        const QSettings &s = *store;
-        storeFile = s.fileName();
-        const double left = storedTwips(s, QStringLiteral("MainLeft"), 105, &bad);
-        const double top = storedTwips(s, QStringLiteral("MainTop"), 105, &bad);
-        const double width = storedTwips(s, QStringLiteral("MainWidth"), 11235, &bad);
-        const double height = storedTwips(s, QStringLiteral("MainHeight"), 7200, &bad);
-        move(Twips::toPixels(this, left), Twips::toPixels(this, top));
-        resize(Twips::toPixels(this, width), Twips::toPixels(this, height));
-        for (int i = 0; i < 8; ++i) {
-            // Widths may carry a fraction; they are read back rounded half to even.
-            const double w = storedTwips(s, QStringLiteral("lvCW%1").arg(i + 1), kDefaultWidths[i], &bad);
-            m_columnWidths[i] = qint32(std::clamp(std::nearbyint(w), 0.0, 2147483647.0));
-        }
-    }
+    const MainPlacement placement = MainPlacement::load();
+    move(Twips::toPixels(this, placement.window.left), Twips::toPixels(this, placement.window.top));
+    resize(Twips::toPixels(this, placement.window.width), Twips::toPixels(this, placement.window.height));
+    m_columnWidths = placement.columnWidths;
     // Visible at its place, captioned with the version.
     show();
     setWindowTitle(QString::fromLatin1(Zelvat::Title) + QStringLiteral(" v") + Zelvat::versionText());
-    if (!bad.isEmpty())
-        notify(QStringLiteral("The window settings in %1 hold values that are no numbers: %2. Their defaults are used; "
-                              "the settings are written anew when the program closes.")
-                   .arg(storeFile, bad.join(QStringLiteral(", "))),
-               Notice::Exclamation);
+    if (!placement.bad.isEmpty())
+        notify(placement.badValuesText(), Notice::Exclamation);
     // Station settings, session log, the report reader, the rows kept from the last run.
     m_station.load();
     ZelvatLogLib::SetupLog(m_folder, true);
@@ -351,19 +118,11 @@ void frmZelvatmain::Form_Unload()
     if (m_unloaded)
         return;
     m_unloaded = true;
-    const auto store = settingsStore();
-    QSettings &s = *store;
     // A minimised or maximised window keeps the last normal placement in the store.
-    if (!(windowState() & (Qt::WindowMinimized | Qt::WindowMaximized | Qt::WindowFullScreen))) {
-        s.setValue(QStringLiteral("MainLeft"), QString::number(Twips::fromPixels(this, x())));
-        s.setValue(QStringLiteral("MainTop"), QString::number(Twips::fromPixels(this, y())));
-        s.setValue(QStringLiteral("MainWidth"), QString::number(Twips::fromPixels(this, width())));
-        s.setValue(QStringLiteral("MainHeight"), QString::number(Twips::fromPixels(this, height())));
-    }
-    const auto widths = columnTwips();
-    for (int i = 0; i < 8; ++i)
-        s.setValue(QStringLiteral("lvCW%1").arg(i + 1), QString::number(widths[i], 'g', 10));
-    s.sync();
+    const TwipsRect place = {Twips::fromPixels(this, x()), Twips::fromPixels(this, y()), Twips::fromPixels(this, width()),
+                             Twips::fromPixels(this, height())};
+    const bool normal = !(windowState() & (Qt::WindowMinimized | Qt::WindowMaximized | Qt::WindowFullScreen));
+    MainPlacement::save(normal ? &place : nullptr, columnTwips());
     m_station.Lvf = float(m_listFontSize);
     m_station.save();
     // The rows are kept for the next start; a list without them is only slower to start.
@@ -662,7 +421,7 @@ void frmZelvatmain::mnuPackColumns_Click()
 
 void frmZelvatmain::mnuResetColumns_Click()
 {
-    m_columnWidths = kDefaultWidths;
+    m_columnWidths = MainPlacement::DefaultColumnWidths;
     SetColumnHeaders();
 }
 
@@ -717,49 +476,4 @@ void frmZelvatmain::Pause(int milliSeconds)
     QEventLoop loop;
     QTimer::singleShot(std::max(0, milliSeconds), &loop, &QEventLoop::quit);
     loop.exec();
-}
-
-// --- layout ---------------------------------------------------------------------------------
-
-void frmZelvatmain::resizeEvent(QResizeEvent *event)
-{
-    QMainWindow::resizeEvent(event);
-    Form_Resize();
-}
-
-void frmZelvatmain::Form_Resize()
-{
-    if (!centralWidget() || !statusBar())
-        return;
-    // Horizontal measures use the outer width, vertical ones the inner height (below the menu).
-    const double W = Twips::fromPixels(this, frameGeometry().width());
-    const double bar = Twips::fromPixels(this, statusBar()->height());
-    const double H = Twips::fromPixels(this, centralWidget()->height()) + bar;
-    const auto at = [this](QWidget *w) {
-        return std::array<double, 4>{Twips::fromPixels(this, w->x()), Twips::fromPixels(this, w->y()),
-                                     Twips::fromPixels(this, w->width()), Twips::fromPixels(this, w->height())};
-    };
-    for (QFrame *line : {Line1, Line2}) {
-        const auto g = at(line);
-        Twips::place(line, g[0], g[1], W - 200 - g[0], g[3]);
-    }
-    for (QWidget *w : {static_cast<QWidget *>(lblCurrentFolder), static_cast<QWidget *>(txtArea), static_cast<QWidget *>(LV)}) {
-        const auto g = at(w);
-        Twips::place(w, g[0], g[1], W - g[0] - 350, g[3]);
-    }
-    auto area = at(txtArea);
-    Twips::place(txtArea, area[0], H - area[3] - 400, area[2], area[3]);
-    const auto list = at(LV);
-    Twips::place(LV, list[0], list[1], list[2], H - list[1] - area[3] - 500);
-    const auto space = at(lblFolderSpace);
-    Twips::place(lblFolderSpace, space[0], space[1], space[2], H - space[1] - bar);
-    const auto bigger = at(cmdBigger);
-    Twips::place(cmdBigger, W - 800, bigger[1], bigger[2], bigger[3]);
-    Twips::place(cmdSmaller, W - 800 - 375, bigger[1], at(cmdSmaller)[2], at(cmdSmaller)[3]);
-    // The search box sits at the right end of the folder caption's row, over the list's right edge.
-    const int searchWidth = std::min(Twips::toPixels(this, 3000), LV->width() / 2);
-    const int searchHeight = txtSearch->sizeHint().height();
-    txtSearch->setGeometry(LV->x() + LV->width() - searchWidth,
-                           lblCurrentFolder->y() + (lblCurrentFolder->height() - searchHeight) / 2, searchWidth, searchHeight);
-    txtSearch->raise();
 }

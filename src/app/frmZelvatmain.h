@@ -1,5 +1,7 @@
 #pragma once
 
+#include "app/OutboxHost.h"
+#include "app/RecoveryHost.h"
 #include "settings/ZelvatIni.h"
 #include "store/ReportCatalog.h"
 #include "store/ZelvatMsg.h"
@@ -30,7 +32,7 @@ class ServerSession;
 
 // The main window and the program's start-up object: the report list with its folders, the
 // commands, the station settings, and the per-user placement of the window.
-class frmZelvatmain : public QMainWindow {
+class frmZelvatmain : public QMainWindow, public OutboxHost, public RecoveryHost {
     Q_OBJECT
 
 public:
@@ -49,26 +51,27 @@ public:
     std::function<void()> showStationDialog;
     // Asks whether the input of a report form kept when a program stopped is restored (a
     // message box; replaced in tests that answer it).
-    enum class RecoveryAnswer { Restore, Discard, Later };
-    std::function<RecoveryAnswer(const QString &question)> askRestore;
+    using RecoveryAnswer = ::RecoveryAnswer;
+    RecoveryQuestion askRestore;
+    RecoveryQuestion restoreQuestion() const override { return askRestore; }
     // The outbox: Send Ready Reports, the automatic resend and its status panel.
     OutboxControl *outbox() const { return m_outbox; }
 
     // Refills the list for the current folder. Public: the report form calls it.
-    void BuildNewMsgList();
+    void BuildNewMsgList() override;
     // Looks at the whole message folder again and brings the list up to date, keeping its
     // order, selection and place (F5).
     void refreshList();
     void SetColumnHeaders();
     void updateFolderCaption();
 
-    ZelvatIni &station() { return m_station; }
-    QString programFolder() const { return m_folder; }
+    ZelvatIni &station() override { return m_station; }
+    QString programFolder() const override { return m_folder; }
     int currentFolder() const { return m_currentFolder; }
     ReportListModel *listModel() const { return m_model; }
     // The rows in the order the list shows them (those of a search while one is typed).
     QSortFilterProxyModel *listRows() const;
-    ReportCatalog &catalog() const { return *m_catalog; }
+    ReportCatalog &catalog() const override { return *m_catalog; }
     ReportFolderWatch *folderWatch() const;
     double listFontSize() const { return m_listFontSize; }
     int sortKey() const { return m_sortKey; }
@@ -137,6 +140,7 @@ protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
+    // The controls, menus and layout (frmZelvatmainControls.cpp).
     void buildControls();
     std::array<double, 8> columnTwips() const;
     void buildMenus();

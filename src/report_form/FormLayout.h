@@ -1,6 +1,7 @@
 #pragma once
 
 #include "store/FormFields.h"
+#include "ui/TwipsRect.h"
 
 #include <array>
 
@@ -8,13 +9,6 @@
 // that follow the form's size, and Form_Resize's rules for stretching them. Only horizontal
 // extents follow the form, plus the height of the tab control; every other top and height
 // stays as designed. Plain numbers, no widgets: the form converts the result to pixels once.
-struct TwipsRect {
-    double left = 0;
-    double top = 0;
-    double width = 0;
-    double height = 0;
-};
-
 struct FormLayout {
     // Design size of the form's inner area.
     static constexpr double DesignWidth = 12260;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "ui/TwipsRect.h"
+
 #include <QWidget>
 #include <cmath>
 
@@ -22,6 +24,18 @@ inline void place(QWidget *w, double left, double top, double width, double heig
     const QWidget *ref = w->parentWidget() ? w->parentWidget() : w;
     w->setGeometry(toPixels(ref, left), toPixels(ref, top), std::max(0, toPixels(ref, width)),
                    std::max(0, toPixels(ref, height)));
+}
+
+inline void place(QWidget *w, const TwipsRect &r)
+{
+    place(w, r.left, r.top, r.width, r.height);
+}
+
+// Where a control is now, read back from its pixels (and so possibly with a fraction).
+inline TwipsRect placeOf(const QWidget *w)
+{
+    const QWidget *ref = w->parentWidget() ? w->parentWidget() : w;
+    return {fromPixels(ref, w->x()), fromPixels(ref, w->y()), fromPixels(ref, w->width()), fromPixels(ref, w->height())};
 }
 
 } // namespace Twips
