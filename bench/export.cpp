@@ -61,13 +61,13 @@ int main(int argc, char *argv[])
         t.start();
         QStringList unreadable;
         const QList<SheetReport> reports = ReportSheet::fromFiles(dir.path(), names, &unreadable);
-        QString why;
+        RunError sheetError;
         const QByteArray pdf = ReportSheet::pdf(reports, SheetStation{QStringLiteral("Pat Smith"), QStringLiteral("KN1ABC"),
                                                                       QStringLiteral("EOC Main")},
-                                                PageSetup::fallback(), &why);
+                                                PageSetup::fallback(), &sheetError);
         RunError error;
         if (pdf.isEmpty() || !SafeFile::writeAtomically(dir.filePath(QStringLiteral("sheets.pdf")), pdf, &error))
-            qFatal("no PDF: %s %s", qPrintable(why), qPrintable(error.text()));
+            qFatal("no PDF: %s %s", qPrintable(sheetError.description), qPrintable(error.text()));
         const double ms = t.nsecsElapsed() / 1e6;
         std::printf("pdf reports=%lld bytes=%lld total_ms=%.0f per_report_ms=%.2f\n", qlonglong(reports.size()),
                     qlonglong(pdf.size()), ms, ms / reports.size());

@@ -35,9 +35,9 @@ int main(int argc, char *argv[])
     const QByteArray first = sim.readLine().trimmed();
 
     QTemporaryDir dir;
-    QString why;
-    if (!ProgramFolder::prepare(dir.path(), &why))
-        qFatal("%s", qPrintable(why));
+    RunError error;
+    if (!ProgramFolder::prepare(dir.path(), &error))
+        qFatal("%s", qPrintable(error.description));
     ZelvatIni station(ProgramFolder::stationFile(dir.path()));
     station.load();
     station.Prt = QString::fromLatin1(first.mid(first.lastIndexOf(':') + 1));

@@ -53,8 +53,7 @@ int main(int argc, char *argv[])
     qputenv("QT_QPA_PLATFORM", qgetenv("QT_QPA_PLATFORM").isEmpty() ? "offscreen" : qgetenv("QT_QPA_PLATFORM"));
     QApplication app(argc, argv);
     QTemporaryDir dir(QString::fromLocal8Bit(argc > 1 ? argv[1] : ".") + QStringLiteral("/recovery_write-XXXXXX"));
-    QString why;
-    if (!dir.isValid() || !ProgramFolder::prepare(dir.path(), &why))
+    if (!dir.isValid() || !ProgramFolder::prepare(dir.path(), nullptr))
         qFatal("cannot create a folder to write in");
     const int rounds = 300;
 
@@ -67,8 +66,8 @@ int main(int argc, char *argv[])
     input.record.setDTL(input.record.DTL() + QStringLiteral("\\n") + QString(600, QLatin1Char('d')));
     input.written = QDateTime::currentDateTime();
     const qsizetype bytes = FormRecovery::content(input).size();
-    const Figures write = measure(rounds, [&] { return FormRecovery::write(dir.path(), "FULL", input, &why); });
     RunError error;
+    const Figures write = measure(rounds, [&] { return FormRecovery::write(dir.path(), "FULL", input, &error); });
     const QString flushedPath = FormRecovery::pathFor(dir.path(), "FLUSHED");
     const Figures flushed = measure(rounds, [&] {
         return SafeFile::writeAtomically(flushedPath, FormRecovery::content(input), &error, SafeFile::Flush::Now);
@@ -89,7 +88,7 @@ int main(int argc, char *argv[])
     const Figures fromForm = measure(rounds, [&] {
         FormRecovery::Input now = form->captureInput();
         now.written = QDateTime::currentDateTime();
-        return FormRecovery::write(dir.path(), form->recoveryName(), now, &why);
+        return FormRecovery::write(dir.path(), form->recoveryName(), now, &error);
     });
 
     std::printf("folder: %s, %d rounds, recovery file of %lld bytes\n", qPrintable(dir.path()), rounds, qint64(bytes));

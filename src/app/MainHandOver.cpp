@@ -152,7 +152,7 @@ void frmZelvatmain::mnuExport_Click()
     QByteArray bytes;
     QStringList unreadable;
     int count = 0;
-    QString why;
+    RunError sheetError;
     QGuiApplication::setOverrideCursor(Qt::WaitCursor);
     if (csv) {
         ReportCsv::Export e = ReportCsv::fromNames(*m_reader, names);
@@ -163,7 +163,7 @@ void frmZelvatmain::mnuExport_Click()
         const QList<SheetReport> reports = ReportSheet::fromFiles(m_folder, names, &unreadable);
         count = int(reports.size());
         if (count > 0)
-            bytes = ReportSheet::pdf(reports, SheetPrinting::stationOf(m_station), PageSetup::load(), &why);
+            bytes = ReportSheet::pdf(reports, SheetPrinting::stationOf(m_station), PageSetup::load(), &sheetError);
     }
     RunError error;
     const bool saved = count > 0 && !bytes.isEmpty() && SafeFile::writeAtomically(path, bytes, &error);
@@ -171,7 +171,7 @@ void frmZelvatmain::mnuExport_Click()
     const QString file = QDir::toNativeSeparators(path);
     if (!saved) {
         const QString reason = count == 0 ? QStringLiteral("none of the reports could be read")
-            : bytes.isEmpty()             ? why
+            : bytes.isEmpty()             ? sheetError.description
                                           : error.text();
         notify(QStringLiteral("Nothing was exported to %1: %2").arg(file, reason) + leftOut(unreadable), Notice::Exclamation);
         return;

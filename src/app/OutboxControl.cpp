@@ -96,9 +96,10 @@ void OutboxControl::start()
 
 void OutboxControl::setSettings(const OutboxFile::Settings &settings)
 {
-    QString why;
-    if (!OutboxFile(m_host->programFolder()).setSettings(settings, &why))
-        notify(QStringLiteral("The outbox settings could not be kept for the next start: ") + why, Notice::Exclamation);
+    RunError error;
+    if (!OutboxFile(m_host->programFolder()).setSettings(settings, &error))
+        notify(QStringLiteral("The outbox settings could not be kept for the next start: ") + error.description,
+               Notice::Exclamation);
     if (settings.firstRetrySeconds != m_settings.firstRetrySeconds) {
         m_schedule.setFirstInterval(settings.firstRetrySeconds);
         m_schedule.clear();

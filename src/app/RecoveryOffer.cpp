@@ -43,9 +43,10 @@ void RecoveryOffer::offerNext()
         if (!e.holder.isEmpty() || m_later.contains(e.name))
             continue;
         if (!e.input) {
-            QString keptAs, why;
+            QString keptAs;
+            RunError error;
             const QString path = QDir::toNativeSeparators(FormRecovery::pathFor(folder, e.name));
-            if (FormRecovery::keepAside(folder, e.name, &keptAs, &why))
+            if (FormRecovery::keepAside(folder, e.name, &keptAs, &error))
                 notify(QStringLiteral("The kept input of a report form, %1, cannot be read: %2.\r\nIt was put aside as %3; "
                                       "nothing was deleted.")
                            .arg(path, e.problem, QDir::toNativeSeparators(keptAs)),
@@ -53,7 +54,7 @@ void RecoveryOffer::offerNext()
             else
                 notify(QStringLiteral("The kept input of a report form, %1, cannot be read: %2.\r\nIt could not be put "
                                       "aside either (%3) and stays where it is.")
-                           .arg(path, e.problem, why),
+                           .arg(path, e.problem, error.description),
                        Notice::Exclamation);
             m_later.insert(e.name);
             continue;
@@ -68,11 +69,11 @@ void RecoveryOffer::offerNext()
             return;
         }
         case RecoveryAnswer::Discard: {
-            QString why;
-            if (FormRecovery::remove(folder, e.name, &why))
+            RunError error;
+            if (FormRecovery::remove(folder, e.name, &error))
                 ZelvatLogLib::WriteLogLine(QStringLiteral("Recovery: discarded the unsaved input of %1").arg(e.name));
             else
-                notify(QStringLiteral("The kept input of %1 could not be removed: %2").arg(e.name, why), Notice::Exclamation);
+                notify(QStringLiteral("The kept input of %1 could not be removed: %2").arg(e.name, error.description), Notice::Exclamation);
             break;
         }
         case RecoveryAnswer::Later:

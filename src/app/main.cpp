@@ -24,9 +24,9 @@ int main(int argc, char *argv[])
     TnGlobal::setDefaultPrinterName(QPrinterInfo::defaultPrinterName());
 
     const QString folder = ProgramFolder::resolve(QApplication::applicationDirPath());
-    QString why;
-    if (!ProgramFolder::prepare(folder, &why)) {
-        notify(why + QStringLiteral("\r\nThe program cannot keep reports without its folder."), Notice::Critical);
+    RunError error;
+    if (!ProgramFolder::prepare(folder, &error)) {
+        notify(error.description + QStringLiteral("\r\nThe program cannot keep reports without its folder."), Notice::Critical);
         return 1;
     }
     frmZelvatmain window(folder);

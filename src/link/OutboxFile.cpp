@@ -1,6 +1,7 @@
 #include "link/OutboxFile.h"
 
 #include "support/CodePage.h"
+#include "support/ErrorOut.h"
 #include "support/IniText.h"
 #include "support/SafeFile.h"
 #include "support/StringLib.h"
@@ -106,29 +107,25 @@ QByteArray OutboxFile::content() const
     return out;
 }
 
-bool OutboxFile::change(const std::function<bool()> &apply, QString *why)
+bool OutboxFile::change(const std::function<bool()> &apply, RunError *error)
 {
     QLockFile lock(path() + QStringLiteral(".lock"));
-    if (!lock.tryLock(5000)) {
-        if (why)
-            *why = QStringLiteral("the outbox file %1 is locked by another program, or its lock cannot be made")
-                       .arg(QDir::toNativeSeparators(path()));
-        return false;
-    }
+    if (!lock.tryLock(5000))
+        return ErrorOut::set(error, ErrorOut::told(RunError::PermissionDenied,
+                                                    QStringLiteral("the outbox file %1 is locked by another program, or its "
+                                                                   "lock cannot be made")
+                                                        .arg(QDir::toNativeSeparators(path()))));
     load();
     if (!apply() && m_problem.isEmpty())
         return true; // it says so already
-    RunError error;
-    if (!SafeFile::writeAtomically(path(), content(), &error)) {
-        if (why)
-            *why = error.text();
-        return false;
-    }
+    RunError written;
+    if (!SafeFile::writeAtomically(path(), content(), &written))
+        return ErrorOut::set(error, ErrorOut::passedUp(written));
     m_problem.clear();
     return true;
 }
 
-bool OutboxFile::setSettings(const Settings &settings, QString *why)
+bool OutboxFile::setSettings(const Settings &settings, RunError *error)
 {
     return change(
         [&] {
@@ -136,10 +133,10 @@ bool OutboxFile::setSettings(const Settings &settings, QString *why)
             m_settings = settings;
             return changed;
         },
-        why);
+        error);
 }
 
-bool OutboxFile::setChoice(const QString &name, const Choice &choice, QString *why)
+bool OutboxFile::setChoice(const QString &name, const Choice &choice, RunError *error)
 {
     const QString key = StringLib::trimBlanks(name);
     // Nothing to write (and no lock to take) when the file already says so.
@@ -156,5 +153,5 @@ bool OutboxFile::setChoice(const QString &name, const Choice &choice, QString *w
                 m_choices.insert(key, choice);
             return true;
         },
-        why);
+        error);
 }

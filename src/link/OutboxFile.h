@@ -1,5 +1,7 @@
 #pragma once
 
+#include "support/RunError.h"
+
 #include <QMap>
 #include <QString>
 #include <functional>
@@ -45,15 +47,15 @@ public:
     QString problem() const { return m_problem; }
 
     // Changes are made under the file's lock: read again, change, write whole, so that two
-    // programs on one folder lose none of each other's. False, with the reason in `why`, when the
+    // programs on one folder lose none of each other's. False, with the reason in `error`, when the
     // file cannot be locked or written.
-    bool setSettings(const Settings &settings, QString *why);
+    bool setSettings(const Settings &settings, RunError *error);
     // Keeps the choice of `name`; the default choice takes its line out. Nothing is written when
     // the file already says so.
-    bool setChoice(const QString &name, const Choice &choice, QString *why);
+    bool setChoice(const QString &name, const Choice &choice, RunError *error);
 
 private:
-    bool change(const std::function<bool()> &apply, QString *why);
+    bool change(const std::function<bool()> &apply, RunError *error);
     QByteArray content() const;
 
     QString m_folder;

@@ -57,11 +57,11 @@ Submission::Outcome Submission::submit(const QString &name, int state, ZelvatMsg
     // message this Submit sends.
     OutboxFile outbox(QFileInfo(record.messageFolder()).path());
     const OutboxFile::Choice choice{contactRequested, update};
-    QString why;
-    if (!outbox.setChoice(name, choice, &why))
+    RunError error;
+    if (!outbox.setChoice(name, choice, &error))
         tell(QStringLiteral("%1: the outbox file could not keep the choices of this Submit (%2). Should it be sent "
                             "again from the outbox, its contact line and update mark may not be these.")
-                 .arg(name, why));
+                 .arg(name, error.description));
 
     const QString body = MessageText::WrapBody(MessageText::BuildBody(record, contactRequested));
     const QString subject = MessageText::BuildSubject(record, update);
@@ -83,7 +83,8 @@ Submission::Outcome Submission::submit(const QString &name, int state, ZelvatMsg
         return Outcome::SentNotMarked;
     }
     hooks.refreshList();
-    if (!(choice == OutboxFile::Choice()) && !outbox.setChoice(name, {}, &why))
-        ZelvatLogLib::WriteLogLine(QStringLiteral("Outbox: the choices of %1 stay in the outbox file: %2").arg(name, why));
+    if (!(choice == OutboxFile::Choice()) && !outbox.setChoice(name, {}, &error))
+        ZelvatLogLib::WriteLogLine(QStringLiteral("Outbox: the choices of %1 stay in the outbox file: %2")
+                                       .arg(name, error.description));
     return Outcome::Sent;
 }

@@ -54,11 +54,12 @@ void FormRecoveryKeeper::write()
         return;
     FormRecovery::Input input = m_capture();
     input.written = DatetimeLib::now();
-    QString why;
-    if (FormRecovery::write(m_folder, m_name, input, &why)) {
+    RunError error;
+    if (FormRecovery::write(m_folder, m_name, input, &error)) {
         m_lastProblem.clear();
         return;
     }
+    const QString why = error.description;
     // Said once, not at every keystroke; the next change tries again.
     if (why == m_lastProblem)
         return;
@@ -74,7 +75,7 @@ void FormRecoveryKeeper::drop()
     m_timer->stop();
     if (!m_claim->held())
         return;
-    QString why;
-    if (!FormRecovery::remove(m_folder, m_name, &why))
-        ZelvatLogLib::WriteLogLine(QStringLiteral("Recovery: %1 could not be removed: %2").arg(m_name, why));
+    RunError error;
+    if (!FormRecovery::remove(m_folder, m_name, &error))
+        ZelvatLogLib::WriteLogLine(QStringLiteral("Recovery: %1 could not be removed: %2").arg(m_name, error.description));
 }

@@ -162,12 +162,13 @@ void frmZelvatcts::StartForm(const QString &eventRecord)
     } else {
         m_state = Zelvat::StateNew;
         setWindowTitle(QStringLiteral("Zelvat - New report"));
-        QString why;
-        const auto pair = m_context.station ? EventNumbers::newEventPair(*m_context.station, m_record, &why) : std::nullopt;
+        RunError error;
+        const auto pair = m_context.station ? EventNumbers::newEventPair(*m_context.station, m_record, &error) : std::nullopt;
         if (!pair) {
             // No number could be taken (the counter is used up, the location ID cannot name a
             // file, the settings are locked): a report without an event number cannot be saved.
-            notify(why.isEmpty() ? QStringLiteral("No event number could be taken.") : why, Notice::Exclamation);
+            notify(error.description.isEmpty() ? QStringLiteral("No event number could be taken.") : error.description,
+                   Notice::Exclamation);
             close();
             return;
         }

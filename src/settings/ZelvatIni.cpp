@@ -2,6 +2,7 @@
 
 #include "support/CodePage.h"
 #include "support/CommonConst.h"
+#include "support/ErrorOut.h"
 #include "support/IniText.h"
 #include "support/Platform.h"
 #include "support/SafeFile.h"
@@ -134,20 +135,20 @@ void ZelvatIni::followCounterOnDisk()
         Eno = *disk;
 }
 
-bool ZelvatIni::saveLocked(QString *why)
+bool ZelvatIni::saveLocked(RunError *error)
 {
-    RunError error;
-    if (!SafeFile::writeAtomically(m_path, fileContent(), &error)) {
-        *why = QStringLiteral("The station settings file %1 could not be written: %2").arg(m_path, error.description);
-        return false;
-    }
+    RunError written;
+    if (!SafeFile::writeAtomically(m_path, fileContent(), &written))
+        return ErrorOut::set(error, ErrorOut::told(RunError::Number(written.number),
+                                                    QStringLiteral("The station settings file %1 could not be written: %2")
+                                                        .arg(m_path, written.description)));
     m_enoSeen = Eno;
     return true;
 }
 
-// Takes the lock shared by every program on this folder. When it cannot be had, `why` says
+// Takes the lock shared by every program on this folder. When it cannot be had, `error` says
 // whether another program holds it (and which) or the lock file cannot be made at all.
-bool ZelvatIni::lock(QLockFile &lock, const QString &consequence, QString *why) const
+bool ZelvatIni::lock(QLockFile &lock, const QString &consequence, RunError *error) const
 {
     lock.setStaleLockTime(30000);
     if (lock.tryLock(lockWaitMs))
@@ -155,38 +156,38 @@ bool ZelvatIni::lock(QLockFile &lock, const QString &consequence, QString *why) 
     const QString lockPath = m_path + QStringLiteral(".lock");
     qint64 pid = 0;
     QString host, application;
-    if (lock.error() == QLockFile::LockFailedError && lock.getLockInfo(&pid, &host, &application)) {
-        *why = QStringLiteral("The station settings file %1 is in use by another program (%2, process %3 on %4, lock %5); %6")
-                   .arg(m_path, application.isEmpty() ? QStringLiteral("unnamed") : application)
-                   .arg(pid)
-                   .arg(host, lockPath, consequence);
-    } else {
-        const RunError error = RunError::make(lock.error() == QLockFile::PermissionError ? RunError::PermissionDenied
-                                                                                        : RunError::DeviceIoError);
-        *why = QStringLiteral("The lock file %1 beside the station settings cannot be made (%2: the folder is read-only, or "
-                              "the disk is full); %3")
-                   .arg(lockPath, error.description, consequence);
-    }
-    return false;
+    if (lock.error() == QLockFile::LockFailedError && lock.getLockInfo(&pid, &host, &application))
+        return ErrorOut::set(error, ErrorOut::told(RunError::PermissionDenied,
+                                                    QStringLiteral("The station settings file %1 is in use by another program "
+                                                                   "(%2, process %3 on %4, lock %5); %6")
+                                                        .arg(m_path, application.isEmpty() ? QStringLiteral("unnamed") : application)
+                                                        .arg(pid)
+                                                        .arg(host, lockPath, consequence)));
+    const RunError cause = RunError::make(lock.error() == QLockFile::PermissionError ? RunError::PermissionDenied
+                                                                                    : RunError::DeviceIoError);
+    return ErrorOut::set(error, ErrorOut::told(RunError::Number(cause.number),
+                                                QStringLiteral("The lock file %1 beside the station settings cannot be made "
+                                                               "(%2: the folder is read-only, or the disk is full); %3")
+                                                    .arg(lockPath, cause.description, consequence)));
 }
 
 bool ZelvatIni::save()
 {
     QLockFile lockFile(m_path + QStringLiteral(".lock"));
-    QString why;
-    if (lock(lockFile, QStringLiteral("it was not written."), &why)) {
+    RunError error;
+    if (lock(lockFile, QStringLiteral("it was not written."), &error)) {
         followCounterOnDisk();
-        if (saveLocked(&why))
+        if (saveLocked(&error))
             return true;
     }
-    notify(why, Notice::Exclamation);
+    notify(error.description, Notice::Exclamation);
     return false;
 }
 
-std::optional<qint16> ZelvatIni::takeNextEventNumber(const std::function<bool(qint16)> &inUse, QString *why)
+std::optional<qint16> ZelvatIni::takeNextEventNumber(const std::function<bool(qint16)> &inUse, RunError *error)
 {
     QLockFile lockFile(m_path + QStringLiteral(".lock"));
-    if (!lock(lockFile, QStringLiteral("no event number was taken."), why))
+    if (!lock(lockFile, QStringLiteral("no event number was taken."), error))
         return std::nullopt;
     followCounterOnDisk();
     const qint32 before = Eno;
@@ -195,13 +196,15 @@ std::optional<qint16> ZelvatIni::takeNextEventNumber(const std::function<bool(qi
     while (next <= 32767 && next >= -32768 && inUse && inUse(qint16(next)))
         ++next;
     if (next > 32767 || next < -32768) {
-        *why = QStringLiteral("The next event number %1 is outside the event numbers there can be (up to 32767). "
-                              "No event number was taken. Set another Next Event No under Setup, Location ID.")
-                   .arg(next);
+        ErrorOut::set(error, ErrorOut::told(RunError::Overflow,
+                                             QStringLiteral("The next event number %1 is outside the event numbers there can "
+                                                            "be (up to 32767). No event number was taken. Set another Next "
+                                                            "Event No under Setup, Location ID.")
+                                                 .arg(next)));
         return std::nullopt;
     }
     Eno = next + 1;
-    if (!saveLocked(why)) {
+    if (!saveLocked(error)) {
         Eno = before;
         return std::nullopt;
     }

@@ -53,14 +53,14 @@ public:
     // working on this folder. The counter on disk is looked at under the lock, so that a number
     // another program took is not handed out again; a new value the operator gave in the
     // station dialog since the last look still counts. Numbers for which `inUse` answers true
-    // are passed over. nullopt, with the reason in `why`, when the counter would pass 32767 or
+    // are passed over. nullopt, with the reason in `error`, when the counter would pass 32767 or
     // the lock or the file cannot be had; the counter is then left as it was.
-    std::optional<qint16> takeNextEventNumber(const std::function<bool(qint16)> &inUse, QString *why);
+    std::optional<qint16> takeNextEventNumber(const std::function<bool(qint16)> &inUse, RunError *error);
 
 private:
     QList<IniKey> keys();
-    bool lock(QLockFile &lock, const QString &consequence, QString *why) const;
-    bool saveLocked(QString *why);
+    bool lock(QLockFile &lock, const QString &consequence, RunError *error) const;
+    bool saveLocked(RunError *error);
     void followCounterOnDisk();
     std::optional<qint32> counterOnDisk() const;
 

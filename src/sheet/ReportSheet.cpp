@@ -6,6 +6,7 @@
 #include "store/SaveStamps.h"
 #include "support/CommonConst.h"
 #include "support/DatetimeLib.h"
+#include "support/ErrorOut.h"
 #include "support/Platform.h"
 
 #include <QAbstractTextDocumentLayout>
@@ -224,12 +225,11 @@ std::unique_ptr<QTextDocument> document(const SheetReport &report, const SheetSt
     return doc;
 }
 
-int print(QPagedPaintDevice *device, const QList<SheetReport> &reports, const SheetStation &station, QString *why)
+int print(QPagedPaintDevice *device, const QList<SheetReport> &reports, const SheetStation &station, RunError *error)
 {
     QPainter painter;
     if (!painter.begin(device)) {
-        if (why)
-            *why = QStringLiteral("the printer or file could not be started");
+        ErrorOut::set(error, ErrorOut::told(RunError::DeviceIoError, QStringLiteral("the printer or file could not be started")));
         return 0;
     }
     const QFont footFont = sheetFont(kSans, 8);
@@ -274,7 +274,7 @@ int print(QPagedPaintDevice *device, const QList<SheetReport> &reports, const Sh
     return pages;
 }
 
-QByteArray pdf(const QList<SheetReport> &reports, const SheetStation &station, const QPageLayout &layout, QString *why)
+QByteArray pdf(const QList<SheetReport> &reports, const SheetStation &station, const QPageLayout &layout, RunError *error)
 {
     QBuffer buffer;
     buffer.open(QIODevice::WriteOnly);
@@ -285,11 +285,11 @@ QByteArray pdf(const QList<SheetReport> &reports, const SheetStation &station, c
                                             : QStringLiteral("Incident Reports"));
         writer.setResolution(600);
         if (!writer.setPageLayout(layout)) {
-            if (why)
-                *why = QStringLiteral("the page setup (paper, margins) cannot be used for a PDF file");
+            ErrorOut::set(error, ErrorOut::told(RunError::DeviceIoError,
+                                                 QStringLiteral("the page setup (paper, margins) cannot be used for a PDF file")));
             return {};
         }
-        if (print(&writer, reports, station, why) == 0)
+        if (print(&writer, reports, station, error) == 0)
             return {};
     }
     return buffer.data();

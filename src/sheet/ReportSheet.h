@@ -49,11 +49,11 @@ QList<SheetReport> fromFiles(const QString &programFolder, const QStringList &na
 std::unique_ptr<QTextDocument> document(const SheetReport &report, const SheetStation &station);
 
 // Draws the sheets on a printer or a PDF writer, whose page layout decides paper and margins.
-// Returns the number of pages drawn; 0 with `why` set when the device cannot be painted on.
-int print(QPagedPaintDevice *device, const QList<SheetReport> &reports, const SheetStation &station, QString *why);
+// Returns the number of pages drawn; 0 with `error` set when the device cannot be painted on.
+int print(QPagedPaintDevice *device, const QList<SheetReport> &reports, const SheetStation &station, RunError *error);
 
 // The sheets as the bytes of a PDF file on pages of `layout` (rendered in memory; the caller
-// saves them). Empty with `why` set on failure.
-QByteArray pdf(const QList<SheetReport> &reports, const SheetStation &station, const QPageLayout &layout, QString *why);
+// saves them). Empty with `error` set on failure.
+QByteArray pdf(const QList<SheetReport> &reports, const SheetStation &station, const QPageLayout &layout, RunError *error);
 
 } // namespace ReportSheet

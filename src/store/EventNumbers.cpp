@@ -2,6 +2,7 @@
 
 #include "settings/ZelvatIni.h"
 #include "support/DatetimeLib.h"
+#include "support/ErrorOut.h"
 #include "store/ZelvatMsg.h"
 #include "support/StringLib.h"
 
@@ -15,19 +16,21 @@ EventPair pairFor(const QString &lid, qint16 counter)
     return EventPair{lid + DatetimeLib::year() + DatetimeLib::day() + QLatin1Char('.') + n, lid + QLatin1Char('-') + n};
 }
 
-std::optional<EventPair> newEventPair(ZelvatIni &ini, const ZelvatMsg &store, QString *why)
+std::optional<EventPair> newEventPair(ZelvatIni &ini, const ZelvatMsg &store, RunError *error)
 {
     const QString lid = ini.Lid;
     if (lid.contains(QLatin1Char('/')) || lid.contains(QLatin1Char('\\')) || lid.contains(QStringLiteral(".."))) {
-        *why = QStringLiteral("The location ID \"%1\" holds \"/\", \"\\\" or \"..\" and cannot begin a report file name. "
-                              "No event number was taken. Correct it under Setup, Location ID.")
-                   .arg(lid);
+        ErrorOut::set(error, ErrorOut::told(RunError::BadFileName,
+                                             QStringLiteral("The location ID \"%1\" holds \"/\", \"\\\" or \"..\" and cannot "
+                                                            "begin a report file name. No event number was taken. "
+                                                            "Correct it under Setup, Location ID.")
+                                                 .arg(lid)));
         return std::nullopt;
     }
     const auto inUse = [&](qint16 counter) {
         return QFileInfo::exists(store.pathFor(pairFor(lid, counter).eventNumber));
     };
-    const auto counter = ini.takeNextEventNumber(inUse, why);
+    const auto counter = ini.takeNextEventNumber(inUse, error);
     if (!counter)
         return std::nullopt;
     return pairFor(lid, *counter);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "support/RunError.h"
+
 #include <QString>
 #include <optional>
 
@@ -18,9 +20,9 @@ namespace EventNumbers {
 
 // Takes the next counter from the station settings (advancing and saving them) and builds the
 // pair from it. A counter whose report file already exists is passed over. nullopt, with the
-// reason for the operator in `why`, when the location identifier cannot be part of a file name
-// or no counter can be taken; no number is used up then.
-std::optional<EventPair> newEventPair(ZelvatIni &ini, const ZelvatMsg &store, QString *why);
+// reason for the operator in `error`, when the location identifier cannot be part of a file
+// name or no counter can be taken; no number is used up then.
+std::optional<EventPair> newEventPair(ZelvatIni &ini, const ZelvatMsg &store, RunError *error);
 
 // The pair for a given counter, with today's date.
 EventPair pairFor(const QString &lid, qint16 counter);

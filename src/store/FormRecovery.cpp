@@ -3,6 +3,7 @@
 #include "support/CodePage.h"
 #include "support/CommonConst.h"
 #include "support/DatetimeLib.h"
+#include "support/ErrorOut.h"
 #include "support/Platform.h"
 #include "support/SafeFile.h"
 #include "support/StringLib.h"
@@ -38,13 +39,6 @@ QString withoutControls(QString text)
     return text;
 }
 
-bool fail(QString *why, const QString &text)
-{
-    if (why)
-        *why = text;
-    return false;
-}
-
 } // namespace
 
 QString folder(const QString &programFolder)
@@ -73,39 +67,42 @@ QByteArray content(const Input &input)
     return out;
 }
 
-bool write(const QString &programFolder, const QString &name, const Input &input, QString *why)
+bool write(const QString &programFolder, const QString &name, const Input &input, RunError *error)
 {
     if (const QString problem = ZelvatMsg::nameProblem(name); !problem.isEmpty())
-        return fail(why, QStringLiteral("no recovery file can be named for this report: ") + problem);
+        return ErrorOut::set(error, ErrorOut::told(RunError::BadFileName,
+                                                    QStringLiteral("no recovery file can be named for this report: ") + problem));
     if (!QDir().mkpath(folder(programFolder)))
-        return fail(why, QStringLiteral("the folder %1 cannot be made").arg(QDir::toNativeSeparators(folder(programFolder))));
+        return ErrorOut::set(error, ErrorOut::told(RunError::PathFileAccessError,
+                                                    QStringLiteral("the folder %1 cannot be made")
+                                                        .arg(QDir::toNativeSeparators(folder(programFolder)))));
     const QByteArray bytes = content(input);
     // What is kept must read back: the loader's limits are checked before anything is written.
     int line = 0;
     const qsizetype report = bytes.indexOf(kReportStart);
     if (const QString problem = ZelvatMsg::contentProblem(QByteArrayView(bytes).sliced(report), &line); !problem.isEmpty())
-        return fail(why, QStringLiteral("the input is too long to be kept: ") + problem);
-    RunError error;
-    if (!SafeFile::writeAtomically(pathFor(programFolder, name), bytes, &error, SafeFile::Flush::Later))
-        return fail(why, error.text());
+        return ErrorOut::set(error, ErrorOut::told(RunError::Overflow, QStringLiteral("the input is too long to be kept: ") + problem));
+    RunError written;
+    if (!SafeFile::writeAtomically(pathFor(programFolder, name), bytes, &written, SafeFile::Flush::Later))
+        return ErrorOut::set(error, ErrorOut::passedUp(written));
     return true;
 }
 
-std::optional<Input> read(const QString &programFolder, const QString &name, QString *why)
+std::optional<Input> read(const QString &programFolder, const QString &name, RunError *error)
 {
     if (const QString problem = ZelvatMsg::nameProblem(name); !problem.isEmpty()) {
-        fail(why, problem);
+        ErrorOut::set(error, ErrorOut::told(RunError::BadFileName, problem));
         return std::nullopt;
     }
     const QString path = pathFor(programFolder, name);
     QByteArray data;
-    RunError error;
-    if (!SafeFile::readAll(path, kMaxBytes, &data, &error)) {
-        fail(why, error.text());
+    RunError readError;
+    if (!SafeFile::readAll(path, kMaxBytes, &data, &readError)) {
+        ErrorOut::set(error, ErrorOut::passedUp(readError));
         return std::nullopt;
     }
     const auto bad = [&](const QString &text) {
-        fail(why, text);
+        ErrorOut::set(error, ErrorOut::told(RunError::InvalidFileFormat, text));
         return std::nullopt;
     };
     if (!data.startsWith(kHeader))
@@ -157,15 +154,15 @@ std::optional<Input> read(const QString &programFolder, const QString &name, QSt
     return input;
 }
 
-bool remove(const QString &programFolder, const QString &name, QString *why)
+bool remove(const QString &programFolder, const QString &name, RunError *error)
 {
     QFile file(pathFor(programFolder, name));
     if (SafeFile::kindOf(file.fileName()) == SafeFile::Kind::Missing)
         return true;
-    return file.remove() || fail(why, RunError::fromFile(file).text());
+    return file.remove() || ErrorOut::set(error, ErrorOut::passedUp(RunError::fromFile(file)));
 }
 
-bool keepAside(const QString &programFolder, const QString &name, QString *keptAs, QString *why)
+bool keepAside(const QString &programFolder, const QString &name, QString *keptAs, RunError *error)
 {
     QFile file(pathFor(programFolder, name));
     for (int n = 1; n < 1000; ++n) {
@@ -173,12 +170,13 @@ bool keepAside(const QString &programFolder, const QString &name, QString *keptA
         if (SafeFile::kindOf(target) != SafeFile::Kind::Missing)
             continue;
         if (!file.rename(target))
-            return fail(why, RunError::fromFile(file).text());
+            return ErrorOut::set(error, ErrorOut::passedUp(RunError::fromFile(file)));
         if (keptAs)
             *keptAs = target;
         return true;
     }
-    return fail(why, QStringLiteral("every name for keeping it aside is taken"));
+    return ErrorOut::set(error, ErrorOut::told(RunError::PathFileAccessError,
+                                                QStringLiteral("every name for keeping it aside is taken")));
 }
 
 QList<Entry> list(const QString &programFolder)
@@ -188,7 +186,9 @@ QList<Entry> list(const QString &programFolder)
     for (const QString &file : files) {
         Entry e;
         e.name = file.chopped(4);
-        e.input = read(programFolder, e.name, &e.problem);
+        RunError error;
+        e.input = read(programFolder, e.name, &error);
+        e.problem = error.description;
         QLockFile lock(pathFor(programFolder, e.name) + QStringLiteral(".lock"));
         lock.setStaleLockTime(0);
         if (lock.tryLock(0)) {

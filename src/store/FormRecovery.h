@@ -1,6 +1,7 @@
 #pragma once
 
 #include "store/ZelvatMsg.h"
+#include "support/RunError.h"
 
 #include <QDateTime>
 #include <QList>
@@ -48,20 +49,20 @@ QString pathFor(const QString &programFolder, const QString &name);
 QByteArray content(const Input &input);
 
 // Replaces the recovery file of `name` whole (creating the folder when missing). It is not
-// flushed at once: see SafeFile::Flush::Later. False, with the reason in `why`, when it cannot be
+// flushed at once: see SafeFile::Flush::Later. False, with the reason in `error`, when it cannot be
 // written or its content could not be read back.
-bool write(const QString &programFolder, const QString &name, const Input &input, QString *why);
+bool write(const QString &programFolder, const QString &name, const Input &input, RunError *error);
 
-// Reads the recovery file of `name`; nullopt, with the reason in `why`, when it is missing or
+// Reads the recovery file of `name`; nullopt, with the reason in `error`, when it is missing or
 // cannot be read (it is no recovery file, a line is damaged, it names no event ID).
-std::optional<Input> read(const QString &programFolder, const QString &name, QString *why);
+std::optional<Input> read(const QString &programFolder, const QString &name, RunError *error);
 
 // Removes the recovery file of `name`; a missing one is no error.
-bool remove(const QString &programFolder, const QString &name, QString *why);
+bool remove(const QString &programFolder, const QString &name, RunError *error);
 
 // Moves a recovery file that cannot be read out of the way, never deleting it: NAME.rec becomes
 // NAME.rec.bad (NAME.rec.bad2, ... when that is taken). `keptAs` gets the new path.
-bool keepAside(const QString &programFolder, const QString &name, QString *keptAs, QString *why);
+bool keepAside(const QString &programFolder, const QString &name, QString *keptAs, RunError *error);
 
 // The recovery files of the folder, by name.
 struct Entry {

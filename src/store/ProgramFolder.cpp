@@ -1,5 +1,7 @@
 #include "store/ProgramFolder.h"
 
+#include "support/ErrorOut.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -18,14 +20,13 @@ QString resolve(const QString &executableFolder)
     return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) + QStringLiteral("/Zelvatcts");
 }
 
-bool prepare(const QString &folder, QString *why)
+bool prepare(const QString &folder, RunError *error)
 {
     const QDir dir(folder);
     for (const QString &sub : {QStringLiteral("msg.d"), QStringLiteral("logs")}) {
-        if (!dir.mkpath(sub)) {
-            *why = QStringLiteral("The folder %1 could not be created.").arg(dir.filePath(sub));
-            return false;
-        }
+        if (!dir.mkpath(sub))
+            return ErrorOut::set(error, ErrorOut::told(RunError::PathFileAccessError,
+                                                        QStringLiteral("The folder %1 could not be created.").arg(dir.filePath(sub))));
     }
     // An installed program's guide lies with the installed documentation; the Help menu looks
     // for it in the program folder, so a copy goes there.

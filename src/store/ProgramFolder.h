@@ -1,5 +1,7 @@
 #pragma once
 
+#include "support/RunError.h"
+
 #include <QString>
 
 // The program folder: where the station file, the suite's global file, the message folder
@@ -11,8 +13,8 @@ namespace ProgramFolder {
 QString resolve(const QString &executableFolder);
 
 // Creates the folder with its "msg.d" and "logs" sub-folders where missing. False, with the
-// reason in `why`, when one cannot be created.
-bool prepare(const QString &folder, QString *why);
+// reason in `error`, when one cannot be created.
+bool prepare(const QString &folder, RunError *error);
 
 // The station settings file of a program folder: folder + "/Zelvatcts.ini".
 QString stationFile(const QString &folder);

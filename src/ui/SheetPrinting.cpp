@@ -49,22 +49,22 @@ bool print(QWidget *parent, const QList<SheetReport> &reports, const SheetStatio
         return false;
     printer.setDocName(title);
 
-    QString why;
+    RunError error;
     if (printer.outputFormat() == QPrinter::PdfFormat && !printer.outputFileName().isEmpty()) {
         const QString path = printer.outputFileName();
-        const QByteArray bytes = ReportSheet::pdf(reports, station, printer.pageLayout(), &why);
-        RunError error;
-        if (bytes.isEmpty() || !SafeFile::writeAtomically(path, bytes, &error)) {
+        const QByteArray bytes = ReportSheet::pdf(reports, station, printer.pageLayout(), &error);
+        RunError written;
+        if (bytes.isEmpty() || !SafeFile::writeAtomically(path, bytes, &written)) {
             notify(QStringLiteral("The report sheets could not be saved to %1:\r\n%2")
-                       .arg(QDir::toNativeSeparators(path), bytes.isEmpty() ? why : error.text()),
+                       .arg(QDir::toNativeSeparators(path), bytes.isEmpty() ? error.description : written.text()),
                    Notice::Exclamation);
             return false;
         }
         return true;
     }
-    if (ReportSheet::print(&printer, reports, station, &why) == 0) {
+    if (ReportSheet::print(&printer, reports, station, &error) == 0) {
         notify(QStringLiteral("The report sheets could not be printed on %1: %2")
-                   .arg(printer.printerName().isEmpty() ? QStringLiteral("the printer") : printer.printerName(), why),
+                   .arg(printer.printerName().isEmpty() ? QStringLiteral("the printer") : printer.printerName(), error.description),
                Notice::Exclamation);
         return false;
     }

@@ -12,9 +12,9 @@ const QByteArray ProgramHome::DefaultStation = "Uid=KN1ABC\r\nLoc=EOC\r\nLid=SPF
 
 ProgramHome::ProgramHome(const QByteArray &stationLines)
 {
-    QString why;
-    if (!m_dir.isValid() || !ProgramFolder::prepare(m_dir.path(), &why))
-        qFatal("no scratch program folder: %s", qPrintable(why));
+    RunError error;
+    if (!m_dir.isValid() || !ProgramFolder::prepare(m_dir.path(), &error))
+        qFatal("no scratch program folder: %s", qPrintable(error.description));
     writeStation(stationLines);
     DatetimeLib::setFixedNow(FixedNow);
     ZelvatLogLib::resetLog();

@@ -81,11 +81,11 @@ private:
     // The sheets as a PDF file; returns its path.
     QString render(const QList<SheetReport> &reports, const QPageLayout &layout = PageSetup::fallback())
     {
-        QString why;
-        const QByteArray bytes = ReportSheet::pdf(reports, {"Pat Smith", "KN1ABC", "EOC"}, layout, &why);
+        RunError error;
+        const QByteArray bytes = ReportSheet::pdf(reports, {"Pat Smith", "KN1ABC", "EOC"}, layout, &error);
         const QString path = m_out.filePath(QString::number(++m_files) + ".pdf");
         writeFile(path, bytes);
-        return bytes.isEmpty() ? why : path;
+        return bytes.isEmpty() ? error.description : path;
     }
     QTemporaryDir m_out;
     int m_files = 0;

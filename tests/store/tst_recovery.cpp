@@ -80,9 +80,9 @@ private slots:
         input.written = ProgramHome::FixedNow.addSecs(9);
 
         QVERIFY(FormRecovery::write(home.path(), "ABC26320.000000", input, nullptr));
-        QString why;
-        const auto back = FormRecovery::read(home.path(), "ABC26320.000000", &why);
-        QVERIFY2(back, qPrintable(why));
+        RunError error;
+        const auto back = FormRecovery::read(home.path(), "ABC26320.000000", &error);
+        QVERIFY2(back, qPrintable(error.description));
         for (Key k : ZelvatMsg::allKeys()) {
             QCOMPARE(back->record.rawText(k), input.record.rawText(k));
             QCOMPARE(back->record.number(k), input.record.number(k));
@@ -119,16 +119,16 @@ private slots:
         Capture capture;
         QDir().mkpath(FormRecovery::folder(home.path()));
         writeFile(FormRecovery::pathFor(home.path(), "R"), bytes);
-        QString why;
-        QVERIFY(!FormRecovery::read(home.path(), "R", &why));
-        QVERIFY2(why.contains(problem), qPrintable(why));
+        RunError error;
+        QVERIFY(!FormRecovery::read(home.path(), "R", &error));
+        QVERIFY2(error.description.contains(problem), qPrintable(error.description));
         QVERIFY(capture.notices.isEmpty()); // named by whoever offers it, not by the loader
 
         // Put aside twice over: never deleted, never overwritten.
         QString keptAs;
-        QVERIFY(FormRecovery::keepAside(home.path(), "R", &keptAs, &why));
+        QVERIFY(FormRecovery::keepAside(home.path(), "R", &keptAs, nullptr));
         writeFile(FormRecovery::pathFor(home.path(), "R"), bytes + "second");
-        QVERIFY(FormRecovery::keepAside(home.path(), "R", &keptAs, &why));
+        QVERIFY(FormRecovery::keepAside(home.path(), "R", &keptAs, nullptr));
         QCOMPARE(QDir(FormRecovery::folder(home.path())).entryList(QDir::Files), (QStringList{"R.rec.bad", "R.rec.bad2"}));
         QCOMPARE(readFile(keptAs), bytes + "second");
         QVERIFY(FormRecovery::list(home.path()).isEmpty());

@@ -399,10 +399,10 @@ private slots:
             ZelvatIni &ini = take.startsWith('w') ? window : client;
             if (take.contains('='))
                 ini.Eno = take.section('=', 1).toInt();
-            QString why;
-            const auto pair = EventNumbers::newEventPair(ini, store, &why);
+            RunError error;
+            const auto pair = EventNumbers::newEventPair(ini, store, &error);
             got << (pair ? pair->messageId : QStringLiteral("none"));
-            QVERIFY(pair || !why.isEmpty());
+            QVERIFY(pair || !error.description.isEmpty());
         }
         QCOMPARE(got, taken);
         const QByteArray line = "\r\nEno=" + QByteArray::number(enoAfter) + "\r\n";
@@ -416,9 +416,10 @@ private slots:
         ProgramHome home;
         QLockFile other(home.stationPath() + ".lock");
         QVERIFY(other.tryLock());
-        QString why;
+        RunError error;
         home.station().lockWaitMs = 100;
-        QVERIFY(!EventNumbers::newEventPair(home.station(), ZelvatMsg(home.path()), &why));
+        QVERIFY(!EventNumbers::newEventPair(home.station(), ZelvatMsg(home.path()), &error));
+        const QString why = error.description;
         QVERIFY2(why.contains("in use by another program") && why.contains(QString::number(QCoreApplication::applicationPid()))
                      && why.contains("no event number was taken"),
                  qPrintable(why));

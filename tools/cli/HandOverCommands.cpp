@@ -63,11 +63,11 @@ int pdfCommand(Cli &cli, const QStringList &arguments)
         return Cli::Usage;
     }
     const ZelvatIni &station = cli.station();
-    QString why;
+    RunError error;
     const QByteArray bytes = ReportSheet::pdf(reports, SheetStation{station.Nam, station.Uid, station.Loc},
-                                              PageSetup::load(), &why);
+                                              PageSetup::load(), &error);
     if (bytes.isEmpty()) {
-        Cli::err(QStringLiteral("no PDF could be made: ") + why);
+        Cli::err(QStringLiteral("no PDF could be made: ") + error.description);
         return Cli::Failure;
     }
     return save(out, bytes, int(reports.size()), unreadable);

@@ -116,10 +116,10 @@ int nextEventCommand(Cli &cli, const QStringList &args)
         Cli::err(QStringLiteral("usage: zelvatcts-cli [--home DIR] next-event"));
         return Cli::Usage;
     }
-    QString why;
-    const auto pair = EventNumbers::newEventPair(cli.station(), cli.store(), &why);
+    RunError error;
+    const auto pair = EventNumbers::newEventPair(cli.station(), cli.store(), &error);
     if (!pair) {
-        Cli::err(why);
+        Cli::err(error.description);
         return Cli::Failure;
     }
     Cli::out(pair->eventNumber + QLatin1Char('\t') + pair->messageId);
@@ -204,10 +204,10 @@ int newCommand(Cli &cli, const QStringList &args)
         Cli::err(QStringLiteral("--set %1: %2").arg(int(key) >= 0 ? ZelvatMsg::keyName(key) : QStringLiteral("..."), why));
         return Cli::Usage;
     }
-    QString why;
-    const auto pair = EventNumbers::newEventPair(cli.station(), msg, &why);
+    RunError error;
+    const auto pair = EventNumbers::newEventPair(cli.station(), msg, &error);
     if (!pair) {
-        Cli::err(why);
+        Cli::err(error.description);
         return Cli::Failure;
     }
     msg.setEID(pair->eventNumber);

@@ -166,9 +166,9 @@ int main(int argc, char *argv[])
     if (args.isEmpty())
         return usage();
 
-    QString why;
-    if (!ProgramFolder::prepare(home, &why)) {
-        Cli::err(why);
+    RunError error;
+    if (!ProgramFolder::prepare(home, &error)) {
+        Cli::err(error.description);
         return Cli::Failure;
     }
 
