@@ -11,12 +11,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     Fuzz::WriteAll(msg.pathFor(QStringLiteral("F")), data, size);
     if (!msg.Load(QStringLiteral("F")))
         return 0;
-    // What loaded must survive a save and a second load unchanged.
+    // What loaded must survive a save and a second load unchanged. A report whose event ID is
+    // already "G" is saved back into the file it came from, so the second load reads the file
+    // the save wrote, whichever it was.
     msg.setEID(QStringLiteral("G"));
     if (!msg.Fadd())
         abort();
     ZelvatMsg again(folder);
-    if (!again.Load(QStringLiteral("G")))
+    if (!again.Load(msg.fileName()))
         abort();
     for (ZelvatMsg::Key k : ZelvatMsg::allKeys()) {
         const bool sectionOfType = k == ZelvatMsg::Key::AGE || k == ZelvatMsg::Key::GDR || k == ZelvatMsg::Key::CON
