@@ -1,4 +1,4 @@
-// The text helpers, the key filter, the code page, the registry number, the session log and the
+// The text helpers, the code page, the registry number, the session log and the
 // files of SafeFile, seen from outside: returned values, bytes, the lines that reach the log file,
 // what stands in a folder after a call (a FIFO for every kind that must never be opened), and
 // the same under faults put in by libfaultfs.so (preloaded into this test by CTest).
@@ -7,7 +7,6 @@
 #include "common/ProgramHome.h"
 #include "support/CodePage.h"
 #include "support/CommonConst.h"
-#include "support/FilterKey.h"
 #include "support/RegistryValue.h"
 #include "support/SafeFile.h"
 #include "support/StringLib.h"
@@ -65,30 +64,6 @@ private slots:
             taken.append(StringLib::GetLine(buffer));
         QCOMPARE(taken, lines);
         QCOMPARE(StringLib::GetLine(buffer), QString()); // an empty buffer stays empty
-    }
-
-    void filterKey_data()
-    {
-        QTest::addColumn<int>("key");
-        QTest::addColumn<QString>("allowed");
-        QTest::addColumn<int>("result");
-
-        QTest::newRow("letter refused by digits") << int('a') << "0123456789" << 0;
-        QTest::newRow("backspace passes") << 8 << "0123456789" << 8;
-        QTest::newRow("lower passes upper set, case kept") << int('q') << "ABCQ" << int('q');
-        QTest::newRow("upper passes lower set") << int('Q') << QString(Zelvat::GeneralSet) << int('Q');
-        QTest::newRow("enter refused") << 13 << QString(Zelvat::SummarySet) << 0;
-        QTest::newRow("apostrophe in summary") << int('\'') << QString(Zelvat::SummarySet) << int('\'');
-        QTest::newRow("apostrophe not in general") << int('\'') << QString(Zelvat::GeneralSet) << 0;
-        QTest::newRow("at sign refused for station id") << int('@') << QString(Zelvat::StationIdSet) << 0;
-    }
-
-    void filterKey()
-    {
-        QFETCH(int, key);
-        QFETCH(QString, allowed);
-        QFETCH(int, result);
-        QCOMPARE(int(FilterKey(quint16(key), allowed, true)), result);
     }
 
     void codePageEncode_data()
