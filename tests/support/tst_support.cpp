@@ -7,6 +7,7 @@
 #include "common/ProgramHome.h"
 #include "support/CodePage.h"
 #include "support/CommonConst.h"
+#include "support/FilterKey.h"
 #include "support/RegistryValue.h"
 #include "support/SafeFile.h"
 #include "support/StringLib.h"
@@ -64,6 +65,12 @@ private slots:
             taken.append(StringLib::GetLine(buffer));
         QCOMPARE(taken, lines);
         QCOMPARE(StringLib::GetLine(buffer), QString()); // an empty buffer stays empty
+    }
+
+    void keyFilterKeepsTheCase()
+    {
+        // The station dialog takes the key as returned; the box rules are in tst_store boxTakes.
+        QCOMPARE(FilterKey('q', "ABCQ", true), quint16('q'));
     }
 
     void codePageEncode_data()
