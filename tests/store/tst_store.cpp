@@ -1,14 +1,21 @@
-// The report store seen from outside: the bytes of report files, what a load leaves in the
-// record, the messages and event-log entries of failures, the file list, event numbers and the
-// chronological order of the list's Date/Time cells. Which rows a folder lists, and in what order,
-// is checked against the catalog in its own suite.
+// The report store and the files beside it, seen from outside: the bytes of report files, what a
+// load leaves in the record, the messages and event-log entries of failures, the file list, event
+// numbers and the chronological order of the list's Date/Time cells; the form's rules that need no
+// window (what a box takes of typed keys and pasted text, what each report state shows and
+// allows); the recovery of an unsaved form; the station file and the suite's global settings file.
+// Which rows a folder lists, and in what order, is checked against the catalog in its own suite;
+// the form suite checks once per rule that the form asks it.
 
 #include "common/Capture.h"
 #include "common/ProgramHome.h"
 #include "common/ReferenceList.h"
 #include "common/SampleReport.h"
+#include "settings/TnGlobal.h"
+#include "settings/ZelvatIni.h"
 #include "store/EventNumbers.h"
 #include "store/FormFields.h"
+#include "store/FormPaste.h"
+#include "store/FormRecovery.h"
 #include "store/FormRules.h"
 #include "store/ProgramFolder.h"
 #include "store/ReportList.h"
@@ -21,13 +28,25 @@
 #include <QDir>
 #include <QLockFile>
 #include <QStandardPaths>
+#include <QTemporaryDir>
 #include <QTest>
 
 #include <sys/stat.h>
 
 using Key = ZelvatMsg::Key;
+using G = FormFields::Group;
 
-static const QByteArray kStamp = "Version=" + Zelvat::versionText().toLatin1() + "/26320:140500\r\n";
+static const QByteArray kVersion = Zelvat::versionText().toLatin1();
+static const QByteArray kDefaults = "[Zelvat Call Taking System]\r\nVersion=" + kVersion
+    + "\r\n\r\n[GENERAL OPTIONS]\r\nNam=\r\nUid=\r\nLoc=\r\nCty=\r\nLid=\r\nEno=100\r\nLvf=10\r\n"
+      "Hst=127.0.0.1\r\nPrt=9334\r\nNto=5000\r\nEnc=BASE64\r\n";
+
+static const QByteArray kGlobalDefaults = "[GENERAL VARIABLES]\r\nVersion=" + kVersion
+    + "\r\nUseGlobalMsgNum=1\r\nProfSave=1\r\n\r\n[LOCAL PRINTER]\r\nPrinterName=Office Laser\r\nPtrOrient=1\r\n"
+      "PtrCopies=1\r\nPtrDuplex=1\r\nFolderLabels=Folder 1|Folder 2|Folder 3|Folder 4|Folder 5\r\nLstFontSize=9\r\n";
+static const QByteArray kCurrent = "[GENERAL VARIABLES]\r\nVersion=" + kVersion + "\r\nProfSave=1\r\n";
+
+static const QByteArray kStamp = "Version=" + kVersion + "/26320:140500\r\n";
 static const QByteArray kGeneral = "TYP=%T\r\nEID=E1\r\nMID=ABC-0\r\nISS=Person down near the library\r\nAD1=100 Oak Street\r\n"
                                    "CTY=Springfield\r\nAD2=Corner of Oak and 5th, north side\r\nLAS=14:05\r\nDTL=Caller reports "
                                    "a man collapsed on the sidewalk, bystanders are with him\\nNo traffic hazard\r\nRPN=Jordan "
@@ -46,6 +65,8 @@ class TestStore : public QObject {
     Q_OBJECT
 
 private slots:
+    void init() { m_dir = std::make_unique<QTemporaryDir>(); }
+
     void saveWritesTheLayout_data()
     {
         QTest::addColumn<QString>("typ");
@@ -455,6 +476,393 @@ private slots:
         QCOMPARE(cells, (QStringList{"// :", "02/30/26 10:00", "01/01/25 +9:30", "12/31/99 23:00", "01/01/25 09:00",
                                      "01/02/26 08:00", "02/01/26 09:00", "01/01/27 09:00"}));
     }
+
+    void writtenSoonAfterTheLastChange_data()
+    {
+        QTest::addColumn<QList<int>>("changes"); // milliseconds after 14:05:00
+        QTest::addColumn<int>("asked");
+        QTest::addColumn<bool>("due");
+
+        QTest::newRow("nothing typed") << QList<int>{} << 5000 << false;
+        QTest::newRow("a key, still typing") << QList<int>{0} << 499 << false;
+        QTest::newRow("a key, then a pause") << QList<int>{0} << 500 << true;
+        QTest::newRow("typing on, within two seconds") << QList<int>{0, 400, 800, 1200, 1600} << 1999 << false;
+        QTest::newRow("typing on, two seconds after the first") << QList<int>{0, 400, 800, 1200, 1600, 1999} << 2000 << true;
+        QTest::newRow("the clock put back") << QList<int>{3000} << 1000 << true;
+    }
+
+    void writtenSoonAfterTheLastChange()
+    {
+        QFETCH(QList<int>, changes);
+        QFETCH(int, asked);
+        QFETCH(bool, due);
+        FormRecovery::Schedule schedule;
+        for (int ms : changes)
+            schedule.noteChange(ProgramHome::FixedNow.addMSecs(ms));
+        QCOMPARE(schedule.due(ProgramHome::FixedNow.addMSecs(asked)), due);
+        schedule.written();
+        QVERIFY(!schedule.due(ProgramHome::FixedNow.addSecs(60))); // once written, nothing waits
+    }
+
+    void keepsTheInputExactly_data()
+    {
+        QTest::addColumn<QStringList>("changes");
+        QTest::addColumn<QString>("openedFrom");
+        QTest::addColumn<bool>("update");
+        QTest::addColumn<bool>("contact");
+
+        QTest::newRow("a new report, every box") << QStringList{"AST=1"} << "" << false << false;
+        QTest::newRow("reopened with Update, contact asked") << QStringList{"AST=1"} << "ABC26320.000000" << true << true;
+        QTest::newRow("a box of a type chosen and dropped keeps its text")
+            << QStringList{"TYP=FIRE", "AGE=70", "PDE=Tall\\nred jacket", "CON=-1", "AST=6"} << "" << false << false;
+        QTest::newRow("blanks the operator typed last") << QStringList{"ISS=Person down ", "AD1=  12 Oak"} << "" << false << true;
+    }
+
+    void keepsTheInputExactly()
+    {
+        QFETCH(QStringList, changes);
+        QFETCH(QString, openedFrom);
+        QFETCH(bool, update);
+        QFETCH(bool, contact);
+        ProgramHome home;
+        Capture capture;
+        FormRecovery::Input input(home.path());
+        input.record = SampleReport::make(home.path(), 0, 1);
+        SampleReport::change(input.record, changes);
+        for (const QString &c : changes) { // as the form's boxes hold the text: blanks kept
+            for (Key k : ZelvatMsg::allKeys()) {
+                if (!ZelvatMsg::isIntegerKey(k) && c.startsWith(ZelvatMsg::keyName(k) + '='))
+                    input.record.setRawText(k, c.mid(4));
+            }
+        }
+        input.openedFrom = openedFrom;
+        input.update = update;
+        input.contact = contact;
+        input.written = ProgramHome::FixedNow.addSecs(9);
+
+        QVERIFY(FormRecovery::write(home.path(), "ABC26320.000000", input, nullptr));
+        RunError error;
+        const auto back = FormRecovery::read(home.path(), "ABC26320.000000", &error);
+        QVERIFY2(back, qPrintable(error.description));
+        for (Key k : ZelvatMsg::allKeys()) {
+            QCOMPARE(back->record.rawText(k), input.record.rawText(k));
+            QCOMPARE(back->record.number(k), input.record.number(k));
+        }
+        QCOMPARE(back->openedFrom, openedFrom);
+        QCOMPARE(back->update, update);
+        QCOMPARE(back->contact, contact);
+        QCOMPARE(back->written, input.written);
+        QVERIFY(capture.notices.isEmpty());
+        QVERIFY(home.reportFiles().isEmpty()); // no report file is written by keeping the input
+    }
+
+    void unreadableIsKeptAsideNeverDeleted_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<QString>("problem");
+
+        const QByteArray head = "[FORM RECOVERY]\r\nOpened=\r\nUpdate=0\r\nContact=0\r\nWritten=2026-11-16T14:05:09\r\n";
+        const QByteArray report = "[911 DEFINITION]\r\nEID=SPF26320.101\r\nISS=Fall\r\n[END]\r\n";
+        QTest::newRow("no recovery file") << QByteArray("[911 DEFINITION]\r\nEID=X\r\n[END]\r\n") << "is no recovery file";
+        QTest::newRow("cut short") << head + report.left(30) << "cut short";
+        QTest::newRow("a flag that is no flag") << QByteArray(head).replace("Update=0", "Update=yes") + report << "Update=yes";
+        QTest::newRow("no time") << QByteArray(head).replace("2026-11-16T14:05:09", "soon") + report << "Written=soon";
+        QTest::newRow("a damaged report line") << head + QByteArray(report).replace("Fall", "Fa\x01ll") << "control characters";
+        QTest::newRow("no event ID") << head + QByteArray(report).replace("SPF26320.101", "") << "event ID";
+        QTest::newRow("opened from outside the folder") << QByteArray(head).replace("Opened=", "Opened=../x") + report << "../x";
+    }
+
+    void unreadableIsKeptAsideNeverDeleted()
+    {
+        QFETCH(QByteArray, bytes);
+        QFETCH(QString, problem);
+        ProgramHome home;
+        Capture capture;
+        QDir().mkpath(FormRecovery::folder(home.path()));
+        writeFile(FormRecovery::pathFor(home.path(), "R"), bytes);
+        RunError error;
+        QVERIFY(!FormRecovery::read(home.path(), "R", &error));
+        QVERIFY2(error.description.contains(problem), qPrintable(error.description));
+        QVERIFY(capture.notices.isEmpty()); // named by whoever offers it, not by the loader
+
+        // Put aside twice over: never deleted, never overwritten.
+        QString keptAs;
+        QVERIFY(FormRecovery::keepAside(home.path(), "R", &keptAs, nullptr));
+        writeFile(FormRecovery::pathFor(home.path(), "R"), bytes + "second");
+        QVERIFY(FormRecovery::keepAside(home.path(), "R", &keptAs, nullptr));
+        QCOMPARE(QDir(FormRecovery::folder(home.path())).entryList(QDir::Files), (QStringList{"R.rec.bad", "R.rec.bad2"}));
+        QCOMPARE(readFile(keptAs), bytes + "second");
+        QVERIFY(FormRecovery::list(home.path()).isEmpty());
+    }
+
+    void onlyWholeFilesOfStoppedFormsAreOffered()
+    {
+        ProgramHome home;
+        FormRecovery::Input input(home.path());
+        input.record = SampleReport::make(home.path());
+        input.written = ProgramHome::FixedNow;
+        QVERIFY(FormRecovery::write(home.path(), "A", input, nullptr));
+        QVERIFY(FormRecovery::write(home.path(), "B", input, nullptr));
+        // The stump of a write that was cut off, and a file put aside, are no recoveries.
+        writeFile(FormRecovery::pathFor(home.path(), "A") + ".~x1y2z3", "[FORM RECOVERY]\r\nOpe");
+        writeFile(FormRecovery::pathFor(home.path(), "C") + ".bad", "junk");
+        {
+            // B's form is open in a running program: it is listed as still being written.
+            FormRecovery::Claim claim(home.path(), "B");
+            QVERIFY(claim.held());
+            const auto entries = FormRecovery::list(home.path());
+            QCOMPARE(entries.size(), 2);
+            QCOMPARE(entries[0].name, QString("A"));
+            QVERIFY(entries[0].input && entries[0].holder.isEmpty());
+            QVERIFY(!entries[1].holder.isEmpty());
+            QVERIFY(!FormRecovery::Claim(home.path(), "B").held());
+        }
+        QVERIFY(FormRecovery::list(home.path())[1].holder.isEmpty()); // released with the form
+        QCOMPARE(FormRecovery::offerText(*FormRecovery::list(home.path())[0].input),
+                 QString("A report being written when Zelvatcts stopped was kept: ABC26320.000000, Person down near the "
+                         "library, 16-Nov-26 14:05:00. Restore it?"));
+        QVERIFY(FormRecovery::remove(home.path(), "A", nullptr));
+        QVERIFY(FormRecovery::remove(home.path(), "A", nullptr)); // gone already: no error
+        QCOMPARE(FormRecovery::list(home.path()).size(), 1);
+    }
+
+    void boxTakes_data()
+    {
+        QTest::addColumn<int>("group");
+        QTest::addColumn<int>("index");
+        QTest::addColumn<bool>("pasted"); // else typed, key by key
+        QTest::addColumn<QString>("input");
+        QTest::addColumn<QString>("taken");
+        QTest::addColumn<int>("refused");
+        const auto row = [](const char *name, G g, int i, bool pasted, const QString &in, const QString &out, int no) {
+            QTest::newRow(name) << int(g) << i << pasted << in << out << no;
+        };
+        row("summary set takes ' = _", G::Header, 0, false, "a'B=c_d!@", "a'B=c_d", 2);
+        row("general set refuses = and !", G::Header, 5, false, "555-0100 =X!", "555-0100 X", 2);
+        row("city takes anything", G::Header, 8, false, "st. john's!", "st. john's!", 0);
+        row("plate in capitals, filtered", G::Law, 4, false, "7abc*1", "7ABC1", 1);
+        row("state in capitals", G::Law, 5, false, "ca", "CA", 0);
+        row("vehicle as typed", G::Law, 3, false, "Red van", "Red van", 0);
+        row("backspace passes a filtered box", G::Header, 0, false, "\b", "\b", 0);
+        row("beyond the code page refused", G::Header, 7, false, QString::fromUtf8("Łódź é€"), QString::fromUtf8("ód é€"), 2);
+        row("pasted: plate in capitals, refused signs left out", G::Law, 4, true, "7abc-12!", "7ABC-12", 1);
+        row("pasted: summary's characters", G::Header, 0, true, "Fall @ home #2", "Fall  home 2", 2);
+        row("pasted: one-line box joins lines", G::Header, 1, true, "12 Oak St\r\nrear\n", "12 Oak St rear ", 0);
+        row("pasted: details keep lines", G::Header, 7, true, "first\r\nsecond\rthird", "first\nsecond\nthird", 0);
+        row("pasted: outside the code page", G::Header, 7, true, QString::fromUtf8("ok \xE2\x9C\x93 \xF0\x9F\x98\x80 é€"),
+            QString::fromUtf8("ok   é€"), 3);
+        row("pasted: tab and control characters", G::Header, 6, true, QString("14\t05\x01\b\x7F"), "14 05", 3);
+    }
+
+    void boxTakes()
+    {
+        QFETCH(int, group);
+        QFETCH(int, index);
+        QFETCH(bool, pasted);
+        QFETCH(QString, input);
+        QFETCH(QString, taken);
+        QFETCH(int, refused);
+        const FormFields::Box &b = FormFields::box(G(group), index);
+        FormPaste::Result r;
+        if (pasted)
+            r = FormPaste::filter(b, input);
+        for (QChar c : pasted ? QString() : input) {
+            const QChar k = FormPaste::typed(b, c);
+            k.isNull() ? void(++r.refused) : void(r.text += k);
+        }
+        QCOMPARE(r.text, taken);
+        QCOMPARE(r.refused, refused);
+    }
+
+    void viewOfState_data()
+    {
+        QTest::addColumn<int>("state");
+        QTest::addColumn<QString>("shown"); // the caption, the commands enabled, the Save button's caption
+        QTest::newRow("1 new") << 1 << "New Report|Delete Save Submit Close|Save";
+        QTest::newRow("6 draft") << 6 << "Previously Saved Report|Delete Save Submit Close|Save";
+        QTest::newRow("2 ready") << 2 << "Ready, not Submitted|Delete Submit Close|Save";
+        QTest::newRow("8 deleted") << 8 << "Deleted Report|Close|Save";
+        QTest::newRow("9 submitted") << 9 << "Submitted Report|Delete Save Close|Update";
+        for (int state : {0, 3, 7, 10})
+            QTest::addRow("%d: none", state) << state << "";
+    }
+
+    void viewOfState()
+    {
+        QFETCH(int, state);
+        QFETCH(QString, shown);
+        const auto v = FormRules::viewOfState(state);
+        QStringList on;
+        if (v) {
+            for (const auto &[enabled, name] : {std::pair{v->deleteEnabled, "Delete"}, {v->saveEnabled, "Save"},
+                                                {v->submitEnabled, "Submit"}, {v->closeEnabled, "Close"}})
+                if (enabled)
+                    on << name;
+        }
+        QCOMPARE(v ? v->caption + "|" + on.join(' ') + "|" + v->saveCaption : QString(), shown);
+        QCOMPARE(FormRules::canSubmit(state), state == 1 || state == 2 || state == 6);
+    }
+
+    void stationFileAsFound_data()
+    {
+        QTest::addColumn<QByteArray>("before"); // empty: no file
+        QTest::addColumn<QByteArray>("after");
+        QTest::newRow("missing: written with the defaults") << QByteArray() << kDefaults;
+        QTest::newRow("header only: defaults, not rewritten") << QByteArray("[GENERAL OPTIONS]\r\n")
+                                                              << QByteArray("[GENERAL OPTIONS]\r\n");
+    }
+
+    void stationFileAsFound()
+    {
+        QFETCH(QByteArray, before);
+        QFETCH(QByteArray, after);
+        if (!before.isEmpty())
+            writeFile(stationPath(), before);
+        ZelvatIni ini(stationPath());
+        QVERIFY(ini.load());
+        QCOMPARE(readFile(stationPath()), after);
+        QCOMPARE(ini.Eno, 100);
+        QCOMPARE(ini.Enc, QString("BASE64"));
+    }
+
+    void stationValues_data()
+    {
+        QTest::addColumn<QByteArray>("line");
+        QTest::addColumn<QString>("field");
+        QTest::addColumn<QString>("value");
+
+        QTest::newRow("leading blank of value kept") << QByteArray("Hst= host.example") << "Hst" << " host.example";
+        QTest::newRow("blanks around key") << QByteArray(" Hst =h2") << "Hst" << "h2";
+        QTest::newRow("first = splits") << QByteArray("Nam=A=B") << "Nam" << "A=B";
+        QTest::newRow("keys case-sensitive") << QByteArray("nam=x") << "Nam" << "";
+        QTest::newRow("last wins") << QByteArray("Lid=AAA\r\nLid=BBB") << "Lid" << "BBB";
+        QTest::newRow("Eno rounds half to even") << QByteArray("Eno=102.5") << "Eno" << "102";
+        QTest::newRow("Nto") << QByteArray("Nto=250") << "Nto" << "250";
+        QTest::newRow("font size with a fraction") << QByteArray("Lvf=8.25") << "Lvf" << "8.25";
+        QTest::newRow("8-bit text") << QByteArray("Loc=M\xFCnster") << "Loc" << QString::fromUtf8("Münster");
+    }
+
+    void stationValues()
+    {
+        // Read as the line says, then written and read back the same (the font size as typed).
+        QFETCH(QByteArray, line);
+        QFETCH(QString, field);
+        QFETCH(QString, value);
+        Capture capture;
+        writeFile(stationPath(), "[GENERAL OPTIONS]\r\n" + line + "\r\n");
+        for (int pass = 0; pass < 2; ++pass) {
+            ZelvatIni ini(stationPath());
+            QVERIFY(ini.load());
+            const QHash<QString, QString> values = {{"Nam", ini.Nam}, {"Lid", ini.Lid}, {"Loc", ini.Loc}, {"Hst", ini.Hst},
+                                                    {"Eno", QString::number(ini.Eno)}, {"Nto", QString::number(ini.Nto)},
+                                                    {"Lvf", QString::number(ini.Lvf)}};
+            QCOMPARE(values.value(field), value);
+            QVERIFY(ini.save());
+        }
+        QVERIFY(capture.notices.isEmpty());
+    }
+
+    void brokenStationFile_data()
+    {
+        QTest::addColumn<QByteArray>("badLine"); // empty: a folder stands where the file should be
+        QTest::addColumn<QString>("named");      // what the message names besides the file
+
+        QTest::newRow("letters in Eno") << QByteArray("Eno=12ab") << "line 3, \"Eno=12ab\"";
+        QTest::newRow("Nto out of range") << QByteArray("Nto=70000") << "Nto=70000";
+        QTest::newRow("Lvf not a number") << QByteArray("Lvf=big") << "Lvf=big";
+        QTest::newRow("key without =") << QByteArray("Eno") << "line 3, \"Eno\"";
+        QTest::newRow("Eno beyond 32 bits") << QByteArray("Eno=99999999999") << "Eno=99999999999";
+        QTest::newRow("a folder, no file") << QByteArray() << "every setting has its default";
+    }
+
+    void brokenStationFile()
+    {
+        QFETCH(QByteArray, badLine);
+        QFETCH(QString, named);
+        Capture capture;
+        const QByteArray content = "[GENERAL OPTIONS]\r\nNam=Pat\r\n" + badLine + "\r\nHst=radio\r\n";
+        if (badLine.isEmpty())
+            QVERIFY(QDir().mkpath(stationPath()));
+        else
+            writeFile(stationPath(), content);
+        ZelvatIni ini(stationPath());
+        QVERIFY(!ini.load());
+        QCOMPARE(ini.Eno, 100); // the bad value keeps its default, the others are taken
+        QCOMPARE(ini.Nto, qint16(5000));
+        QCOMPARE(ini.Lvf, 10.0f);
+        QCOMPARE(ini.Hst, badLine.isEmpty() ? QString("127.0.0.1") : QString("radio"));
+        // One message naming the file, the line and the value; the file as it was is kept.
+        QCOMPARE(capture.notices.size(), 1);
+        const QString text = capture.notices[0].text;
+        QVERIFY2(text.contains(stationPath()) && text.contains(named), qPrintable(text));
+        if (badLine.isEmpty())
+            return;
+        QCOMPARE(readFile(stationPath() + ".bad"), content);
+        QVERIFY(ini.save());
+        QCOMPARE(readFile(stationPath() + ".bad"), content);
+        QVERIFY(readFile(stationPath()).contains("\r\nNam=Pat\r\n"));
+    }
+
+    void globalFileRewrite_data()
+    {
+        QTest::addColumn<QByteArray>("before"); // empty: no file
+        QTest::addColumn<int>("useGlobal");     // set before the object goes; 1 leaves it
+        QTest::addColumn<QByteArray>("after");  // what the file starts with, or holds whole when no "=" follows
+
+        QTest::newRow("missing: defaults at once") << QByteArray() << 1 << kGlobalDefaults;
+        QTest::newRow("another version: rewritten, values kept")
+            << QByteArray("[GENERAL VARIABLES]\r\nVersion=0.9.1\r\nProfSave=0\r\n[LOCAL PRINTER]\r\nLstFontSize=12\r\n") << 1
+            << "[GENERAL VARIABLES]\r\nVersion=" + kVersion + "\r\nUseGlobalMsgNum=1\r\nProfSave=0\r\n";
+        QTest::newRow("no = at all: left alone") << QByteArray("[GENERAL VARIABLES]\r\njust words\r\n") << 1
+                                                << QByteArray("[GENERAL VARIABLES]\r\njust words\r\n");
+        QTest::newRow("the run flag alone: left alone") << kCurrent << 1 << kCurrent;
+        QTest::newRow("a number beyond 16 bits refused") << kCurrent << 40000 << kCurrent;
+        QTest::newRow("a changed number: rewritten") << kCurrent << 0
+                                                     << "[GENERAL VARIABLES]\r\nVersion=" + kVersion + "\r\nUseGlobalMsgNum=0\r\n";
+    }
+
+    void globalFileRewrite()
+    {
+        QFETCH(QByteArray, before);
+        QFETCH(int, useGlobal);
+        QFETCH(QByteArray, after);
+        TnGlobal::setDefaultPrinterName("Office Laser");
+        if (!before.isEmpty())
+            writeFile(globalPath(), before);
+        {
+            TnGlobal glo(m_dir->path());
+            QCOMPARE(TnGlobal::settingsFileMissing(), before.isEmpty());
+            glo.setRunFlag(false); // not a setting: never a reason to write
+            if (useGlobal != 1)
+                QCOMPARE(glo.setUseGlobalMsgNum(useGlobal), useGlobal >= -32768 && useGlobal <= 32767);
+        }
+        TnGlobal::setDefaultPrinterName({});
+        const QByteArray bytes = readFile(globalPath());
+        QVERIFY2(bytes.startsWith(after), bytes.constData());
+        if (before == after)
+            QCOMPARE(bytes, before);
+        TnGlobal again(m_dir->path());
+        if (before.contains("LstFontSize=12"))
+            QCOMPARE(again.LstFontSize(), qint16(12));
+    }
+
+    void globalConversionErrorGoesToTheEventLog()
+    {
+        Capture capture;
+        writeFile(globalPath(), "[GENERAL VARIABLES]\r\nVersion=0.1.0\r\nProfSave=0\r\nPtrCopies=many\r\nPtrDuplex=0\r\n");
+        TnGlobal glo(m_dir->path());
+        QCOMPARE(glo.ProfSave(), qint16(0));  // read before the error: stands
+        QCOMPARE(glo.PtrDuplex(), qint16(1)); // after it: never read
+        QCOMPARE(capture.events.size(), 1);
+        QVERIFY(capture.events[0].startsWith("13, Type mismatch"));
+        QVERIFY(capture.events[0].endsWith("; TnGlobal:GloRead, FileName = " + globalPath() + ", Step = 3"));
+        QVERIFY(capture.notices.isEmpty());
+    }
+
+private:
+    QString stationPath() const { return m_dir->path() + "/Zelvatcts.ini"; }
+    QString globalPath() const { return m_dir->path() + "/Tarnell.glo"; }
+    std::unique_ptr<QTemporaryDir> m_dir;
 };
 
 QTEST_GUILESS_MAIN(TestStore)
