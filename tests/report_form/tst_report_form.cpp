@@ -742,9 +742,7 @@ private slots:
         frmZelvatcts *f = frmZelvatcts::current();
         QVERIFY(f && f->isVisible());
         for (auto it = boxes.cbegin(); it != boxes.cend(); ++it) { // "Direction of Travel" as first kept, not "changed"
-            QWidget *box = f->findChild<QWidget *>(it.key());
-            const auto *line = qobject_cast<QLineEdit *>(box);
-            QCOMPARE(line ? line->text() : static_cast<QPlainTextEdit *>(box)->toPlainText(), *it);
+            QCOMPARE(boxText(f->findChild<QWidget *>(it.key())), *it);
         }
         QCOMPARE(f->eventNumber(), event);
         QCOMPARE(w->station().Eno, before.Eno); // no number taken for it
