@@ -2,7 +2,7 @@
 // unsaved. It prints what every box shows ("box NAME=text", line breaks as "\n") and the event
 // ID, then "kept" once the input is in its recovery file; then it changes "Direction of Travel"
 // and keeps it again, a write that stops for good after 300 bytes (run with libfaultfs.so
-// preloaded), for tst_calls_kept's kill to fall in the middle of it.
+// preloaded), for tst_report_form's kill to fall in the middle of it.
 //
 //   type_report PROGRAM_FOLDER
 
