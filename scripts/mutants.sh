@@ -3,7 +3,8 @@
 # rebuilds, runs the suite, and prints which test caught it, or SURVIVED. Works on a scratch
 # copy of the committed tree in build-mutants/, never on the checkout itself.
 # MUTANTS_TESTS=REGEX runs only the test executables it matches (ctest -R), MUTANTS_ONLY=TEXT only
-# the mutants whose rule holds TEXT.
+# the mutants whose rule holds TEXT. Each fault is first tried on the suites of its own layer (the
+# table below), built alone; only a fault they miss is tried on every suite.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 list=$(realpath "${1:-scripts/mutants.txt}")
@@ -25,6 +26,21 @@ import subprocess, sys, os
 lst, scratch = sys.argv[1], sys.argv[2]
 os.chdir(os.path.join(scratch, "tree"))
 caught = survived = 0
+# The suites that hold the rules of each folder: tried first, built alone.
+first = {"src/support": ["tst_support", "tst_store"], "src/store": ["tst_store", "tst_catalog"],
+         "src/settings": ["tst_store"], "src/link": ["tst_link"], "src/sheet": ["tst_sheet"],
+         "tools/cli": ["tst_cli"], "tools/loopback": ["tst_link"], "src/app": ["tst_app"],
+         "src/report_form": ["tst_report_form"], "src/dialogs": ["tst_dialogs"], "src/ui": ["tst_dialogs", "tst_app"]}
+env = dict(os.environ, QT_QPA_PLATFORM="offscreen")
+def run_suites(targets, regex):
+    b = subprocess.run(["cmake", "--build", scratch + "/build", "--target"] + targets, capture_output=True, text=True)
+    if b.returncode != 0:
+        return None, []
+    only = ["-R", regex] if regex else []
+    t = subprocess.run(["ctest", "--test-dir", scratch + "/build", "--stop-on-failure", "--timeout", "120"] + only,
+                       capture_output=True, text=True, env=env)
+    failed = [l.split()[3] for l in t.stdout.splitlines() if "***" in l or ("Test #" in l and "Failed" in l)]
+    return t.returncode != 0, failed
 for raw in open(lst):
     if not raw.strip() or raw.startswith("#"):
         continue
@@ -38,15 +54,16 @@ for raw in open(lst):
         continue
     open(path, "w").write(text.replace(old, new, 1))
     try:
-        b = subprocess.run(["cmake", "--build", scratch + "/build", "--target", "zelvat_suites"], capture_output=True, text=True)
-        if b.returncode != 0:
+        regex = os.environ.get("MUTANTS_TESTS", "")
+        suites = first.get("/".join(path.split("/")[:2]), []) if not regex else []
+        result, failed = (None, [])
+        if suites:
+            result, failed = run_suites(suites, "^(" + "|".join(suites) + ")$")
+        if not result:
+            result, failed = run_suites(["zelvat_suites"], regex)
+        if result is None:
             print(f"NO BUILD   {rule}", flush=True)
-            continue
-        only = ["-R", os.environ["MUTANTS_TESTS"]] if os.environ.get("MUTANTS_TESTS") else []
-        t = subprocess.run(["ctest", "--test-dir", scratch + "/build", "--stop-on-failure", "--timeout", "120"] + only,
-                           capture_output=True, text=True, env=dict(os.environ, QT_QPA_PLATFORM="offscreen"))
-        failed = [l.split()[3] for l in t.stdout.splitlines() if "***" in l or ("Test #" in l and "Failed" in l)]
-        if t.returncode != 0:
+        elif result:
             caught += 1
             print(f"caught     {rule}  by {failed[0] if failed else '?'}", flush=True)
         else:
