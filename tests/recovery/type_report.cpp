@@ -1,8 +1,7 @@
 // A program that types a report into the real report form, as an operator does, and leaves it
-// unsaved. It prints what every box shows ("box NAME=text", line breaks as "\n") and the event
-// ID, then "kept" once the input is in its recovery file; then it changes "Direction of Travel"
-// and keeps it again, a write that stops for good after 300 bytes (run with libfaultfs.so
-// preloaded), for tst_report_form's kill to fall in the middle of it.
+// unsaved. It prints "kept EVENT-ID" once the input is in its recovery file, as the form shows it;
+// then it changes "Direction of Travel" and keeps it again, a write that stops for good after 300
+// bytes (run with libfaultfs.so preloaded), for tst_report_form's kill to fall in the middle of it.
 //
 //   type_report PROGRAM_FOLDER
 
@@ -13,19 +12,12 @@
 #include <QApplication>
 #include <QCheckBox>
 #include <QLineEdit>
-#include <QPlainTextEdit>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QTabWidget>
 #include <QTest>
 #include <cstdio>
 #include <dlfcn.h>
-
-static void say(const QString &line)
-{
-    std::puts(line.toUtf8().constData());
-    std::fflush(stdout);
-}
 
 int main(int argc, char *argv[])
 {
@@ -56,14 +48,6 @@ int main(int argc, char *argv[])
     QTest::mouseClick(f->optBrea[0], Qt::LeftButton);
     f->chkReqContact->setChecked(true);
 
-    for (const FormFields::Box &b : FormFields::boxes()) {
-        QWidget *box = f->findChild<QWidget *>(FormFields::objectName(b));
-        const auto *line = qobject_cast<QLineEdit *>(box);
-        const QString shown = line ? line->text() : static_cast<QPlainTextEdit *>(box)->toPlainText();
-        say(QStringLiteral("box %1=%2").arg(FormFields::objectName(b), QString(shown).replace('\n', "\\n")));
-    }
-    say(QStringLiteral("event %1").arg(f->eventNumber()));
-
     // The form keeps it by itself, half a second after the last change.
     const auto kept = [&] {
         const auto onDisk = FormRecovery::read(folder, f->eventNumber(), nullptr);
@@ -73,7 +57,8 @@ int main(int argc, char *argv[])
     };
     while (!kept())
         QTest::qWait(50);
-    say(QStringLiteral("kept"));
+    std::printf("kept %s\n", qPrintable(f->eventNumber()));
+    std::fflush(stdout);
     using Arm = int (*)(const char *op, int err, const char *match, long long at);
     const auto arm = reinterpret_cast<Arm>(dlsym(RTLD_DEFAULT, "faultfs_arm"));
     if (!arm || arm("write", -1, "/recovery/", 300) != 0)
