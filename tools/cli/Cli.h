@@ -57,3 +57,6 @@ int linkTestCommand(Cli &cli, const QStringList &args);
 int pdfCommand(Cli &cli, const QStringList &args);
 int exportCommand(Cli &cli, const QStringList &args);
 int importCommand(Cli &cli, const QStringList &args);
+
+// The situation summary of the last hours.
+int summaryCommand(Cli &cli, const QStringList &args);

@@ -36,6 +36,7 @@ const Command kCommands[] = {
     {"pdf", pdfCommand},
     {"export", exportCommand},
     {"import", importCommand},
+    {"summary", summaryCommand},
 };
 
 const char kSynopsis[] = "zelvatcts-cli [--home DIR] COMMAND [ARGS]";
@@ -64,7 +65,14 @@ const char kCommandList[] =
         "  export --csv [--folder F] --out FILE       every field of the reports of a folder (all, ready,\n"
         "                                             draft, submitted, deleted; default: ready) as CSV\n"
         "  import FILE...                             copy report files into the message folder; a name\n"
-        "                                             already there is skipped, a broken file refused";
+        "                                             already there is skipped, a broken file refused\n"
+        "  summary [--hours N]                        the reports dated in the last N hours (default 24,\n"
+        "                                             at most 744), TAB-separated: the line \"Type Ready\n"
+        "                                             Draft Submitted Deleted Total\", then one line per\n"
+        "                                             event type (MED, FIRE, LAW, LGOV) beginning with\n"
+        "                                             its code, Total last (a report of several types\n"
+        "                                             counts in each); then \"City Total\" and one line\n"
+        "                                             per city, most reports first";
 
 int usage()
 {
