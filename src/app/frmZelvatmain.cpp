@@ -10,6 +10,7 @@
 #include "link/ServerSession.h"
 #include "dialogs/frmZelvatPref.h"
 #include "report_form/frmZelvatcts.h"
+#include "dialogs/frmSummary.h"
 #include "store/CatalogUpdates.h"
 #include "store/ProgramFolder.h"
 #include "store/ReportCatalog.h"
@@ -223,6 +224,8 @@ void frmZelvatmain::syncList()
     const bool replaced = m_model->sync(m_currentFolder);
     place.restore(LV, m_found, m_model, replaced);
     showItemCount();
+    if (m_summary)
+        m_summary->refresh();
 }
 
 void frmZelvatmain::refreshList()

@@ -8,6 +8,7 @@
 #include "support/Platform.h"
 
 #include <QMainWindow>
+#include <QPointer>
 #include <QSet>
 #include <array>
 #include <functional>
@@ -29,6 +30,7 @@ class ReportListFilter;
 class ReportListModel;
 class ReportListSorter;
 class ServerSession;
+class frmSummary;
 
 // The main window and the program's start-up object: the report list with its folders, the
 // commands, the station settings, and the per-user placement of the window.
@@ -108,6 +110,9 @@ public:
     // Asks for the report files to import. Replaced in tests.
     std::function<QStringList()> chooseImportFiles;
     void mnuFind_Click();
+    // View > Summary (F9): opens the situation summary, or brings it forward (MainSummary.cpp).
+    void mnuSummary_Click();
+    frmSummary *summaryWindow() const;
     void LV_ColumnClick(int column);
     void LV_DblClick();
     void Form_Resize();
@@ -162,6 +167,7 @@ private:
     ServerSession *m_linkSession = nullptr;
     OutboxControl *m_outbox = nullptr;
     RecoveryOffer *m_recoveryOffer = nullptr;
+    QPointer<frmSummary> m_summary; // follows the catalog as the list does
     std::array<qint32, 8> m_columnWidths {};
     int m_currentFolder = 2;
     int m_sortKey = 6;

@@ -189,6 +189,8 @@ void frmZelvatmain::buildMenus()
     del->setShortcutContext(Qt::WidgetShortcut);
     edit->addSeparator();
     item(edit, "mnuFind", QStringLiteral("Find"), true, &frmZelvatmain::mnuFind_Click)->setShortcut(QKeySequence::Find);
+    QMenu *view = menuBar()->addMenu(QStringLiteral("&View"));
+    item(view, "mnuSummary", QStringLiteral("Summary"), true, &frmZelvatmain::mnuSummary_Click)->setShortcut(Qt::Key_F9);
     QMenu *setup = menuBar()->addMenu(QStringLiteral("&Setup"));
     item(setup, "mnuStationID", QStringLiteral("Location ID"), true, &frmZelvatmain::mnuStationID_Click);
     item(setup, "mnuPreferences", QStringLiteral("Preferences"), true, &frmZelvatmain::mnuPreferences_Click);

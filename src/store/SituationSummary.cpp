@@ -75,10 +75,13 @@ void SituationSummary::take(int slot, Entry &entry)
     const auto &fold = CodePage::folding().byte;
     for (qsizetype i = 0; i < city.size(); ++i)
         folded[i] = fold[quint8(city[i])];
+    const QString name = city.isEmpty() ? QStringLiteral("(no city)") : CodePage::decode(city);
     auto it = m_cityOf.constFind(folded);
     if (it == m_cityOf.constEnd()) {
         it = m_cityOf.insert(folded, int(m_cityNames.size()));
-        m_cityNames.append(city.isEmpty() ? QStringLiteral("(no city)") : CodePage::decode(city));
+        m_cityNames.append(name);
+    } else if (name < m_cityNames[*it]) {
+        m_cityNames[*it] = name; // the same spelling whatever order the reports were taken in
     }
     entry.city = *it;
 }

@@ -31,7 +31,7 @@ public:
     static int columnOf(qint16 state);
 
     struct City {
-        QString name; // as the first report of the period spells it; "(no city)" when blank
+        QString name; // of its spellings (case aside) the one that sorts first; "(no city)" when blank
         int reports = 0;
     };
     struct Counts {
