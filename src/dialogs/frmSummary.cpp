@@ -14,6 +14,7 @@
 #include <QChartView>
 #include <QDir>
 #include <QFileDialog>
+#include <QFontMetricsF>
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QHeaderView>
@@ -197,6 +198,10 @@ void frmSummary::showChart()
     auto *y = new QValueAxis;
     y->setRange(0, std::max(1, most));
     y->setLabelFormat(QStringLiteral("%d"));
+    if (most <= 10)
+        y->setTickCount(std::max(1, most) + 1); // one line per call: whole numbers only
+    else
+        y->applyNiceNumbers();
     y->setTitleText(QStringLiteral("Calls"));
     m_chart->addAxis(x, Qt::AlignBottom);
     m_chart->addAxis(y, Qt::AlignLeft);
@@ -209,18 +214,31 @@ void frmSummary::showChart()
                                            .arg(totals.join(QStringLiteral(", "))));
 }
 
-void frmSummary::drawChart(QPainter &painter, const QRectF &room)
+double frmSummary::drawChart(QPainter &painter, const QRectF &room)
 {
-    // The chart is drawn anew at the size of the room, so that it is as sharp as the page.
-    const QSizeF shown = m_chart->size();
-    const double scale = std::max(1.0, room.width() / 720.0);
-    m_chart->resize(room.size() / scale);
+    // The chart as the window lays it out, scaled to the room: drawn, not copied as pixels, so
+    // that it is as sharp as the page. Its legend does not follow it onto paper: the colours of
+    // the event types are named below it.
+    const QFontMetricsF metrics(painter.font(), painter.device());
+    const double legend = metrics.height() * 1.5;
+    const QRect shown = chtCalls->viewport()->rect();
+    if (shown.isEmpty())
+        return 0;
+    const double height = std::min(room.height() - legend, room.width() * shown.height() / shown.width());
+    chtCalls->render(&painter, QRectF(room.left(), room.top(), room.width(), height), shown, Qt::KeepAspectRatio);
+    const auto sets = m_chart->series().isEmpty() ? QList<QBarSet *>()
+                                                  : static_cast<QBarSeries *>(m_chart->series().first())->barSets();
+    double x = room.left() + room.width() * 0.3;
+    const double y = room.top() + height + metrics.height() * 0.25, box = metrics.height() * 0.7;
     painter.save();
-    painter.translate(room.topLeft());
-    painter.scale(scale, scale);
-    m_chart->scene()->render(&painter, QRectF(QPointF(0, 0), room.size() / scale), QRectF(QPointF(0, 0), room.size() / scale));
+    for (QBarSet *set : sets) {
+        painter.fillRect(QRectF(x, y + (metrics.height() - box) / 2, box, box), set->color());
+        painter.setPen(QPen(Qt::black, 0));
+        painter.drawText(QPointF(x + box * 1.5, y + metrics.ascent()), set->label());
+        x += box * 2 + metrics.horizontalAdvance(set->label()) + metrics.height();
+    }
     painter.restore();
-    m_chart->resize(shown);
+    return height + legend;
 }
 
 void frmSummary::printSummary()
@@ -232,7 +250,7 @@ void frmSummary::printSummary()
     if (!SheetPrinting::choosePrinter || !SheetPrinting::choosePrinter(printer, this))
         return;
     refresh();
-    const auto chart = [this](QPainter &p, const QRectF &room) { drawChart(p, room); };
+    const auto chart = [this](QPainter &p, const QRectF &room) { return drawChart(p, room); };
     RunError error;
     if (printer.outputFormat() == QPrinter::PdfFormat && !printer.outputFileName().isEmpty()) {
         const QString path = printer.outputFileName();
@@ -258,7 +276,7 @@ void frmSummary::savePdf()
     refresh();
     RunError error, written;
     const QByteArray bytes = SummarySheet::pdf(
-        m_summary.counts(), [this](QPainter &p, const QRectF &room) { drawChart(p, room); }, PageSetup::load(), &error);
+        m_summary.counts(), [this](QPainter &p, const QRectF &room) { return drawChart(p, room); }, PageSetup::load(), &error);
     if (bytes.isEmpty() || !SafeFile::writeAtomically(path, bytes, &written))
         notify(QStringLiteral("The summary could not be saved to %1:\r\n%2")
                    .arg(QDir::toNativeSeparators(path), bytes.isEmpty() ? error.description : written.text()),

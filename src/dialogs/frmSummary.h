@@ -34,8 +34,8 @@ public:
     // Asks for the PDF file to save; empty when the operator cancels. Replaced in tests.
     static std::function<QString(QWidget *parent)> askPdfPath;
 
-    // Draws the chart into a rectangle of a printer's or PDF writer's painter.
-    void drawChart(QPainter &painter, const QRectF &room);
+    // Draws the chart into a rectangle of a printer's or PDF writer's painter; the height used.
+    double drawChart(QPainter &painter, const QRectF &room);
 
     QSpinBox *spnHours = nullptr;
     QTableWidget *tblTypes = nullptr;

@@ -97,10 +97,10 @@ int print(QPagedPaintDevice *device, const SituationSummary::Counts &counts, con
     const double chartHeight = std::min(page.height() * 0.4, bottom - y - line * 3);
     if (chart && chartHeight > 0) {
         painter.save();
-        chart(painter, QRectF(0, y, page.width(), chartHeight));
+        const double used = chart(painter, QRectF(0, y, page.width(), chartHeight));
         painter.restore();
         painter.setPen(QPen(Qt::black, 0));
-        y += chartHeight + line;
+        y += used + line;
     }
 
     painter.setFont(font(10, true));

@@ -17,8 +17,8 @@ class QPainter;
 // carries its page number and the time it was printed.
 namespace SummarySheet {
 
-// Draws the chart into the rectangle, in the painter's coordinates.
-using DrawChart = std::function<void(QPainter &painter, const QRectF &room)>;
+// Draws the chart into the rectangle, in the painter's coordinates, from its top; the height used.
+using DrawChart = std::function<double(QPainter &painter, const QRectF &room)>;
 
 // Draws the summary on a printer or a PDF writer. Returns the number of pages drawn; 0 with
 // `error` set when the device cannot be painted on.

@@ -15,11 +15,13 @@
 #include "common/Csv.h"
 #include "common/SampleReport.h"
 #include "common/WindowHome.h"
+#include "dialogs/frmSummary.h"
 #include "report_form/frmZelvatcts.h"
 #include "sheet/PageSetup.h"
 #include "store/ReportCsv.h"
 #include "store/ReportFolderWatch.h"
 #include "support/CommonConst.h"
+#include "support/DatetimeLib.h"
 #include "ui/SheetPrinting.h"
 
 #include <QAbstractItemModelTester>
@@ -28,6 +30,8 @@
 #include <QPrinter>
 #include <QRegularExpression>
 #include <QSettings>
+#include <QChartView>
+#include <QTableWidget>
 #include <fcntl.h>
 #include <sys/stat.h>
 
@@ -298,6 +302,7 @@ private slots:
         QTest::newRow("Ctrl+F: the search box") << "mnuFind" << QKeySequence(Qt::CTRL | Qt::Key_F);
         QTest::newRow("F5: refresh") << "mnuRefresh" << QKeySequence(Qt::Key_F5);
         QTest::newRow("Delete: as before, on the list") << "mnuDelete" << QKeySequence(Qt::Key_Delete);
+        QTest::newRow("F9: the summary") << "mnuSummary" << QKeySequence(Qt::Key_F9);
     }
 
     void keysAreInTheMenus()
@@ -324,6 +329,8 @@ private slots:
             QVERIFY(w->txtSearch->hasFocus());
         else if (action == "mnuRefresh")
             QCOMPARE(listColumn(*w, ReportList::Idx), (QStringList{second, first}));
+        else if (action == "mnuSummary")
+            QVERIFY(w->summaryWindow() && w->summaryWindow()->isVisible() && w->summaryWindow()->windowTitle() == "Summary");
         else
             QVERIFY(readFile(home.reportPath(first)).contains("AST=8"));
     }
@@ -537,6 +544,32 @@ private slots:
         w->mnuPrint_Click();
         QVERIFY(capture.noticeTexts().value(0).contains("could not be saved to " + m_printedTo));
         QCOMPARE(readFile(m_out.filePath("other")), QByteArray("kept"));
+    }
+
+    void summaryFollowsTheListAndGoesOnPaper()
+    {
+        // Start's reports, dated 16 Nov 2026 14:32: FIRE, LAW, MED+LAW Ready, LGOV Draft.
+        WindowHome home;
+        DatetimeLib::setFixedNow(QDateTime(QDate(2026, 11, 16), QTime(15, 0))); // the home's own is 14:05
+        auto w = start(home, {});
+        w->mnuSummary_Click();
+        frmSummary *s = w->summaryWindow();
+        const auto cell = [s](int type, int column) { return s->tblTypes->item(type, column)->text(); };
+        QCOMPARE(cell(2, SituationSummary::Total), "2"); // LAW
+        QCOMPARE(cell(3, SituationSummary::Draft), "1"); // LGOV
+        report(home, 5, "Albany", {"TYP=MED"}); // saved, as the report form saves and refills the list
+        w->BuildNewMsgList();
+        QCOMPARE(cell(0, SituationSummary::Ready), "2");
+        QCOMPARE(s->tblCities->item(0, 0)->text(), "Albany");
+        QCOMPARE(s->chtCalls->accessibleDescription(), "Bars per hour from 15:00, 25 hours; calls: MED 2, FIRE 1, LAW 2, LGOV 1");
+        const QString pdf = m_out.filePath("summary.pdf");
+        frmSummary::askPdfPath = [&](QWidget *) { return pdf; };
+        QTest::mouseClick(s->cmdSavePdf, Qt::LeftButton);
+        const QString text = Pdf::text(pdf).simplified();
+        QVERIFY2(text.contains("Summary") && text.contains("MED 2 0 0 0 2") && text.contains("Hour of the report's own time"),
+                 qPrintable(text));
+        QTest::keyClick(s, Qt::Key_Escape);
+        QVERIFY(!s->isVisible());
     }
 
     void formPrintsWhatItShows()
