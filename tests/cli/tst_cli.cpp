@@ -72,6 +72,7 @@ private slots:
         QTest::newRow("find without words") << QStringList{"find"} << 2 << findUsage;
         QTest::newRow("find only blanks") << QStringList{"find", " "} << 2 << findUsage;
         QTest::newRow("find in an unknown folder") << QStringList{"find", "--folder", "outbox", "oak"} << 2 << findUsage;
+        QTest::newRow("summary of no hours") << QStringList{"summary", "--hours", "0"} << 2 << QByteArray("--hours 0: a whole number");
         QTest::newRow("find in a folder without a name") << QStringList{"find", "oak", "--folder"} << 2 << findUsage;
         QTest::newRow("no such report") << QStringList{"delete", "NOPE"} << 1 << QByteArray("no report NOPE");
         QTest::newRow("--home twice") << QStringList{"--home", "/tmp", "list"} << 2 << QByteArray("--home is given twice");
@@ -129,6 +130,22 @@ private slots:
             found += line.split('\t').first() + ' ';
         QCOMPARE(found, names);
         QCOMPARE(lines[lines.size() - 2], "Items: " + QByteArray::number(names.count(' ')));
+    }
+
+    void summaryCountsTheLastHours()
+    {
+        // The table is the summary's own; here, that the client reads the folder and takes --hours.
+        QVERIFY(QDir().mkpath(path("msg.d")));
+        const auto dated = [](qint64 secondsAgo) {
+            const QDateTime t = QDateTime::currentDateTime().addSecs(-secondsAgo);
+            return QStringList{"ADT=" + t.toString("yyMMdd"), "ATM=" + t.toString("HHmm")};
+        };
+        SampleReport::save(m_dir->path(), QStringList{"EID=A1", "TYP=MED+LAW", "AST=2", "CTY=Town"} + dated(120));
+        SampleReport::save(m_dir->path(), QStringList{"EID=B2", "TYP=MED", "AST=9", "CTY=Abbey"} + dated(30 * 3600));
+        const QByteArray head = "Type\tReady\tDraft\tSubmitted\tDeleted\tTotal\n";
+        QCOMPARE(run({"summary"}).out, head + "MED\t1\t0\t0\t0\t1\nFIRE\t0\t0\t0\t0\t0\nLAW\t1\t0\t0\t0\t1\n"
+                                              "LGOV\t0\t0\t0\t0\t0\nCity\tTotal\nTown\t1\n");
+        QVERIFY(run({"summary", "--hours", "31"}).out.contains("\nMED\t1\t0\t1\t0\t2\n"));
     }
 
     void whatCannotBeReadDoesNotHideTheRest()
