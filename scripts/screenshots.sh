@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Takes the README's screenshots of the real windows under a virtual X display (Xvfb): the
-# station identification, the main window and its File menu, a medical and a law report on the
+# station identification, the main window and its File menu, the situation summary, a medical and a law report on the
 # report form, the preferences and the about box; and a picture of a report sheet's first page
 # (the client's PDF, rendered by pdftoppm). Writes docs/screenshots/*.png.
 set -euo pipefail
@@ -64,6 +64,12 @@ eval "$(xdotool getwindowgeometry --shell "$main")"
 import -window root -crop "${WIDTH}x${HEIGHT}+${X}+${Y}" "$out/main-window-file-menu.png"
 echo "$out/main-window-file-menu.png"
 xdotool key Escape
+sleep 0.3
+
+# The situation summary of the reports just written, with its chart (F9).
+press "Zelvat Call Taking System v" F9
+shot "Summary" summary
+press "Summary" Escape
 sleep 0.3
 
 # The law report and the medical report: the rows of the Ready list, ordered by City (Riverside, Springfield).

@@ -189,11 +189,16 @@ void frmSummary::showChart()
         totals << QStringLiteral("%1 %2").arg(FormRules::typeCode(t)).arg(c.byType[t][SituationSummary::Total]);
     }
     m_chart->addSeries(series);
+    // Each bar's own label (the axis merges equal ones): the hour on the last day of the period,
+    // the day of the month and the hour before it.
     QStringList hours;
-    for (int i = 0; i < c.perHour.size(); ++i)
-        hours << c.firstHour.addSecs(3600 * qint64(i)).toString(QStringLiteral("HH"));
+    for (int i = 0; i < c.perHour.size(); ++i) {
+        const QDateTime hour = c.firstHour.addSecs(3600 * qint64(i));
+        hours << hour.toString(hour.date() == c.to.date() ? QStringLiteral("HH") : QStringLiteral("d/HH"));
+    }
     auto *x = new QBarCategoryAxis;
     x->append(hours);
+    x->setLabelsAngle(hours.size() > 12 ? -90 : 0);
     x->setTitleText(QStringLiteral("Hour of the report's own time"));
     auto *y = new QValueAxis;
     y->setRange(0, std::max(1, most));

@@ -44,7 +44,7 @@ public:
     };
 
     static constexpr int DefaultHours = 24;
-    static constexpr int MaxHours = 24 * 31;
+    static constexpr int MaxHours = 24 * 7; // a week: one bar per hour still reads
 
     explicit SituationSummary(const ReportCatalog *catalog);
 

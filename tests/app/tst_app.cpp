@@ -562,6 +562,7 @@ private slots:
         QCOMPARE(cell(0, SituationSummary::Ready), "2");
         QCOMPARE(s->tblCities->item(0, 0)->text(), "Albany");
         QCOMPARE(s->chtCalls->accessibleDescription(), "Bars per hour from 15:00, 25 hours; calls: MED 2, FIRE 1, LAW 2, LGOV 1");
+        QCOMPARE(s->chtCalls->chart()->axes(Qt::Horizontal).first()->property("count").toInt(), 25); // one label per bar
         const QString pdf = m_out.filePath("summary.pdf");
         frmSummary::askPdfPath = [&](QWidget *) { return pdf; };
         QTest::mouseClick(s->cmdSavePdf, Qt::LeftButton);

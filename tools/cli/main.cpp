@@ -67,7 +67,7 @@ const char kCommandList[] =
         "  import FILE...                             copy report files into the message folder; a name\n"
         "                                             already there is skipped, a broken file refused\n"
         "  summary [--hours N]                        the reports dated in the last N hours (default 24,\n"
-        "                                             at most 744), TAB-separated: the line \"Type Ready\n"
+        "                                             at most 168), TAB-separated: the line \"Type Ready\n"
         "                                             Draft Submitted Deleted Total\", then one line per\n"
         "                                             event type (MED, FIRE, LAW, LGOV) beginning with\n"
         "                                             its code, Total last (a report of several types\n"
