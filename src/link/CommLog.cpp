@@ -5,9 +5,10 @@
 #include "settings/ZelvatIni.h"
 #include "store/ReportCsv.h"
 #include "store/ZelvatMsg.h"
+#include "support/CommonConst.h"
 #include "support/SafeFile.h"
 
-#include <QDir>
+#include <QSettings>
 
 namespace {
 
@@ -103,6 +104,26 @@ bool CommLog::read(const QString &programFolder, const QDateTime &from, const QD
     }
     *period = parse(bytes, from, to);
     return true;
+}
+
+namespace {
+QSettings *userSettings(QSettings &s)
+{
+    s.beginGroup(QStringLiteral("CommLog"));
+    return &s;
+}
+} // namespace
+
+QString CommLog::incidentName()
+{
+    QSettings s(QSettings::NativeFormat, QSettings::UserScope, QString::fromLatin1(Zelvat::Title));
+    return userSettings(s)->value(QStringLiteral("Incident")).toString();
+}
+
+void CommLog::keepIncidentName(const QString &name)
+{
+    QSettings s(QSettings::NativeFormat, QSettings::UserScope, QString::fromLatin1(Zelvat::Title));
+    userSettings(s)->setValue(QStringLiteral("Incident"), name);
 }
 
 QByteArray CommLog::csv(const QList<Entry> &entries)

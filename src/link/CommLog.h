@@ -65,6 +65,11 @@ public:
     // The default period: the last 12 hours up to `now`.
     static QDateTime defaultFrom(const QDateTime &now) { return now.addSecs(-12 * 3600); }
 
+    // The incident name the log's head names, as the operator last typed it; kept per user
+    // (group "CommLog", key "Incident"), so the window and the client print the same head.
+    static QString incidentName();
+    static void keepIncidentName(const QString &name);
+
     // The period as CSV: byte-order mark, the column names, one row per try, cells made safe
     // for spreadsheets as every CSV of the program is.
     static QByteArray csv(const QList<Entry> &entries);

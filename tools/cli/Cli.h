@@ -57,3 +57,5 @@ int linkTestCommand(Cli &cli, const QStringList &args);
 int pdfCommand(Cli &cli, const QStringList &args);
 int exportCommand(Cli &cli, const QStringList &args);
 int importCommand(Cli &cli, const QStringList &args);
+// The communications log of a period as CSV or PDF.
+int commlogCommand(Cli &cli, const QStringList &args);

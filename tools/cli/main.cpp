@@ -36,6 +36,7 @@ const Command kCommands[] = {
     {"pdf", pdfCommand},
     {"export", exportCommand},
     {"import", importCommand},
+    {"commlog", commlogCommand},
 };
 
 const char kSynopsis[] = "zelvatcts-cli [--home DIR] COMMAND [ARGS]";
@@ -64,7 +65,10 @@ const char kCommandList[] =
         "  export --csv [--folder F] --out FILE       every field of the reports of a folder (all, ready,\n"
         "                                             draft, submitted, deleted; default: ready) as CSV\n"
         "  import FILE...                             copy report files into the message folder; a name\n"
-        "                                             already there is skipped, a broken file refused";
+        "                                             already there is skipped, a broken file refused\n"
+        "  commlog [--from \"yyyy-mm-dd hh:mm\"] [--to \"yyyy-mm-dd hh:mm\"] (--csv FILE | --pdf FILE)\n"
+        "                                             the communications log (every try to send) of a\n"
+        "                                             period (default: the last 12 hours) as CSV or PDF";
 
 int usage()
 {
@@ -128,7 +132,7 @@ int main(int argc, char *argv[])
     // The report sheets are laid out with fonts, which need a GUI application; the client never
     // shows a window, so it draws offscreen and needs no display.
     std::unique_ptr<QCoreApplication> application;
-    if (commandWord(argc, argv) == "pdf") {
+    if (commandWord(argc, argv) == "pdf" || commandWord(argc, argv) == "commlog") {
         qputenv("QT_QPA_PLATFORM", "offscreen");
         application = std::make_unique<QGuiApplication>(argc, argv);
     } else {
