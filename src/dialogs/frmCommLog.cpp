@@ -70,6 +70,7 @@ frmCommLog::frmCommLog(const QString &programFolder, const ZelvatIni &station, Q
     lvwTries->setSelectionBehavior(QAbstractItemView::SelectRows);
     lvwTries->setEditTriggers(QAbstractItemView::NoEditTriggers);
     lvwTries->verticalHeader()->hide();
+    lvwTries->horizontalHeader()->setSortIndicator(0, Qt::AscendingOrder);
     lblCount = new QLabel(this);
     lblCount->setObjectName(QStringLiteral("lblCount"));
     cmdPrint = button(this, "cmdPrint", QStringLiteral("&Print..."));
@@ -120,6 +121,9 @@ void frmCommLog::showPeriod()
                    .arg(QDir::toNativeSeparators(CommLog::path(m_folder)), error.text()),
                Notice::Exclamation);
     m_entries = period.entries;
+    // A new period keeps the order the operator chose (by date and time at first).
+    const int column = lvwTries->horizontalHeader()->sortIndicatorSection();
+    const Qt::SortOrder order = lvwTries->horizontalHeader()->sortIndicatorOrder();
     m_model->clear();
     m_model->setHorizontalHeaderLabels(CommLog::columns());
     for (qsizetype i = 0; i < m_entries.size(); ++i) {
@@ -129,7 +133,7 @@ void frmCommLog::showPeriod()
         row.first()->setData(int(i), Qt::UserRole);
         m_model->appendRow(row);
     }
-    lvwTries->sortByColumn(0, Qt::AscendingOrder);
+    lvwTries->sortByColumn(column, order);
     QString count = QStringLiteral("Tries: %1").arg(m_entries.size());
     if (period.damaged > 0)
         count += QStringLiteral(" (%1 damaged line%2 of the log passed over)").arg(period.damaged).arg(period.damaged == 1 ? "" : "s");

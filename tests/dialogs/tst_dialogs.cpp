@@ -336,8 +336,9 @@ private slots:
         QList<QStringList> rows;
         QVERIFY(Csv::parse(QString::fromUtf8(readFile(csv).mid(3)), &rows) && rows.size() == 3);
         QVERIFY(rows[1][1] == "A" && rows[2][1] == "B");
-        dialog.dtpFrom->setDateTime(ProgramHome::FixedNow.addSecs(-90 * 60));
-        QCOMPARE(dialog.shownEntries().size(), 1);
+        dialog.dtpFrom->setDateTime(ProgramHome::FixedNow.addSecs(-13 * 3600 - 60)); // the order chosen stays
+        QCOMPARE(dialog.shownEntries().size(), 3);
+        QCOMPARE(dialog.shownEntries().last().eventId, "OLD");
         dialog.txtIncident->setText("Flood 26");
         QTest::keyClick(&dialog, Qt::Key_Escape);
         QCOMPARE(CommLog::incidentName(), "Flood 26"); // kept as the dialog closed
