@@ -140,7 +140,9 @@ QSettings *userSettings(QSettings &s)
 QString CommLog::incidentName()
 {
     QSettings s(QSettings::NativeFormat, QSettings::UserScope, QString::fromLatin1(Zelvat::Title));
-    return userSettings(s)->value(QStringLiteral("Incident")).toString();
+    // A name with a comma, written into the file by hand without quotes, reads as a list.
+    const QVariant name = userSettings(s)->value(QStringLiteral("Incident"));
+    return name.typeId() == QMetaType::QStringList ? name.toStringList().join(QStringLiteral(", ")) : name.toString();
 }
 
 void CommLog::keepIncidentName(const QString &name)
