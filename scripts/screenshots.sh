@@ -2,7 +2,8 @@
 # Takes the README's screenshots of the real windows under a virtual X display (Xvfb): the
 # station identification, the main window and its File menu, the situation summary, a medical and a law report on the
 # report form, the preferences and the about box; and a picture of a report sheet's first page
-# (the client's PDF, rendered by pdftoppm). Writes docs/screenshots/*.png.
+# (the client's PDF, rendered by pdftoppm) and of the communications log's first page. Writes
+# docs/screenshots/*.png.
 set -euo pipefail
 [ -n "${TRACE:-}" ] && set -x
 cd "$(dirname "$0")/.."
@@ -37,6 +38,18 @@ medical=$(grep -l '^TYP=MED' "$home"/msg.d/*.911 | head -1)
 "$cli" pdf "$(basename "$medical" .911)" --out "$home/sheet.pdf" >/dev/null
 pdftoppm -png -r 80 -f 1 -l 1 -singlefile "$home/sheet.pdf" "$out/report-sheet"
 echo "$out/report-sheet.png"
+
+# The communications log's first page: a few tries of the last hours, the incident name kept.
+for i in 5 4 3 2 1; do
+  when=$(date -d "-$((i * 37)) min" '+%Y-%m-%d %H:%M:%S')
+  case $i in 4) outcome='not sent'; why=refused ;; 3) outcome='not sent'; why='no answer' ;; *) outcome=sent; why= ;; esac
+  printf '%s\tSPF%s.10%s\t10%s\tSPF-10%s / MED / Springfield\t127.0.0.1:9334\t%s\t%s\tPat Smith\tKN1ABC\tEOC Main\r\n' \
+    "$when" "$(date '+%y%j')" "$i" "$i" "$i" "$outcome" "$why" >> "$home/Zelvatcts.comms"
+done
+printf '[CommLog]\nIncident=Riverside flood, November 2026\n' >> "$XDG_CONFIG_HOME/Zelvat Call Taking System.conf"
+"$cli" commlog --pdf "$home/commlog.pdf" >/dev/null
+pdftoppm -png -r 80 -f 1 -l 1 -singlefile "$home/commlog.pdf" "$out/comm-log"
+echo "$out/comm-log.png"
 
 # Xvfb picks a free display number and writes it once it accepts clients.
 Xvfb -displayfd 5 -screen 0 1024x768x24 5>"$home/display" >/dev/null 2>&1 &

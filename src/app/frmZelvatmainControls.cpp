@@ -4,6 +4,7 @@
 
 #include "app/MainLayout.h"
 #include "app/ReportListModel.h"
+#include "dialogs/frmCommLog.h"
 #include "support/DatetimeLib.h"
 #include "ui/Twips.h"
 
@@ -175,6 +176,13 @@ void frmZelvatmain::buildMenus()
     item(file, "mnuPrintSetup", QStringLiteral("Print Setup..."), true, &frmZelvatmain::mnuPrintSetup_Click);
     mnuPrint = item(file, "mnuPrint", QStringLiteral("Print..."), false, &frmZelvatmain::mnuPrint_Click);
     mnuPrint->setShortcut(QKeySequence::Print);
+    file->addSeparator();
+    QAction *commLog = item(file, "mnuCommLog", QStringLiteral("Communications Log..."), true);
+    commLog->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_L));
+    connect(commLog, &QAction::triggered, this, [this] {
+        frmCommLog dialog(m_folder, m_station, this);
+        dialog.exec();
+    });
     file->addSeparator();
     item(file, "mnuExit", QStringLiteral("Exit"), true, &frmZelvatmain::mnuExit_Click);
     QMenu *edit = menuBar()->addMenu(QStringLiteral("&Edit"));

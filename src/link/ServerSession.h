@@ -51,6 +51,10 @@ public:
     // connection was refused", or why it was cancelled. Empty after a session that went well.
     QString failure() const { return m_failure; }
 
+    // The server the session talks to ("host:port") and the station it talks for.
+    QString server() const { return where(); }
+    const ZelvatIni *station() const { return m_station; }
+
     bool busy() const { return m_busy; }
     // True while any session of this program runs: the program holds one session at a time.
     static bool anyBusy();

@@ -1,5 +1,6 @@
 #include "link/Submission.h"
 
+#include "link/CommLog.h"
 #include "link/MessageText.h"
 #include "link/OutboxFile.h"
 #include "link/SendLock.h"
@@ -7,6 +8,7 @@
 #include "store/FormRules.h"
 #include "store/ZelvatMsg.h"
 #include "support/CommonConst.h"
+#include "support/DatetimeLib.h"
 #include "support/Platform.h"
 #include "support/ZelvatLogLib.h"
 
@@ -19,8 +21,12 @@ bool Submission::SendReport(ServerSession &session, const QString &envelope, con
     return ok;
 }
 
-Submission::Outcome Submission::submit(const QString &name, int state, ZelvatMsg &record, bool contactRequested,
-                                       bool update, ServerSession &session, const QString &encoding, const Hooks &hooks)
+namespace {
+
+using Outcome = Submission::Outcome;
+
+Outcome submitReport(const QString &name, int state, ZelvatMsg &record, bool contactRequested, bool update,
+                     ServerSession &session, const QString &encoding, const Submission::Hooks &hooks)
 {
     const auto tell = [&hooks](const QString &text) {
         if (hooks.tell)
@@ -66,7 +72,7 @@ Submission::Outcome Submission::submit(const QString &name, int state, ZelvatMsg
     const QString body = MessageText::WrapBody(MessageText::BuildBody(record, contactRequested));
     const QString subject = MessageText::BuildSubject(record, update);
     const QString envelope = MessageText::BuildEnvelope(body, subject, encoding);
-    if (!SendReport(session, envelope, subject)) {
+    if (!Submission::SendReport(session, envelope, subject)) {
         if (session.cancelled())
             return Outcome::Cancelled;
         tell(QStringLiteral("CmdSubmit: SendToClient Failed\r\n") + session.failure());
@@ -87,4 +93,18 @@ Submission::Outcome Submission::submit(const QString &name, int state, ZelvatMsg
         ZelvatLogLib::WriteLogLine(QStringLiteral("Outbox: the choices of %1 stay in the outbox file: %2")
                                        .arg(name, error.description));
     return Outcome::Sent;
+}
+
+} // namespace
+
+Submission::Outcome Submission::submit(const QString &name, int state, ZelvatMsg &record, bool contactRequested,
+                                       bool update, ServerSession &session, const QString &encoding, const Hooks &hooks)
+{
+    const Outcome outcome = submitReport(name, state, record, contactRequested, update, session, encoding, hooks);
+    // Every try, whatever became of it, is one line of the communications log.
+    const CommLog::Entry entry = CommLog::entryFor(outcome, name, record, update, session, DatetimeLib::now());
+    RunError error;
+    if (!entry.outcome.isEmpty() && !CommLog::append(QFileInfo(record.messageFolder()).path(), entry, &error))
+        ZelvatLogLib::WriteLogLine(QStringLiteral("CommLog: the try of %1 could not be logged: %2").arg(name, error.text()));
+    return outcome;
 }

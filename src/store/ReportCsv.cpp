@@ -34,7 +34,7 @@ void appendAsIs(QByteArray &out, QByteArrayView bytes)
     out += bytes;
 }
 
-// Appends one cell, in double quotes when it holds a comma, a quote or a line break (its quotes
+// Appends one cell (with an apostrophe before one a spreadsheet would take for a formula), in double quotes when it holds a comma, a quote or a line break (its quotes
 // doubled). With `breaks` the stored "\n" escapes of a multi-line field become line breaks.
 // `put` appends a run of the cell's bytes as UTF-8: the cells of a report are code-page bytes,
 // the others UTF-8 already (in both, every byte below 0x80 stands for itself).
@@ -45,11 +45,14 @@ void appendCell(QByteArray &out, QByteArrayView cell, bool breaks, void (*put)(Q
         const char c = cell[i];
         quote = c == ',' || c == '"' || c == '\r' || c == '\n';
     }
+    const char *mark = takenForFormula(cell) ? "'" : "";
     if (!quote) {
+        out += mark;
         put(out, cell);
         return;
     }
     out += '"';
+    out += mark;
     qsizetype from = 0; // the start of the text not written yet
     for (qsizetype i = 0; i < cell.size(); ++i) {
         if (cell[i] == '"') {
@@ -111,6 +114,27 @@ private:
 };
 
 } // namespace
+
+bool takenForFormula(QByteArrayView cell)
+{
+    if (cell.isEmpty() || !QByteArrayView("=+-@\t\r").contains(cell.front()))
+        return false;
+    // A plain number with its sign (-5, +12, -5.25) is a number to a spreadsheet, not a formula.
+    qsizetype i = 1;
+    qsizetype digits = 0;
+    bool point = false;
+    for (; i < cell.size(); ++i) {
+        const char c = cell[i];
+        if (c >= '0' && c <= '9')
+            ++digits;
+        else if (c == '.' && !point)
+            point = true;
+        else
+            break;
+    }
+    const bool number = (cell.front() == '-' || cell.front() == '+') && digits > 0 && i == cell.size();
+    return !number;
+}
 
 const QStringList &headers()
 {

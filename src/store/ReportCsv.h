@@ -11,9 +11,15 @@ class ZelvatMsg;
 
 // Reports as a CSV file that spreadsheet programs open as they are: UTF-8 with a byte-order
 // mark, a header row, then one row per report holding every field, each cell quoted where it
-// must be (a comma, a double quote or a line break inside; quotes doubled), every row ended by
-// CR LF. Also the report list's rows as tab-separated text for the clipboard.
+// must be (a comma, a double quote or a line break inside; quotes doubled), a cell that would pass
+// for a formula marked as text (takenForFormula), every row ended by CR LF. Also the report
+// list's rows as tab-separated text for the clipboard.
 namespace ReportCsv {
+
+// True for a cell a spreadsheet would take for a formula: one beginning with =, +, -, @, a tab or
+// a carriage return, unless it is a plain number with its sign (-5, -5.25). Every CSV the program
+// writes puts an apostrophe before such a cell, so that it opens as the text it is.
+bool takenForFormula(QByteArrayView cell);
 
 // "File", "State", then the 29 field keys in report-file order (TYP EID MID ... ADT ATM).
 const QStringList &headers();

@@ -3,6 +3,7 @@
 // the client wires them up, end to end, against tndirect-sim.
 
 #include "common/Capture.h"
+#include "common/Csv.h"
 #include "common/SampleReport.h"
 #include "support/CommonConst.h"
 
@@ -217,6 +218,26 @@ private slots:
         QCOMPARE(QDir(outbox).entryList(QDir::Files).size(), 3);
         QVERIFY(run({"list", "submitted"}).out.endsWith("Items: 3\n"));
         stop(sim);
+
+        // Each try of submit and resend is one line of the communications log, read back as CSV.
+        const Result log = run({"commlog", "--csv", path("log.csv")});
+        QCOMPARE(log.code, 0);
+        QCOMPARE(log.out, "7 tries written to " + path("log.csv").toUtf8() + "\n");
+        QList<QStringList> rows;
+        QVERIFY(Csv::parse(QString::fromUtf8(readFile(path("log.csv")).mid(3)), &rows) && rows.size() == 8);
+        QStringList tries;
+        for (const QStringList &row : rows.mid(1))
+            tries << row[1] + ' ' + row[5] + ' ' + row[6];
+        QCOMPARE(tries, (QStringList{fire + " not sent required fields missing", eids[0] + " not sent refused",
+                                     eids[1] + " not sent refused", eids[2] + " not sent refused", eids[0] + " sent ",
+                                     eids[1] + " sent ", eids[2] + " sent "}));
+        QVERIFY(rows[5][3] == "SPF-102 / MED / Springfield" && rows[5][4].startsWith("127.0.0.1:"));
+        QCOMPARE(rows[5].mid(5), (QStringList{"sent", "", "", "KN1ABC", "EOC"}));
+        for (const QStringList &wrong : {QStringList{"commlog", "--csv", "a", "--pdf", "b"}, {"commlog", "--pdf"},
+                                         {"commlog", "--from", "2026-11-16", "--csv", "a"}, {"commlog", "--to", "2026-11-16 14:00",
+                                         "--from", "2026-11-16 15:00", "--csv", "a"}})
+            QCOMPARE(run(wrong).code, 2);
+        QVERIFY(!QFile::exists(path("a")));
     }
 
     void silentServer()

@@ -7,8 +7,10 @@
 // line, and a button stays apart from the boxes beside it.
 
 #include "common/Capture.h"
+#include "common/Csv.h"
 #include "common/WindowHome.h"
 #include "dialogs/frmAbout.h"
+#include "dialogs/frmCommLog.h"
 #include "dialogs/frmNote.h"
 #include "dialogs/frmStationID.h"
 #include "dialogs/frmZelvatPref.h"
@@ -17,6 +19,9 @@
 #include "support/CommonConst.h"
 
 #include <QComboBox>
+#include <QDateTimeEdit>
+#include <QStandardItemModel>
+#include <QTableView>
 #include <QGroupBox>
 #include <QImage>
 #include <QRadioButton>
@@ -310,6 +315,34 @@ private slots:
         QVERIFY(!note || !note->isVisible()); // closed by the second note's end
         QVERIFY2(seen.value(0) == "First" && seen.contains("Second"), qPrintable(seen.join(',')));
         QTRY_VERIFY(!note);
+    }
+
+    void commLogShowsSortsAndSavesThePeriod()
+    {
+        // The last 12 hours at first, a damaged line counted; saved in the order the table is
+        // sorted in; the incident name kept for the next time; Escape closes.
+        WindowHome home;
+        const auto line = [](int minutesAgo, const char *eid) {
+            return CommLog::line({ProgramHome::FixedNow.addSecs(-60 * minutesAgo), eid, "1", "S", "h:1", "sent", "", "Pat", "KN1", "EOC"});
+        };
+        writeFile(CommLog::path(home.path()), line(13 * 60, "OLD") + line(120, "B") + "cut\r\n" + line(60, "A"));
+        frmCommLog dialog(home.path(), home.station());
+        QCOMPARE(dialog.dtpFrom->dateTime(), ProgramHome::FixedNow.addSecs(-12 * 3600));
+        QCOMPARE(dialog.lblCount->text(), "Tries: 2 (1 damaged line of the log passed over)");
+        dialog.lvwTries->sortByColumn(0, Qt::DescendingOrder);
+        const QString csv = home.path() + "/log.csv";
+        frmCommLog::chooseSaveFile = [&](QWidget *, const QString &, const QString &) { return csv; };
+        QTest::mouseClick(dialog.cmdSaveCsv, Qt::LeftButton);
+        QList<QStringList> rows;
+        QVERIFY(Csv::parse(QString::fromUtf8(readFile(csv).mid(3)), &rows) && rows.size() == 3);
+        QVERIFY(rows[1][1] == "A" && rows[2][1] == "B");
+        dialog.dtpFrom->setDateTime(ProgramHome::FixedNow.addSecs(-13 * 3600 - 60)); // the order chosen stays
+        QCOMPARE(dialog.shownEntries().size(), 3);
+        QCOMPARE(dialog.shownEntries().last().eventId, "OLD");
+        dialog.txtIncident->setText("Flood 26");
+        QTest::keyClick(&dialog, Qt::Key_Escape);
+        QCOMPARE(CommLog::incidentName(), "Flood 26"); // kept as the dialog closed
+        QCOMPARE(frmCommLog(home.path(), home.station()).txtIncident->text(), "Flood 26");
     }
 
     void everyWindowAtItsDefaultSize_data()

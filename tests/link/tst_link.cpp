@@ -9,6 +9,7 @@
 #include "common/Loopback.h"
 #include "common/ProgramHome.h"
 #include "common/SampleReport.h"
+#include "link/CommLog.h"
 #include "link/MessageText.h"
 #include "link/Outbox.h"
 #include "link/RequiredFields.h"
@@ -328,6 +329,76 @@ private slots:
         QVERIFY(log.contains("Outbox: " + names[0].toLatin1() + " still Ready: 127.0.0.1:"));
         QCOMPARE(log.count(" Submitted\r\n"), 3);
         QVERIFY(capture.notices.isEmpty()); // the outbox tells its caller, not the operator
+        // One line of the communications log per try, the report open in the form not tried.
+        CommLog::Period tries;
+        QVERIFY(CommLog::read(home.path(), ProgramHome::FixedNow, ProgramHome::FixedNow, &tries, nullptr));
+        QStringList logged;
+        for (const CommLog::Entry &e : tries.entries)
+            logged << e.eventId + ' ' + e.outcome + ' ' + e.why;
+        QCOMPARE(logged, (QStringList{names[0] + " not sent refused", names[0] + " sent ", names[2] + " sent ", names[1] + " sent "}));
+        QCOMPARE(CommLog::cells(tries.entries[1]).mid(3), (QStringList{"ABC-0 / MED / Springfield", "127.0.0.1:" + home.station().Prt,
+                                                                       "sent", "", home.station().Nam, home.station().Uid, home.station().Loc}));
+    }
+
+    void commLogReadsBack_data()
+    {
+        QTest::addColumn<QByteArray>("log");
+        QTest::addColumn<QStringList>("eventIds"); // the tries of 14:00 to 16:00 read back
+        QTest::addColumn<int>("damaged");
+        const QByteArray rest = "\t0042\tS\th:1\tsent\t\tPat\tKN1\tEOC\r\n";
+        QTest::newRow("the period's ends included") << "2026-11-16 13:59:59\tA" + rest + "2026-11-16 14:00:00\tB" + rest
+                                                           + "2026-11-16 16:00:00\tC" + rest + "2026-11-16 16:00:01\tD" + rest
+                                                    << QStringList{"B", "C"} << 0;
+        QTest::newRow("damaged lines passed over and counted")
+            << "2026-11-16 14:10:00\tA" + rest + "garbage\r\n2026-11-16 14:11:00\tB\t0042\r\n2026-11-32 14:12:00\tC" + rest
+                   + "\xff\xfe\x01\r\n\r\n2026-11-16 14:13:00\tE" + rest
+            << QStringList{"A", "E"} << 4;
+        QTest::newRow("a last line cut short") << "2026-11-16 14:10:00\tA" + rest + "2026-11-16 14:11:00\tB\t00" << QStringList{"A"} << 1;
+        QTest::newRow("no log") << QByteArray() << QStringList{} << 0;
+    }
+
+    void commLogReadsBack()
+    {
+        QFETCH(QByteArray, log);
+        QFETCH(QStringList, eventIds);
+        QFETCH(int, damaged);
+        ProgramHome home;
+        if (!log.isEmpty())
+            writeFile(CommLog::path(home.path()), log);
+        CommLog::Period period;
+        QVERIFY(CommLog::read(home.path(), QDateTime(QDate(2026, 11, 16), QTime(14, 0)), QDateTime(QDate(2026, 11, 16), QTime(16, 0)),
+                              &period, nullptr));
+        QStringList seen;
+        for (const CommLog::Entry &e : period.entries)
+            seen << e.eventId;
+        QCOMPARE(seen, eventIds);
+        QCOMPARE(period.damaged, damaged);
+        if (!log.isEmpty())
+            return;
+        // A line written reads back as it was, a tab or line break inside a value made a blank.
+        CommLog::Entry e{ProgramHome::FixedNow, "SPF-1", "1", "A\tB\r\nC", "h:1", "not sent", "no answer", "Pat", "KN1", "EOC"};
+        QVERIFY(CommLog::append(home.path(), e, nullptr));
+        QVERIFY(CommLog::read(home.path(), e.when, e.when, &period, nullptr) && period.entries.size() == 1);
+        e.subject = "A B  C";
+        QCOMPARE(CommLog::cells(period.entries[0]), CommLog::cells(e));
+    }
+
+    void whyNotSent_data()
+    {
+        QTest::addColumn<QString>("failure");
+        QTest::addColumn<QString>("why");
+        QTest::newRow("refused") << "h:1: the connection was refused (is the message server running?)" << "refused";
+        QTest::newRow("no connection") << "h:1: no connection within 5000 ms" << "no answer";
+        QTest::newRow("no answer") << "h:1: the line was lost before the server answered" << "no answer";
+        QTest::newRow("interrupted") << "h:1: the session was cancelled: SIGINT" << "interrupted";
+        QTest::newRow("other words kept") << "h:1: the host name was not found" << "the host name was not found";
+    }
+
+    void whyNotSent()
+    {
+        QFETCH(QString, failure);
+        QFETCH(QString, why);
+        QCOMPARE(CommLog::whyNotSent(failure), why);
     }
 
     void aResendCarriesTheMessageOfTheFirstSubmit_data()

@@ -6,6 +6,7 @@
 #include "common/ProgramHome.h"
 #include "common/SampleReport.h"
 #include "link/MessageText.h"
+#include "sheet/CommLogSheet.h"
 #include "sheet/PageSetup.h"
 #include "sheet/ReportSheet.h"
 
@@ -75,6 +76,31 @@ private slots:
         const QStringList headings = pages[1].split('\n').replaceInStrings(QRegularExpression("^\\s+|\\s+$"), "");
         QCOMPARE(headings.filter(QRegularExpression("^(Medical|Fire|Law|Local Government)$")), (QStringList{"Medical", "Local Government"}));
         QVERIFY(pages[1].contains("Message as it would be sent") && !pages[1].contains("Pat Smith"));
+    }
+
+    void commLogHeadRowsAndPageNumbers()
+    {
+        // The head names the incident, the period, operator, call sign and location; every try is a
+        // line, a long subject cut to its column; every page carries its number of the whole.
+        QList<CommLog::Entry> entries;
+        for (int i = 0; i < 120; ++i)
+            entries << CommLog::Entry{ProgramHome::FixedNow.addSecs(i * 60), QStringLiteral("SPF-%1").arg(100 + i), "0042",
+                                      i == 0 ? QString(200, 'x') : "Fall", "127.0.0.1:9334", "not sent", "refused",
+                                      "Pat Smith", "KN1ABC", "EOC"};
+        const CommLogHeader head{"Flood 26", ProgramHome::FixedNow, ProgramHome::FixedNow.addSecs(7200), "Pat Smith", "KN1ABC", "EOC"};
+        RunError error;
+        const QString path = m_out.filePath("log.pdf");
+        writeFile(path, CommLogSheet::pdf(head, entries, PageSetup::fallback(), &error));
+        const QStringList pages = Pdf::text(path).split('\f', Qt::SkipEmptyParts);
+        QVERIFY2(pages.size() >= 3, qPrintable(error.description));
+        QVERIFY(pages[0].startsWith("Communications Log") && pages[0].contains("Incident: Flood 26")
+                && pages[0].contains("Period: 2026-11-16 14:05 to 2026-11-16 16:05")
+                && pages[0].contains("Operator: Pat Smith, call sign KN1ABC") && pages[0].contains("Location: EOC"));
+        QVERIFY(!pages[0].contains(QString(200, 'x')) && pages[0].contains(QString(20, 'x') ));
+        for (int p = 0; p < pages.size(); ++p)
+            QVERIFY(pages[p].contains(QStringLiteral("page %1 of %2").arg(p + 1).arg(pages.size())) && pages[p].contains("Date/Time"));
+        QCOMPARE(Pdf::text(path).count(QRegularExpression("SPF-\\d+")), 120);
+        QVERIFY(pages.last().contains("SPF-219"));
     }
 
 private:

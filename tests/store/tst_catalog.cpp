@@ -433,7 +433,8 @@ private slots:
         QTest::newRow("person lines") << QStringList{"TYP=LAW", "PDE=tall\\nred jacket"} << "PDE" << "tall\nred jacket";
         QTest::newRow("windows-1252 letters") << QStringList{"TYP=LAW", "WEA=Zoë Šmith-Œuvre € — x"} << "WEA" << "Zoë Šmith-Œuvre € — x";
         QTest::newRow("state name, unanswered question") << QStringList{"AST=9", "CON=-1"} << "State" << "Submitted";
-        QTest::newRow("spreadsheet formula stays text") << QStringList{"ISS==1+1"} << "ISS" << "=1+1";
+        QTest::newRow("spreadsheet formula marked as text") << QStringList{"ISS==1+1"} << "ISS" << "'=1+1";
+        QTest::newRow("a plain negative number stays a number") << QStringList{"AGE=-5.25"} << "AGE" << "-5.25";
     }
 
     void csvGivesEveryFieldExactly()
@@ -458,8 +459,27 @@ private slots:
         // Every other cell is the field as the report file holds it.
         QVERIFY(reader.Load(name) && rows[1][0] == name);
         for (auto k : ZelvatMsg::allKeys())
-            QCOMPARE(rows[1][rows[0].indexOf(ZelvatMsg::keyName(k))],
+            QCOMPARE(rows[1][rows[0].indexOf(ZelvatMsg::keyName(k))], ZelvatMsg::keyName(k) == key ? expected :
                      ZelvatMsg::isIntegerKey(k) ? QString::number(reader.number(k)) : unescapeBreaks(reader.text(k)));
+    }
+
+    void csvCellsThatPassForFormulas_data()
+    {
+        QTest::addColumn<QString>("cell");
+        QTest::addColumn<QString>("read"); // the cell as read back from the row
+        for (const char *formula : {"=SUM(A1)", "+1+1", "-2+3", "@cmd", "\tx", "\rx", "-", "+", "-5-", "--5"})
+            QTest::newRow(formula) << formula << QStringLiteral("'") + formula;
+        for (const char *plain : {"-5", "-5.25", "+12", "5-3", "a=b", " =x", "", "'=x"})
+            QTest::newRow(plain) << plain << plain;
+    }
+
+    void csvCellsThatPassForFormulas()
+    {
+        QFETCH(QString, cell);
+        QFETCH(QString, read);
+        QByteArray row("\xEF\xBB\xBF");
+        ReportCsv::appendRow(row, {cell, "=y,x"}); // the second quoted: the mark inside the quotes
+        QCOMPARE(rowsOf(row), (QList<QStringList>{{read, "'=y,x"}}));
     }
 
     void csvOfAFolderFollowsTheList()

@@ -60,3 +60,6 @@ int importCommand(Cli &cli, const QStringList &args);
 
 // The situation summary of the last hours.
 int summaryCommand(Cli &cli, const QStringList &args);
+
+// The communications log of a period as CSV or PDF.
+int commlogCommand(Cli &cli, const QStringList &args);

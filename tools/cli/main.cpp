@@ -37,6 +37,7 @@ const Command kCommands[] = {
     {"export", exportCommand},
     {"import", importCommand},
     {"summary", summaryCommand},
+    {"commlog", commlogCommand},
 };
 
 const char kSynopsis[] = "zelvatcts-cli [--home DIR] COMMAND [ARGS]";
@@ -72,7 +73,10 @@ const char kCommandList[] =
         "                                             event type (MED, FIRE, LAW, LGOV) beginning with\n"
         "                                             its code, Total last (a report of several types\n"
         "                                             counts in each); then \"City Total\" and one line\n"
-        "                                             per city, most reports first";
+        "                                             per city, most reports first\n"
+        "  commlog [--from \"yyyy-mm-dd hh:mm\"] [--to \"yyyy-mm-dd hh:mm\"] (--csv FILE | --pdf FILE)\n"
+        "                                             the communications log (every try to send) of a\n"
+        "                                             period (default: the last 12 hours) as CSV or PDF";
 
 int usage()
 {
@@ -136,7 +140,7 @@ int main(int argc, char *argv[])
     // The report sheets are laid out with fonts, which need a GUI application; the client never
     // shows a window, so it draws offscreen and needs no display.
     std::unique_ptr<QCoreApplication> application;
-    if (commandWord(argc, argv) == "pdf") {
+    if (commandWord(argc, argv) == "pdf" || commandWord(argc, argv) == "commlog") {
         qputenv("QT_QPA_PLATFORM", "offscreen");
         application = std::make_unique<QGuiApplication>(argc, argv);
     } else {
