@@ -27,6 +27,8 @@
 #include <QHeaderView>
 #include <QPrinter>
 #include <QRegularExpression>
+#include <QDirIterator>
+#include <QProcess>
 #include <QSettings>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -553,6 +555,59 @@ private slots:
         QVERIFY(text.contains("DETL=Changed On The Form -- ") && text.contains("CNT=\\#252"));
         QVERIFY(text.contains("16 Nov 2026 14:32")); // the stamps of its last save, not of now
         QCOMPARE(home.readReport(name), onDisk);     // printing saves nothing
+    }
+
+    // --help and --version answer without a display, make nothing, and say what the manual says.
+    void ownOptions_data()
+    {
+        QTest::addColumn<QString>("option");
+        QTest::newRow("help") << "--help";
+        QTest::newRow("version") << "--version";
+    }
+
+    void ownOptions()
+    {
+        QFETCH(QString, option);
+        QTemporaryDir home;
+        const auto everything = [&] {
+            QStringList found;
+            for (const QString &dir : {home.path(), QFileInfo(ZELVATCTS_WINDOW).path()}) {
+                QDirIterator it(dir, QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot, QDirIterator::Subdirectories);
+                while (it.hasNext())
+                    found << it.next();
+            }
+            return found;
+        };
+        const QStringList before = everything();
+        QProcess program;
+        QProcessEnvironment env;
+        env.insert("HOME", home.path());
+        env.insert("PATH", qEnvironmentVariable("PATH"));
+        program.setProcessEnvironment(env); // no display, no platform named
+        program.start(ZELVATCTS_WINDOW, {option});
+        QVERIFY(program.waitForFinished(20000));
+        QCOMPARE(program.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(program.exitCode(), 0);
+        QCOMPARE(program.readAllStandardError(), QByteArray());
+        const QString out = QString::fromUtf8(program.readAllStandardOutput());
+        QCOMPARE(everything(), before);
+        if (option == "--version") {
+            QCOMPARE(out, QString("Zelvatcts (Zelvat Call Taking System) %1\n").arg(Zelvat::versionText()));
+            return;
+        }
+        const QString man = QString::fromUtf8(readFile(ZELVAT_MAN_PAGE));
+        QVERIFY(out.startsWith("Usage: Zelvatcts [--help | --version]\n"));
+        QVERIFY(man.contains(".B Zelvatcts\n.RB [ \\-\\-help \" | \" \\-\\-version ]\n"));
+        // Each option of the help, with its words, is an option of the manual page, and no other.
+        const QRegularExpression line("^  (--\\S+) +(.+)$", QRegularExpression::MultilineOption);
+        QStringList options;
+        for (const QRegularExpressionMatch &m : line.globalMatch(out)) {
+            options << m.captured(1);
+            const QString entry = ".TP\n.B " + QString(m.captured(1)).replace("-", "\\-") + "\n" + m.captured(2) + "\n";
+            QVERIFY2(man.contains(entry), qPrintable(entry));
+        }
+        QCOMPARE(options, (QStringList{"--help", "--version"}));
+        QCOMPARE(man.count("\n.TP\n.B \\-\\-"), options.size());
     }
 
 private:
