@@ -22,6 +22,7 @@ class QSortFilterProxyModel;
 class QTimer;
 class QTreeView;
 class CatalogUpdates;
+class ClosedReportsMenu;
 class OutboxControl;
 class RecoveryOffer;
 class ReportFolderWatch;
@@ -162,6 +163,7 @@ private:
     ServerSession *m_linkSession = nullptr;
     OutboxControl *m_outbox = nullptr;
     RecoveryOffer *m_recoveryOffer = nullptr;
+    ClosedReportsMenu *m_closedReports = nullptr;
     std::array<qint32, 8> m_columnWidths {};
     int m_currentFolder = 2;
     int m_sortKey = 6;

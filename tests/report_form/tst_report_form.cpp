@@ -16,6 +16,7 @@
 #include "link/ServerSession.h"
 #include "report_form/RepeatCallerStrip.h"
 #include "report_form/frmZelvatcts.h"
+#include "store/ClosedForms.h"
 #include "store/FormRecovery.h"
 #include "support/DatetimeLib.h"
 
@@ -23,6 +24,7 @@
 #include <QClipboard>
 #include <QDir>
 #include <QGroupBox>
+#include <QMenu>
 #include <QProcess>
 #include <QProgressDialog>
 #include <QRadioButton>
@@ -488,20 +490,22 @@ private slots:
     {
         QTest::addColumn<QString>("action");
         QTest::addColumn<bool>("stays");
-        QTest::newRow("Save") << "save" << false;
-        QTest::newRow("Delete") << "delete" << false;
-        QTest::newRow("Submit, sent") << "submit" << false;
-        QTest::newRow("Submit, not sent: saved as Ready") << "submit refused" << false;
-        QTest::newRow("Close") << "close" << false;
-        QTest::newRow("Escape") << "escape" << false;
-        QTest::newRow("the window's close box") << "close box" << false;
-        QTest::newRow("the program closing: the last key kept too") << "program" << true;
+        QTest::addColumn<QString>("closed"); // what is kept among the closed forms
+        QTest::newRow("Save") << "save" << false << "";
+        QTest::newRow("Delete") << "delete" << false << "";
+        QTest::newRow("Submit, sent") << "submit" << false << "";
+        QTest::newRow("Submit, not sent: saved as Ready") << "submit refused" << false << "";
+        QTest::newRow("Close: put among the closed") << "close" << false << "Tree downs";
+        QTest::newRow("Escape: put among the closed") << "escape" << false << "Tree downs";
+        QTest::newRow("the window's close box") << "close box" << false << "Tree downs";
+        QTest::newRow("the program closing: the last key kept too") << "program" << true << "";
     }
 
     void keptUntilSavedOrGivenUp()
     {
         QFETCH(QString, action);
         QFETCH(bool, stays);
+        QFETCH(QString, closed);
         WindowHome home;
         Capture capture;
         action == "submit refused" ? home.refuse() : (void)home.serve();
@@ -525,6 +529,10 @@ private slots:
             f->close(); // as the main window closes it
         }
         QCOMPARE(kept(home, name), stays ? QString("Tree downs") : QString("(none)"));
+        QStringList closedKept;
+        for (const ClosedForms::Entry &e : ClosedForms::list(home.path(), DatetimeLib::now()))
+            closedKept << e.input->record.EID() + " " + e.input->record.ISS();
+        QCOMPARE(closedKept, closed.isEmpty() ? QStringList{} : QStringList{name + " " + closed});
         if (action == "submit refused") { // the form stays open, Ready: what is typed now is kept again
             QVERIFY(f && f->isVisible());
             QTest::keyClicks(f->txtHeader[0], "x");
@@ -532,6 +540,52 @@ private slots:
             QTRY_COMPARE(kept(home, name), QString("Tree downsx"));
             QCOMPARE(FormRecovery::read(home.path(), name, nullptr)->record.AST(), qint16(2));
         }
+    }
+
+    // File > Reopen Closed Report (Ctrl+Shift+T) brings back the newest form closed with unsaved
+    // input, as it was; Closed Reports names the others. Which are kept is the store suite's.
+    void closedReportReopened()
+    {
+        WindowHome home;
+        Capture capture;
+        auto w = home.startMainWindow(true);
+        auto *reopen = w->findChild<QAction *>("mnuReopenClosed");
+        auto *others = w->findChild<QMenu *>("mnuClosedReports");
+        const auto look = [&] { emit static_cast<QMenu *>(reopen->parent())->aboutToShow(); };
+        QVERIFY(!reopen->isEnabled() && !others->isEnabled());
+        QCOMPARE(reopen->shortcut(), QKeySequence("Ctrl+Shift+T"));
+        QStringList ids;
+        for (int i = 1; i <= 2; ++i) {
+            QPointer<frmZelvatcts> f = typeReport(home);
+            ids << f->eventNumber();
+            DatetimeLib::setFixedNow(ProgramHome::FixedNow.addSecs(60 * i));
+            QTest::keyClick(f->txtHeader[2], Qt::Key_Escape);
+            QTRY_VERIFY(!f);
+        }
+        look();
+        QVERIFY(reopen->isEnabled() && others->isEnabled());
+        QCOMPARE(others->actions().size(), 1);
+        QCOMPARE(others->actions()[0]->text(), ids[0] + ", Tree down, closed " + ProgramHome::FixedNow.addSecs(60).toString("HH:mm"));
+
+        w->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(w.get()));
+        QTest::keyClick(w.get(), Qt::Key_T, Qt::ControlModifier | Qt::ShiftModifier);
+        QPointer<frmZelvatcts> f = frmZelvatcts::current();
+        QVERIFY(f && f->isVisible());
+        QCOMPARE(f->eventNumber(), ids[1]); // the same event ID: no new number taken
+        QCOMPARE(boxText(f->txtHeader[7]), QString("Across the road"));
+        QCOMPARE(kept(home, ids[1]), QString("Tree down")); // kept again as the form's own
+        QCOMPARE(ClosedForms::list(home.path(), DatetimeLib::now()).size(), 1);
+        f->cmdSave_Click();
+        QTRY_VERIFY(!f);
+        look();
+        others->setEnabled(true);
+        QVERIFY(others->actions().isEmpty() && reopen->isEnabled());
+        reopen->trigger();
+        QTRY_VERIFY(frmZelvatcts::current() && frmZelvatcts::current()->eventNumber() == ids[0]);
+        look();
+        QVERIFY(!reopen->isEnabled());
+        QVERIFY(capture.notices.isEmpty());
     }
 
     void offeredAtStart_data()
