@@ -12,6 +12,7 @@
 #include "common/SampleReport.h"
 #include "settings/TnGlobal.h"
 #include "settings/ZelvatIni.h"
+#include "store/ClosedForms.h"
 #include "store/EventNumbers.h"
 #include "store/FormFields.h"
 #include "store/FormPaste.h"
@@ -593,6 +594,60 @@ private slots:
         QCOMPARE(QDir(FormRecovery::folder(home.path())).entryList(QDir::Files), (QStringList{"R.rec.bad", "R.rec.bad2"}));
         QCOMPARE(readFile(keptAs), bytes + "second");
         QVERIFY(FormRecovery::list(home.path()).isEmpty());
+    }
+
+    // Forms closed on purpose: newest first, 24 hours, the newest 20; a file that cannot be read
+    // is never removed; reopening moves one back and replaces nothing.
+    void closedFormsKept_data()
+    {
+        QTest::addColumn<QList<int>>("closedAgo"); // minutes before now; form i is named Ni
+        QTest::addColumn<QStringList>("left");     // newest first, after NEW is closed now
+        QTest::newRow("newest first") << QList<int>{3, 2, 1} << QStringList{"NEW", "N2", "N1", "N0"};
+        QTest::newRow("24 hours") << QList<int>{25 * 60, 23 * 60} << QStringList{"NEW", "N1"};
+        QList<int> many;
+        QStringList newest{"NEW"};
+        for (int i = 0; i < 21; ++i)
+            many << 21 - i;
+        for (int i = 20; i >= 2; --i)
+            newest << "N" + QString::number(i);
+        QTest::newRow("the newest 20") << many << newest;
+    }
+
+    void closedFormsKept()
+    {
+        QFETCH(QList<int>, closedAgo);
+        QFETCH(QStringList, left);
+        ProgramHome home;
+        const QDateTime now = ProgramHome::FixedNow;
+        FormRecovery::Input input(home.path());
+        input.record = SampleReport::make(home.path());
+        input.written = now;
+        const auto close = [&](const QString &name, const QDateTime &at) {
+            QVERIFY(FormRecovery::write(home.path(), name, input, nullptr));
+            QVERIFY(ClosedForms::keep(home.path(), name, at, nullptr));
+            QVERIFY(!QFile::exists(FormRecovery::pathFor(home.path(), name)));
+        };
+        for (int i = 0; i < closedAgo.size(); ++i)
+            close("N" + QString::number(i), now.addSecs(-60 * closedAgo[i]));
+        const QString junk = ClosedForms::folder(home.path()) + "/J@20261110-120000000.rec";
+        writeFile(junk, "[FORM RECOVERY]\r\nhalf");
+        close("NEW", now);
+        QStringList names;
+        for (const ClosedForms::Entry &e : ClosedForms::list(home.path(), now))
+            names << (e.input ? e.name : "unreadable " + e.name);
+        QCOMPARE(names, left + QStringList{"unreadable J"});
+        QVERIFY(QFile::exists(junk));
+        QCOMPARE(ClosedForms::describe(ClosedForms::list(home.path(), now)[0], now),
+                 QString("ABC26320.000000, Person down near the library, closed 14:05"));
+
+        QVERIFY(FormRecovery::write(home.path(), left[1], input, nullptr)); // a recovery of that name waits
+        RunError error;
+        QVERIFY(!ClosedForms::reopen(home.path(), ClosedForms::list(home.path(), now)[1].fileName, &error));
+        QVERIFY2(error.description.contains("already exists"), qPrintable(error.description));
+        const auto back = ClosedForms::reopen(home.path(), ClosedForms::list(home.path(), now)[0].fileName, nullptr);
+        QVERIFY(back && back->record.EID() == input.record.EID());
+        QVERIFY(FormRecovery::read(home.path(), "NEW", nullptr));
+        QCOMPARE(ClosedForms::list(home.path(), now).size(), left.size());
     }
 
     void onlyWholeFilesOfStoppedFormsAreOffered()
