@@ -28,7 +28,6 @@
 #include <QProcess>
 #include <QProgressDialog>
 #include <QRadioButton>
-#include <QTextDocumentFragment>
 #include <QtTest/qtestspontaneevent.h>
 
 #include <csignal>
@@ -465,7 +464,7 @@ private slots:
         QVERIFY(QApplication::focusWidget() && QApplication::focusWidget() != typedIn); // on to the next control
         if (shown.isEmpty())
             return;
-        QCOMPARE(QTextDocumentFragment::fromHtml(strip->text()).toPlainText(), shown);
+        QCOMPARE(strip->shownText(), shown);
         QCOMPARE(strip->linkedNames(), QStringList{"SPF26320.090"});
         // The strip takes its room from the tabs, above the status bar.
         QVERIFY(form->SSTab1->geometry().bottom() < tabTop);
@@ -473,7 +472,7 @@ private slots:
         QVERIFY(strip->geometry().bottom() < form->sbrStatus->geometry().top());
 
         // A name opens its report read-only, in a window of the form's own; the form goes on.
-        emit strip->linkActivated("SPF26320.090");
+        QTest::mouseClick(strip->links().value(0), Qt::LeftButton);
         QWidget *viewer = form->findChild<QWidget *>("frmReportViewer");
         QVERIFY(viewer && viewer->isVisible() && viewer->isWindow());
         QCOMPARE(viewer->windowTitle(), QString("Report SPF26320.090 (read only)"));
@@ -484,6 +483,45 @@ private slots:
             QVERIFY2(text->toPlainText().contains(line), line);
         QVERIFY(form->isVisible());
         QCOMPARE(form->eventNumber(), QString("SPF26320.100"));
+    }
+
+    // Each earlier report the strip names is reached by Tab and the arrow keys and read by
+    // assistive technology as event ID, issue, time and state.
+    void earlierCallsReadable()
+    {
+        WindowHome home;
+        Capture capture;
+        for (const QStringList &fields : {QStringList{"EID=SPF26320.090", "ISS=Person Down", "ATM=1300", "AST=9"},
+                                          QStringList{"EID=SPF26320.095", "ISS=Fall", "ATM=1330", "AST=2"}})
+            SampleReport::save(home.path(), fields + QStringList{"MID=SPF-9", "AD1=12 Oak Street", "ADT=261116"});
+        frmZelvatcts *form = home.openForm("NEW");
+        QVERIFY(QTest::qWaitForWindowActive(form));
+        QTest::keyClicks(form->txtHeader[1], "12 Oak Street");
+        leaveBox(form->txtHeader[1]);
+        RepeatCallerStrip *strip = form->lblRepeatCaller;
+        QVERIFY(strip->isVisible() && strip->links().size() == 2);
+        QAccessibleInterface *shown = QAccessible::queryAccessibleInterface(strip);
+        QStringList read;
+        for (int i = 0; i < shown->childCount(); ++i) {
+            QAccessibleInterface *part = shown->child(i);
+            if (part->role() == QAccessible::Button && !part->state().invisible)
+                read << part->text(QAccessible::Name) + " / " + part->text(QAccessible::Description);
+        }
+        const QString how = " / Earlier at this address; opens the report read-only";
+        QCOMPARE(read, (QStringList{"Report SPF26320.095, Fall, 13:30, Ready" + how,
+                                    "Report SPF26320.090, Person Down, 13:00, Submitted" + how}));
+
+        form->cmdPrint->setFocus();
+        QTest::keyClick(form->cmdPrint, Qt::Key_Tab); // after the form's buttons
+        QCOMPARE(QApplication::focusWidget(), strip->links()[0]);
+        QTest::keyClick(strip->links()[0], Qt::Key_Right);
+        QCOMPARE(QApplication::focusWidget(), strip->links()[1]);
+        QTest::keyClick(strip->links()[1], Qt::Key_Down);
+        QCOMPARE(QApplication::focusWidget(), strip->links()[0]);
+        QTest::keyClick(strip->links()[0], Qt::Key_Up);
+        QTest::keyClick(strip->links()[1], Qt::Key_Space);
+        QWidget *viewer = form->findChild<QWidget *>("frmReportViewer");
+        QVERIFY(viewer && viewer->windowTitle() == "Report SPF26320.090 (read only)");
     }
 
     void keptUntilSavedOrGivenUp_data()
