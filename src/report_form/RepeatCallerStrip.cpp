@@ -9,7 +9,6 @@
 #include "support/Platform.h"
 
 #include <QFileInfo>
-#include <QKeyEvent>
 #include <QLabel>
 #include <QPushButton>
 #include <QPlainTextEdit>
@@ -98,7 +97,6 @@ void RepeatCallerStrip::lookUp(const QString &address, const QString &phone, con
             link->setAccessibleName(n.spoken);
             link->setAccessibleDescription(line.lead.chopped(1) + QStringLiteral("; opens the report read-only"));
             link->setToolTip(n.spoken);
-            link->installEventFilter(this);
             connect(link, &QPushButton::clicked, this, [this, name = n.name] { openReport(name); });
             m_links << link;
             m_linked << n.name;
@@ -115,21 +113,6 @@ void RepeatCallerStrip::lookUp(const QString &address, const QString &phone, con
     }
     setVisible(!lines.isEmpty());
     emit heightChanged();
-}
-
-bool RepeatCallerStrip::eventFilter(QObject *watched, QEvent *event)
-{
-    // The arrow keys move between the reports named, as in a list.
-    const qsizetype at = m_links.indexOf(qobject_cast<QPushButton *>(watched));
-    if (at >= 0 && event->type() == QEvent::KeyPress) {
-        const int key = static_cast<QKeyEvent *>(event)->key();
-        const int step = key == Qt::Key_Right || key == Qt::Key_Down ? 1 : key == Qt::Key_Left || key == Qt::Key_Up ? -1 : 0;
-        if (step) {
-            m_links[(at + step + m_links.size()) % m_links.size()]->setFocus(Qt::TabFocusReason);
-            return true;
-        }
-    }
-    return QFrame::eventFilter(watched, event);
 }
 
 int RepeatCallerStrip::flow(int width)

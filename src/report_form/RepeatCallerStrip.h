@@ -12,8 +12,8 @@ class ReportCatalog;
 // from the same address or the same phone as the report being written ("Earlier at this
 // address: SPF-100 Person Down (14:05, Submitted)"). It appears without a message box and never
 // takes the focus; each name is a link-like button that opens its report read-only in a window of
-// its own, reached with Tab (after the form's buttons) and the arrow keys, and named for assistive
-// technology by event ID, issue, time and state. Nothing is shown when nothing matches.
+// its own, reached with Tab (after the form's buttons) and named for assistive technology by event
+// ID, issue, time and state. Nothing is shown when nothing matches.
 class RepeatCallerStrip : public QFrame {
     Q_OBJECT
 
@@ -43,9 +43,6 @@ public:
 signals:
     // Shown, hidden, or a line more or less: the form lays itself out again.
     void heightChanged();
-
-protected:
-    bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
     // Places the lines' parts left to right, a line per kind, wrapped at `width`; the height taken.

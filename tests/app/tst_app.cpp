@@ -27,7 +27,6 @@
 #include <QHeaderView>
 #include <QPrinter>
 #include <QRegularExpression>
-#include <QDirIterator>
 #include <QProcess>
 #include <QSettings>
 #include <fcntl.h>
@@ -569,45 +568,28 @@ private slots:
     {
         QFETCH(QString, option);
         QTemporaryDir home;
-        const auto everything = [&] {
-            QStringList found;
-            for (const QString &dir : {home.path(), QFileInfo(ZELVATCTS_WINDOW).path()}) {
-                QDirIterator it(dir, QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot, QDirIterator::Subdirectories);
-                while (it.hasNext())
-                    found << it.next();
-            }
-            return found;
-        };
-        const QStringList before = everything();
+        const QDir beside = QFileInfo(ZELVATCTS_WINDOW).dir(); // a writable folder: the program's own
         QProcess program;
-        QProcessEnvironment env;
-        env.insert("HOME", home.path());
-        env.insert("PATH", qEnvironmentVariable("PATH"));
-        program.setProcessEnvironment(env); // no display, no platform named
+        program.setEnvironment({"HOME=" + home.path()}); // no display, no platform named
         program.start(ZELVATCTS_WINDOW, {option});
         QVERIFY(program.waitForFinished(20000));
-        QCOMPARE(program.exitStatus(), QProcess::NormalExit);
-        QCOMPARE(program.exitCode(), 0);
-        QCOMPARE(program.readAllStandardError(), QByteArray());
+        QVERIFY(program.exitStatus() == QProcess::NormalExit && program.exitCode() == 0);
+        QVERIFY(QDir(home.path()).isEmpty() && !beside.exists("Zelvatcts.ini") && !beside.exists("logs"));
         const QString out = QString::fromUtf8(program.readAllStandardOutput());
-        QCOMPARE(everything(), before);
         if (option == "--version") {
             QCOMPARE(out, QString("Zelvatcts (Zelvat Call Taking System) %1\n").arg(Zelvat::versionText()));
             return;
         }
         const QString man = QString::fromUtf8(readFile(ZELVAT_MAN_PAGE));
-        QVERIFY(out.startsWith("Usage: Zelvatcts [--help | --version]\n"));
-        QVERIFY(man.contains(".B Zelvatcts\n.RB [ \\-\\-help \" | \" \\-\\-version ]\n"));
-        // Each option of the help, with its words, is an option of the manual page, and no other.
-        const QRegularExpression line("^  (--\\S+) +(.+)$", QRegularExpression::MultilineOption);
+        QVERIFY(out.startsWith("Usage: Zelvatcts [--help | --version]\n") && man.contains(".RB [ \\-\\-help \" | \" \\-\\-version ]"));
+        // Each option of the help, in its words, is one of the manual page's, which has no other.
         QStringList options;
-        for (const QRegularExpressionMatch &m : line.globalMatch(out)) {
+        for (const auto &m : QRegularExpression("^  (--\\S+) +(.+)$", QRegularExpression::MultilineOption).globalMatch(out)) {
             options << m.captured(1);
-            const QString entry = ".TP\n.B " + QString(m.captured(1)).replace("-", "\\-") + "\n" + m.captured(2) + "\n";
-            QVERIFY2(man.contains(entry), qPrintable(entry));
+            QVERIFY(man.contains(".TP\n.B " + QString(m.captured(1)).replace("-", "\\-") + "\n" + m.captured(2) + "\n"));
         }
         QCOMPARE(options, (QStringList{"--help", "--version"}));
-        QCOMPARE(man.count("\n.TP\n.B \\-\\-"), options.size());
+        QCOMPARE(man.count("\n.TP\n.B \\-\\-"), 2);
     }
 
 private:
