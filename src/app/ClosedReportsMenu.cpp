@@ -7,10 +7,9 @@
 #include "support/ZelvatLogLib.h"
 
 #include <QAction>
+#include <QApplication>
 #include <QDir>
-#include <QGuiApplication>
 #include <QMenu>
-#include <QWindow>
 
 ClosedReportsMenu::ClosedReportsMenu(RecoveryHost *host, QMenu *file, QObject *parent)
     : QObject(parent)
@@ -25,8 +24,15 @@ ClosedReportsMenu::ClosedReportsMenu(RecoveryHost *host, QMenu *file, QObject *p
     m_others->setObjectName(QStringLiteral("mnuClosedReports"));
     m_others->menuAction()->setObjectName(QStringLiteral("mnuClosedReportsMenu"));
     connect(file, &QMenu::aboutToShow, this, &ClosedReportsMenu::refresh);
-    connect(qApp, &QGuiApplication::focusWindowChanged, this, &ClosedReportsMenu::refresh);
+    qApp->installEventFilter(this); // a report form that closes may have been put among the closed
     refresh();
+}
+
+bool ClosedReportsMenu::eventFilter(QObject *watched, QEvent *event)
+{
+    if (event->type() == QEvent::Hide && qobject_cast<frmZelvatcts *>(watched))
+        QMetaObject::invokeMethod(this, &ClosedReportsMenu::refresh, Qt::QueuedConnection);
+    return false;
 }
 
 void ClosedReportsMenu::refresh()

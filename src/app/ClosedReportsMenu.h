@@ -22,11 +22,14 @@ public:
     QAction *reopenAction() const { return m_reopen; }
     QMenu *othersMenu() const { return m_others; }
 
-    // Looks at what is kept again (when the File menu opens, the focus moves between windows, or
-    // a form closes) and sets the entries.
+    // Looks at what is kept again (when the File menu opens or a report form is hidden) and sets
+    // the entries.
     void refresh();
     // Opens the kept form of the file `fileName` (empty: the newest).
     void reopen(const QString &fileName);
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
     RecoveryHost *m_host;
