@@ -23,6 +23,7 @@ class QSortFilterProxyModel;
 class QTimer;
 class QTreeView;
 class CatalogUpdates;
+class ClosedReportsMenu;
 class OutboxControl;
 class RecoveryOffer;
 class ReportFolderWatch;
@@ -168,6 +169,7 @@ private:
     OutboxControl *m_outbox = nullptr;
     RecoveryOffer *m_recoveryOffer = nullptr;
     QPointer<frmSummary> m_summary; // follows the catalog as the list does
+    ClosedReportsMenu *m_closedReports = nullptr;
     std::array<qint32, 8> m_columnWidths {};
     int m_currentFolder = 2;
     int m_sortKey = 6;

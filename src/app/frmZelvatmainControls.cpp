@@ -2,6 +2,7 @@
 // again when the window is resized.
 #include "app/frmZelvatmain.h"
 
+#include "app/ClosedReportsMenu.h"
 #include "app/MainLayout.h"
 #include "app/ReportListModel.h"
 #include "dialogs/frmCommLog.h"
@@ -167,6 +168,7 @@ void frmZelvatmain::buildMenus()
     QMenu *file = menuBar()->addMenu(QStringLiteral("&File"));
     item(file, "mnuNewReport", QStringLiteral("New Report"), true, &frmZelvatmain::cmdMorvel_Click)
         ->setShortcut(QKeySequence::New);
+    m_closedReports = new ClosedReportsMenu(this, file, this);
     item(file, "mnuRefresh", QStringLiteral("Refresh List"), true, &frmZelvatmain::refreshList)
         ->setShortcut(QKeySequence::Refresh);
     file->addSeparator();

@@ -1,6 +1,8 @@
 #include "report_form/FormRecoveryKeeper.h"
 
+#include "store/ClosedForms.h"
 #include "support/DatetimeLib.h"
+#include "support/SafeFile.h"
 #include "support/ZelvatLogLib.h"
 
 #include <QTimer>
@@ -78,4 +80,17 @@ void FormRecoveryKeeper::drop()
     RunError error;
     if (!FormRecovery::remove(m_folder, m_name, &error))
         ZelvatLogLib::WriteLogLine(QStringLiteral("Recovery: %1 could not be removed: %2").arg(m_name, error.description));
+}
+
+void FormRecoveryKeeper::putAway()
+{
+    keepNow();
+    if (!m_claim->held() || SafeFile::kindOf(FormRecovery::pathFor(m_folder, m_name)) != SafeFile::Kind::Regular)
+        return;
+    RunError error;
+    if (ClosedForms::keep(m_folder, m_name, DatetimeLib::now(), &error))
+        ZelvatLogLib::WriteLogLine(QStringLiteral("Recovery: the unsaved input of %1 was kept as a closed report").arg(m_name));
+    else // it stays a recovery file, offered at the next start
+        ZelvatLogLib::WriteLogLine(QStringLiteral("Recovery: the unsaved input of %1 could not be kept as a closed report: %2")
+                                       .arg(m_name, error.description));
 }

@@ -29,8 +29,11 @@ public:
     void noteChange();
     // Writes now whatever waits to be written (the program is closing with the form open).
     void keepNow();
-    // The input was saved, or the operator gave it up: the recovery file goes.
+    // The input was saved (or deleted): the recovery file goes.
     void drop();
+    // The operator closed the form on purpose: what waits is written, and the recovery file, if
+    // there is one (there is none once the input is saved), moves among the closed forms.
+    void putAway();
 
 private:
     void tick();

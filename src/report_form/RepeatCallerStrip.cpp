@@ -9,29 +9,25 @@
 #include "support/Platform.h"
 
 #include <QFileInfo>
+#include <QLabel>
+#include <QPushButton>
 #include <QPlainTextEdit>
 #include <QStatusBar>
-#include <QUrl>
 #include <QVBoxLayout>
 
 RepeatCallerStrip::RepeatCallerStrip(const QString &programFolder, ReportCatalog *reports, QWidget *parent)
-    : QLabel(parent)
+    : QFrame(parent)
     , m_programFolder(programFolder)
     , m_reports(reports)
 {
     setObjectName(QStringLiteral("lblRepeatCaller"));
     setAccessibleName(QStringLiteral("Earlier calls"));
-    setWordWrap(true);
-    setTextFormat(Qt::RichText);
-    setTextInteractionFlags(Qt::LinksAccessibleByMouse);
     setFocusPolicy(Qt::NoFocus);
     setContentsMargins(8, 3, 8, 3);
     setAutoFillBackground(true);
     setBackgroundRole(QPalette::ToolTipBase);
     setForegroundRole(QPalette::ToolTipText);
     setToolTip(QStringLiteral("Reports of the last 24 hours with the same address or phone; click one to read it"));
-    connect(this, &QLabel::linkActivated, this,
-            [this](const QString &link) { openReport(QUrl::fromPercentEncoding(link.toLatin1())); });
     hide();
 }
 
@@ -48,36 +44,99 @@ void RepeatCallerStrip::lookUp(const QString &address, const QString &phone, con
     }
     const QDateTime now = DatetimeLib::now();
     const RepeatCallers::Found found = RepeatCallers::find(*reports, address, phone, now, exceptName);
-    m_linked.clear();
-    const auto line = [&](const QString &lead, const QList<int> &matched) {
-        if (matched.isEmpty())
-            return QString();
-        QStringList named;
-        for (qsizetype i = 0; i < std::min<qsizetype>(Named, matched.size()); ++i) {
-            const QString name = reports->name(matched[i]);
-            m_linked.append(name);
-            named << QStringLiteral("<a href=\"%1\">%2</a>")
-                         .arg(QString::fromLatin1(QUrl::toPercentEncoding(name)),
-                              RepeatCallers::describe(*reports, matched[i], now).toHtmlEscaped());
-        }
-        QString text = lead.toHtmlEscaped() + QLatin1Char(' ') + named.join(QStringLiteral(", "));
-        if (matched.size() > Named)
-            text += QStringLiteral(" and %1 more").arg(matched.size() - Named);
-        return text;
+    struct Shown {
+        QString name, text, spoken;
     };
-    QStringList lines;
-    for (const QString &l : {line(QStringLiteral("Earlier at this address:"), found.atAddress),
-                             line(QStringLiteral("Earlier from this phone:"), found.fromPhone)}) {
-        if (!l.isEmpty())
-            lines << l;
+    struct Line {
+        QString lead;
+        QList<Shown> named;
+        qsizetype more = 0;
+    };
+    QList<Line> lines;
+    QStringList shown;
+    for (const auto &[lead, matched] : {std::pair{QStringLiteral("Earlier at this address:"), found.atAddress},
+                                        std::pair{QStringLiteral("Earlier from this phone:"), found.fromPhone}}) {
+        if (matched.isEmpty())
+            continue;
+        Line line{lead, {}, std::max<qsizetype>(0, matched.size() - Named)};
+        QStringList texts;
+        for (qsizetype i = 0; i < std::min<qsizetype>(Named, matched.size()); ++i) {
+            line.named.append({reports->name(matched[i]), RepeatCallers::describe(*reports, matched[i], now),
+                               RepeatCallers::spoken(*reports, matched[i], now)});
+            texts << line.named.last().text;
+        }
+        shown << lead + QLatin1Char(' ') + texts.join(QStringLiteral(", "))
+                + (line.more ? QStringLiteral(" and %1 more").arg(line.more) : QString());
+        lines.append(line);
     }
     const bool wasVisible = isVisibleTo(parentWidget());
-    const QString html = lines.join(QStringLiteral("<br>"));
-    if (html == text() && wasVisible == !lines.isEmpty())
+    if (shown == m_lines && wasVisible == !lines.isEmpty())
         return;
-    setText(html);
+    // The strip is made anew: a caption per kind, a button per report named, and the count of more.
+    for (const QList<QWidget *> &parts : std::as_const(m_parts))
+        qDeleteAll(parts);
+    m_parts.clear();
+    m_links.clear();
+    m_linked.clear();
+    m_lines = shown;
+    for (const Line &line : std::as_const(lines)) {
+        QList<QWidget *> parts;
+        auto *caption = new QLabel(line.lead, this);
+        caption->setObjectName(QStringLiteral("lblEarlierCaption"));
+        parts << caption;
+        for (const Shown &n : line.named) {
+            auto *link = new QPushButton(n.text, this);
+            link->setObjectName(QStringLiteral("cmdEarlierCall"));
+            link->setFlat(true);
+            link->setCursor(Qt::PointingHandCursor);
+            link->setFocusPolicy(Qt::TabFocus); // reached by Tab; a click leaves the focus where it was
+            link->setForegroundRole(QPalette::Link);
+            QFont underlined = link->font();
+            underlined.setUnderline(true);
+            link->setFont(underlined);
+            link->setAccessibleName(n.spoken);
+            link->setAccessibleDescription(line.lead.chopped(1) + QStringLiteral("; opens the report read-only"));
+            link->setToolTip(n.spoken);
+            connect(link, &QPushButton::clicked, this, [this, name = n.name] { openReport(name); });
+            m_links << link;
+            m_linked << n.name;
+            parts << link;
+        }
+        if (line.more) {
+            auto *more = new QLabel(QStringLiteral("and %1 more").arg(line.more), this);
+            more->setObjectName(QStringLiteral("lblEarlierMore"));
+            parts << more;
+        }
+        for (QWidget *w : std::as_const(parts))
+            w->show();
+        m_parts << parts;
+    }
     setVisible(!lines.isEmpty());
     emit heightChanged();
+}
+
+int RepeatCallerStrip::flow(int width)
+{
+    const QMargins m = contentsMargins();
+    const int gap = 6;
+    int y = m.top();
+    for (const QList<QWidget *> &parts : std::as_const(m_parts)) {
+        int x = m.left();
+        int rowHeight = 0;
+        for (QWidget *w : parts) {
+            const QSize size = w->sizeHint();
+            if (x > m.left() && x + size.width() > width - m.right()) {
+                x = m.left();
+                y += rowHeight;
+                rowHeight = 0;
+            }
+            w->setGeometry(x, y, std::min(size.width(), width - m.left() - m.right()), size.height());
+            x += size.width() + gap;
+            rowHeight = std::max(rowHeight, size.height());
+        }
+        y += rowHeight;
+    }
+    return y + m.bottom();
 }
 
 int RepeatCallerStrip::placeAbove(const QStatusBar *statusBar)
@@ -85,7 +144,7 @@ int RepeatCallerStrip::placeAbove(const QStatusBar *statusBar)
     if (!isVisibleTo(parentWidget()))
         return 0;
     const int width = parentWidget()->width();
-    const int height = heightForWidth(width);
+    const int height = flow(width);
     setGeometry(0, parentWidget()->height() - statusBar->sizeHint().height() - height, width, height);
     return height;
 }

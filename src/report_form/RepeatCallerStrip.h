@@ -1,18 +1,20 @@
 #pragma once
 
-#include <QLabel>
+#include <QFrame>
 #include <QPointer>
 #include <memory>
 
+class QPushButton;
 class QStatusBar;
 class ReportCatalog;
 
 // The strip above the report form's status bar that names the reports of the last 24 hours
 // from the same address or the same phone as the report being written ("Earlier at this
 // address: SPF-100 Person Down (14:05, Submitted)"). It appears without a message box and never
-// takes the focus; each name opens its report read-only in a window of its own. Nothing is shown
-// when nothing matches.
-class RepeatCallerStrip : public QLabel {
+// takes the focus; each name is a link-like button that opens its report read-only in a window of
+// its own, reached with Tab (after the form's buttons) and named for assistive technology by event
+// ID, issue, time and state. Nothing is shown when nothing matches.
+class RepeatCallerStrip : public QFrame {
     Q_OBJECT
 
 public:
@@ -26,8 +28,11 @@ public:
 
     // Looks up the address and the phone of the form (the report `exceptName` is the form's own).
     void lookUp(const QString &address, const QString &phone, const QString &exceptName);
-    // The report names the strip links to, in the order shown.
+    // The report names the strip links to, in the order shown, and their buttons.
     QStringList linkedNames() const { return m_linked; }
+    QList<QPushButton *> links() const { return m_links; }
+    // What the strip shows, a line per kind.
+    QString shownText() const { return m_lines.join(QLatin1Char('\n')); }
 
     // Places the strip just above the status bar, across the form; its height, 0 when hidden.
     int placeAbove(const QStatusBar *statusBar);
@@ -40,10 +45,16 @@ signals:
     void heightChanged();
 
 private:
+    // Places the lines' parts left to right, a line per kind, wrapped at `width`; the height taken.
+    int flow(int width);
+
     QString m_programFolder;
     ReportCatalog *m_reports;
     std::unique_ptr<ReportCatalog> m_own;
     QStringList m_linked;
+    QStringList m_lines;
+    QList<QPushButton *> m_links;
+    QList<QList<QWidget *>> m_parts; // per line: its caption, its buttons, "and N more"
 };
 
 // One report shown read-only: every field under its caption, in a window of its own.

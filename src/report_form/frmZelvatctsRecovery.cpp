@@ -141,10 +141,11 @@ void frmZelvatcts::dropRecovery()
 
 void frmZelvatcts::settleRecovery(bool closedByOperator)
 {
-    // Closed with Close, Escape or the window's close box: the operator gave the input up.
-    // Closed by the program (the main window closing): the input is kept for the next start.
-    if (closedByOperator)
-        dropRecovery();
+    // Closed with Close, Escape or the window's close box: the input is kept among the closed
+    // reports, which File > Reopen Closed Report brings back. Closed by the program (the main
+    // window closing): the input is kept for the next start.
+    if (closedByOperator && m_recovery)
+        m_recovery->putAway();
     else
         keepInputNow();
 }

@@ -94,7 +94,11 @@ std::optional<Input> read(const QString &programFolder, const QString &name, Run
         ErrorOut::set(error, ErrorOut::told(RunError::BadFileName, problem));
         return std::nullopt;
     }
-    const QString path = pathFor(programFolder, name);
+    return readFile(programFolder, pathFor(programFolder, name), error);
+}
+
+std::optional<Input> readFile(const QString &programFolder, const QString &path, RunError *error)
+{
     QByteArray data;
     RunError readError;
     if (!SafeFile::readAll(path, kMaxBytes, &data, &readError)) {
@@ -164,7 +168,12 @@ bool remove(const QString &programFolder, const QString &name, RunError *error)
 
 bool keepAside(const QString &programFolder, const QString &name, QString *keptAs, RunError *error)
 {
-    QFile file(pathFor(programFolder, name));
+    return keepFileAside(pathFor(programFolder, name), keptAs, error);
+}
+
+bool keepFileAside(const QString &path, QString *keptAs, RunError *error)
+{
+    QFile file(path);
     for (int n = 1; n < 1000; ++n) {
         const QString target = file.fileName() + QStringLiteral(".bad") + (n > 1 ? QString::number(n) : QString());
         if (SafeFile::kindOf(target) != SafeFile::Kind::Missing)

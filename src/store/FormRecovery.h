@@ -13,8 +13,9 @@
 // written is not lost when the program is killed, the machine loses its power or the session
 // ends: one recovery file per open form, <program folder>/recovery/NAME.rec, NAME being the
 // report's name (its event number for a new report). The form writes it a moment after each
-// change and removes it when the input is saved, submitted, deleted or dropped on purpose; at
-// the next start the program offers what it finds.
+// change and removes it when the input is saved, submitted or deleted; a form the operator
+// closes on purpose moves it among the closed forms (ClosedForms). At the next start the program
+// offers what it finds here.
 //
 // A recovery file is 8-bit text: a header of its own,
 //   [FORM RECOVERY]
@@ -56,6 +57,8 @@ bool write(const QString &programFolder, const QString &name, const Input &input
 // Reads the recovery file of `name`; nullopt, with the reason in `error`, when it is missing or
 // cannot be read (it is no recovery file, a line is damaged, it names no event ID).
 std::optional<Input> read(const QString &programFolder, const QString &name, RunError *error);
+// The same for the recovery file at `path` (one of the forms closed on purpose).
+std::optional<Input> readFile(const QString &programFolder, const QString &path, RunError *error);
 
 // Removes the recovery file of `name`; a missing one is no error.
 bool remove(const QString &programFolder, const QString &name, RunError *error);
@@ -63,6 +66,7 @@ bool remove(const QString &programFolder, const QString &name, RunError *error);
 // Moves a recovery file that cannot be read out of the way, never deleting it: NAME.rec becomes
 // NAME.rec.bad (NAME.rec.bad2, ... when that is taken). `keptAs` gets the new path.
 bool keepAside(const QString &programFolder, const QString &name, QString *keptAs, RunError *error);
+bool keepFileAside(const QString &path, QString *keptAs, RunError *error);
 
 // The recovery files of the folder, by name.
 struct Entry {

@@ -56,6 +56,20 @@ Found find(const ReportCatalog &catalog, const QString &address, const QString &
     return found;
 }
 
+namespace {
+
+// The time of a report as the strip shows it: with month/day when it is not the day of `now`.
+QString whenOf(const ReportCatalog &catalog, int slot, const QDateTime &now)
+{
+    const QString cell = catalog.cell(slot, ReportList::DateTime); // "MM/dd/yy HH:mm"
+    QString when = cell.mid(9);
+    if (cell.left(8) != ReportList::dateTimeCell(DatetimeLib::yymmdd(now), QString()).left(8))
+        when = cell.left(5) + QLatin1Char(' ') + when;
+    return when;
+}
+
+} // namespace
+
 QString describe(const ReportCatalog &catalog, int slot, const QDateTime &now)
 {
     QString id = catalog.field(slot, ReportCatalog::MessageId);
@@ -64,13 +78,22 @@ QString describe(const ReportCatalog &catalog, int slot, const QDateTime &now)
     if (id.isEmpty())
         id = catalog.name(slot);
     const QString issue = catalog.field(slot, ReportCatalog::Issue);
-    const QString cell = catalog.cell(slot, ReportList::DateTime); // "MM/dd/yy HH:mm"
-    QString when = cell.mid(9);
-    if (cell.left(8) != ReportList::dateTimeCell(DatetimeLib::yymmdd(now), QString()).left(8))
-        when = cell.left(5) + QLatin1Char(' ') + when;
     const QString state = Zelvat::stateName(catalog.state(slot));
-    return id + (issue.isEmpty() ? QString() : QLatin1Char(' ') + issue) + QStringLiteral(" (") + when
+    return id + (issue.isEmpty() ? QString() : QLatin1Char(' ') + issue) + QStringLiteral(" (") + whenOf(catalog, slot, now)
         + (state.isEmpty() ? QString() : QStringLiteral(", ") + state) + QLatin1Char(')');
+}
+
+QString spoken(const ReportCatalog &catalog, int slot, const QDateTime &now)
+{
+    QString id = catalog.field(slot, ReportCatalog::EventId);
+    if (id.isEmpty())
+        id = catalog.name(slot);
+    QStringList parts{QStringLiteral("Report ") + id};
+    const QString issue = catalog.field(slot, ReportCatalog::Issue);
+    parts << (issue.isEmpty() ? QStringLiteral("no issue") : issue) << whenOf(catalog, slot, now);
+    if (const QString state = Zelvat::stateName(catalog.state(slot)); !state.isEmpty())
+        parts << state;
+    return parts.join(QStringLiteral(", "));
 }
 
 } // namespace RepeatCallers

@@ -27,5 +27,8 @@ Found find(const ReportCatalog &catalog, const QString &address, const QString &
 // is none), the issue, and in brackets the time (with month/day when it is not the day of `now`)
 // and the state.
 QString describe(const ReportCatalog &catalog, int slot, const QDateTime &now);
+// "Report SPF26320.100, Person Down, 14:05, Submitted": the same for assistive technology, by the
+// report's event ID (its name when it has none).
+QString spoken(const ReportCatalog &catalog, int slot, const QDateTime &now);
 
 } // namespace RepeatCallers

@@ -29,6 +29,7 @@
 #include <QHeaderView>
 #include <QPrinter>
 #include <QRegularExpression>
+#include <QProcess>
 #include <QSettings>
 #include <QChartView>
 #include <QTableWidget>
@@ -587,6 +588,42 @@ private slots:
         QVERIFY(text.contains("DETL=Changed On The Form -- ") && text.contains("CNT=\\#252"));
         QVERIFY(text.contains("16 Nov 2026 14:32")); // the stamps of its last save, not of now
         QCOMPARE(home.readReport(name), onDisk);     // printing saves nothing
+    }
+
+    // --help and --version answer without a display, make nothing, and say what the manual says.
+    void ownOptions_data()
+    {
+        QTest::addColumn<QString>("option");
+        QTest::newRow("help") << "--help";
+        QTest::newRow("version") << "--version";
+    }
+
+    void ownOptions()
+    {
+        QFETCH(QString, option);
+        QTemporaryDir home;
+        const QDir beside = QFileInfo(ZELVATCTS_WINDOW).dir(); // a writable folder: the program's own
+        QProcess program;
+        program.setEnvironment({"HOME=" + home.path()}); // no display, no platform named
+        program.start(ZELVATCTS_WINDOW, {option});
+        QVERIFY(program.waitForFinished(20000));
+        QVERIFY(program.exitStatus() == QProcess::NormalExit && program.exitCode() == 0);
+        QVERIFY(QDir(home.path()).isEmpty() && !beside.exists("Zelvatcts.ini") && !beside.exists("logs"));
+        const QString out = QString::fromUtf8(program.readAllStandardOutput());
+        if (option == "--version") {
+            QCOMPARE(out, QString("Zelvatcts (Zelvat Call Taking System) %1\n").arg(Zelvat::versionText()));
+            return;
+        }
+        const QString man = QString::fromUtf8(readFile(ZELVAT_MAN_PAGE));
+        QVERIFY(out.startsWith("Usage: Zelvatcts [--help | --version]\n") && man.contains(".RB [ \\-\\-help \" | \" \\-\\-version ]"));
+        // Each option of the help, in its words, is one of the manual page's, which has no other.
+        QStringList options;
+        for (const auto &m : QRegularExpression("^  (--\\S+) +(.+)$", QRegularExpression::MultilineOption).globalMatch(out)) {
+            options << m.captured(1);
+            QVERIFY(man.contains(".TP\n.B " + QString(m.captured(1)).replace("-", "\\-") + "\n" + m.captured(2) + "\n"));
+        }
+        QCOMPARE(options, (QStringList{"--help", "--version"}));
+        QCOMPARE(man.count("\n.TP\n.B \\-\\-"), 2);
     }
 
 private:

@@ -5,6 +5,7 @@
 #include "common/Capture.h"
 #include "common/Csv.h"
 #include "common/SampleReport.h"
+#include "store/ClosedForms.h"
 #include "support/CommonConst.h"
 
 #include <QDate>
@@ -50,6 +51,19 @@ private slots:
         QCOMPARE(run({"delete", eid}).out, eid + " marked Deleted\n");
         QCOMPARE(run({"delete", eid}).out, eid + " removed\n");
         QCOMPARE(run({"list", "all"}).out, QByteArray("Items: 0\n"));
+    }
+
+    // The forms closed on purpose, in the rows of "recovered" with the time each closed.
+    void recoveredClosed()
+    {
+        const QDateTime closed = QDateTime::currentDateTime().addSecs(-60);
+        FormRecovery::Input input(m_dir->path());
+        input.record = SampleReport::make(m_dir->path());
+        input.written = closed;
+        QVERIFY(FormRecovery::write(m_dir->path(), "R", input, nullptr) && ClosedForms::keep(m_dir->path(), "R", closed, nullptr));
+        QCOMPARE(run({"recovered", "--closed"}).out,
+                 "R\tABC26320.000000\tPerson down near the library\t" + closed.toString("yyyy-MM-dd HH:mm:ss").toLatin1() + "\n");
+        QCOMPARE(run({"recovered"}).out, QByteArray()); // no longer a recovery of a stopped form
     }
 
     void refusals_data()

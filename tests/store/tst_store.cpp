@@ -12,6 +12,7 @@
 #include "common/SampleReport.h"
 #include "settings/TnGlobal.h"
 #include "settings/ZelvatIni.h"
+#include "store/ClosedForms.h"
 #include "store/EventNumbers.h"
 #include "store/FormFields.h"
 #include "store/FormPaste.h"
@@ -593,6 +594,49 @@ private slots:
         QCOMPARE(QDir(FormRecovery::folder(home.path())).entryList(QDir::Files), (QStringList{"R.rec.bad", "R.rec.bad2"}));
         QCOMPARE(readFile(keptAs), bytes + "second");
         QVERIFY(FormRecovery::list(home.path()).isEmpty());
+    }
+
+    // Forms closed on purpose: newest first, 24 hours, the newest 20; a file that cannot be read
+    // is never removed; reopening moves one back and replaces nothing.
+    void closedFormsKept_data()
+    {
+        QTest::addColumn<QList<int>>("closedAgo"); // minutes before now; form i is named Ni
+        QTest::addColumn<QStringList>("left");     // newest first, after NEW is closed now
+        QTest::newRow("newest first") << QList<int>{3, 2, 1} << QStringList{"NEW", "N2", "N1", "N0"};
+        QTest::newRow("24 hours") << QList<int>{25 * 60, 23 * 60} << QStringList{"NEW", "N1"};
+        QList<int> many{21, 20, 19, 18, 17, 16, 15, 14, 13, 12, 11, 10, 9, 8, 7, 6, 5, 4, 3, 2, 1};
+        QTest::newRow("the newest 20") << many << QStringList{"NEW"} + QString("N20 N19 N18 N17 N16 N15 N14 N13 N12 N11 N10 N9 N8 N7 N6 N5 N4 N3 N2").split(' ');
+    }
+
+    void closedFormsKept()
+    {
+        QFETCH(QList<int>, closedAgo);
+        QFETCH(QStringList, left);
+        ProgramHome home;
+        const QDateTime now = ProgramHome::FixedNow;
+        FormRecovery::Input input(home.path());
+        input.record = SampleReport::make(home.path());
+        input.written = now;
+        const QString junk = ClosedForms::folder(home.path()) + "/J@20261110-120000000.rec";
+        for (int i = 0; i <= closedAgo.size(); ++i) {
+            const QString name = i < closedAgo.size() ? "N" + QString::number(i) : "NEW";
+            QVERIFY(FormRecovery::write(home.path(), name, input, nullptr));
+            QVERIFY(ClosedForms::keep(home.path(), name, now.addSecs(i < closedAgo.size() ? -60 * closedAgo[i] : 0), nullptr));
+            QVERIFY(!QFile::exists(FormRecovery::pathFor(home.path(), name)));
+            writeFile(junk, "[FORM RECOVERY]\r\nhalf"); // there as every later one is kept
+        }
+        QStringList names;
+        for (const ClosedForms::Entry &e : ClosedForms::list(home.path(), now))
+            names << (e.input ? e.name : "unreadable " + e.name);
+        QCOMPARE(names, left + QStringList{"unreadable J"});
+
+        QVERIFY(FormRecovery::write(home.path(), left[1], input, nullptr)); // a recovery of that name waits
+        RunError error;
+        QVERIFY(!ClosedForms::reopen(home.path(), ClosedForms::list(home.path(), now)[1].fileName, &error));
+        QVERIFY2(error.description.contains("already exists"), qPrintable(error.description));
+        QCOMPARE(ClosedForms::reopen(home.path(), ClosedForms::list(home.path(), now)[0].fileName, nullptr)->record.EID(), input.record.EID());
+        QVERIFY(FormRecovery::read(home.path(), "NEW", nullptr));
+        QCOMPARE(ClosedForms::list(home.path(), now).size(), left.size());
     }
 
     void onlyWholeFilesOfStoppedFormsAreOffered()
