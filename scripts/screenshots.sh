@@ -43,7 +43,7 @@ echo "$out/report-sheet.png"
 for i in 5 4 3 2 1; do
   when=$(date -d "-$((i * 37)) min" '+%Y-%m-%d %H:%M:%S')
   case $i in 4) outcome='not sent'; why=refused ;; 3) outcome='not sent'; why='no answer' ;; *) outcome=sent; why= ;; esac
-  printf '%s\tSPF%s.10%s\t10%s\tSPF-10%s / MED / Springfield\t127.0.0.1:9334\t%s\t%s\tPat Smith\tKN1ABC\tEOC Main\r\n' \
+  printf '%s\tSPF%s.10%s\tSPF-10%s\tSPF-10%s / MED / Springfield\t127.0.0.1:9334\t%s\t%s\tPat Smith\tKN1ABC\tEOC Main\r\n' \
     "$when" "$(date '+%y%j')" "$i" "$i" "$i" "$outcome" "$why" >> "$home/Zelvatcts.comms"
 done
 printf '[CommLog]\nIncident=Riverside flood, November 2026\n' >> "$XDG_CONFIG_HOME/Zelvat Call Taking System.conf"
