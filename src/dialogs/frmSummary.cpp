@@ -174,8 +174,11 @@ void frmSummary::showChart()
 {
     const SituationSummary::Counts &c = m_summary.counts();
     m_chart->removeAllSeries();
-    for (QAbstractAxis *axis : m_chart->axes())
+    // A removed axis is the caller's again: deleted here, or every refresh would leave two behind.
+    for (QAbstractAxis *axis : m_chart->axes()) {
         m_chart->removeAxis(axis);
+        delete axis;
+    }
     auto *series = new QBarSeries;
     int most = 0;
     QStringList totals;
