@@ -1,12 +1,11 @@
 #include "sheet/CommLogSheet.h"
+#include "sheet/SheetPdf.h"
 
 #include "support/ErrorOut.h"
 
-#include <QBuffer>
 #include <QFontMetricsF>
 #include <QPageLayout>
 #include <QPainter>
-#include <QPdfWriter>
 
 #include <array>
 
@@ -117,24 +116,10 @@ int print(QPagedPaintDevice *device, const CommLogHeader &header, const QList<Co
 
 QByteArray pdf(const CommLogHeader &header, const QList<CommLog::Entry> &entries, const QPageLayout &layout, RunError *error)
 {
-    QBuffer buffer;
-    buffer.open(QIODevice::WriteOnly);
-    {
-        QPdfWriter writer(&buffer);
-        writer.setCreator(QStringLiteral("Zelvatcts"));
-        writer.setTitle(QStringLiteral("Communications Log"));
-        writer.setResolution(600);
-        QPageLayout across = layout;
-        across.setOrientation(QPageLayout::Landscape);
-        if (!writer.setPageLayout(across)) {
-            ErrorOut::set(error, ErrorOut::told(RunError::DeviceIoError,
-                                                 QStringLiteral("the page setup (paper, margins) cannot be used for a PDF file")));
-            return {};
-        }
-        if (print(&writer, header, entries, error) == 0)
-            return {};
-    }
-    return buffer.data();
+    QPageLayout across = layout;
+    across.setOrientation(QPageLayout::Landscape);
+    return SheetPdf::make(QStringLiteral("Communications Log"), across,
+                          [&](QPagedPaintDevice *device, RunError *e) { return print(device, header, entries, e); }, error);
 }
 
 } // namespace CommLogSheet

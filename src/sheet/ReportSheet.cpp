@@ -1,4 +1,5 @@
 #include "sheet/ReportSheet.h"
+#include "sheet/SheetPdf.h"
 
 #include "link/MessageText.h"
 #include "store/FormFields.h"
@@ -10,12 +11,10 @@
 #include "support/Platform.h"
 
 #include <QAbstractTextDocumentLayout>
-#include <QBuffer>
 #include <QDate>
 #include <QLocale>
 #include <QPageLayout>
 #include <QPainter>
-#include <QPdfWriter>
 #include <QTextDocument>
 #include <QTime>
 
@@ -276,23 +275,10 @@ int print(QPagedPaintDevice *device, const QList<SheetReport> &reports, const Sh
 
 QByteArray pdf(const QList<SheetReport> &reports, const SheetStation &station, const QPageLayout &layout, RunError *error)
 {
-    QBuffer buffer;
-    buffer.open(QIODevice::WriteOnly);
-    {
-        QPdfWriter writer(&buffer);
-        writer.setCreator(QStringLiteral("Zelvatcts"));
-        writer.setTitle(reports.size() == 1 ? QStringLiteral("Incident Report ") + reports.first().record.EID()
-                                            : QStringLiteral("Incident Reports"));
-        writer.setResolution(600);
-        if (!writer.setPageLayout(layout)) {
-            ErrorOut::set(error, ErrorOut::told(RunError::DeviceIoError,
-                                                 QStringLiteral("the page setup (paper, margins) cannot be used for a PDF file")));
-            return {};
-        }
-        if (print(&writer, reports, station, error) == 0)
-            return {};
-    }
-    return buffer.data();
+    const QString title = reports.size() == 1 ? QStringLiteral("Incident Report ") + reports.first().record.EID()
+                                              : QStringLiteral("Incident Reports");
+    return SheetPdf::make(title, layout,
+                          [&](QPagedPaintDevice *device, RunError *e) { return print(device, reports, station, e); }, error);
 }
 
 } // namespace ReportSheet

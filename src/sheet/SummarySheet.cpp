@@ -1,15 +1,14 @@
 #include "sheet/SummarySheet.h"
+#include "sheet/SheetPdf.h"
 
 #include "support/CommonConst.h"
 #include "support/DatetimeLib.h"
 #include "support/ErrorOut.h"
 
-#include <QBuffer>
 #include <QFontMetricsF>
 #include <QLocale>
 #include <QPageLayout>
 #include <QPainter>
-#include <QPdfWriter>
 
 namespace SummarySheet {
 
@@ -120,22 +119,8 @@ int print(QPagedPaintDevice *device, const SituationSummary::Counts &counts, con
 
 QByteArray pdf(const SituationSummary::Counts &counts, const DrawChart &chart, const QPageLayout &layout, RunError *error)
 {
-    QBuffer buffer;
-    buffer.open(QIODevice::WriteOnly);
-    {
-        QPdfWriter writer(&buffer);
-        writer.setCreator(QStringLiteral("Zelvatcts"));
-        writer.setTitle(QStringLiteral("Summary"));
-        writer.setResolution(600);
-        if (!writer.setPageLayout(layout)) {
-            ErrorOut::set(error, ErrorOut::told(RunError::DeviceIoError,
-                                                 QStringLiteral("the page setup (paper, margins) cannot be used for a PDF file")));
-            return {};
-        }
-        if (print(&writer, counts, chart, error) == 0)
-            return {};
-    }
-    return buffer.data();
+    return SheetPdf::make(QStringLiteral("Summary"), layout,
+                          [&](QPagedPaintDevice *device, RunError *e) { return print(device, counts, chart, e); }, error);
 }
 
 } // namespace SummarySheet
