@@ -1,24 +1,11 @@
 #include "support/Platform.h"
 
 #include "support/CommonConst.h"
+#include "support/SystemEventLog.h"
 
 #include <cstdio>
-#include <syslog.h>
 
 namespace {
-
-class SyslogEventLog final : public EventLog {
-public:
-    void error(const QString &text) override
-    {
-        static const bool opened = [] {
-            openlog("Zelvatcts", LOG_PID, LOG_USER);
-            return true;
-        }();
-        Q_UNUSED(opened);
-        syslog(LOG_ERR, "%s", text.toUtf8().constData());
-    }
-};
 
 class StderrNotifier final : public Notifier {
 public:
@@ -33,21 +20,20 @@ public:
     }
 };
 
-SyslogEventLog g_syslog;
 StderrNotifier g_stderr;
-EventLog *g_eventLog = &g_syslog;
+EventLog *g_eventLog = nullptr; // the system's, until another is installed
 Notifier *g_notifier = &g_stderr;
 
 } // namespace
 
 EventLog &EventLog::current()
 {
-    return *g_eventLog;
+    return g_eventLog ? *g_eventLog : systemEventLog();
 }
 
 void EventLog::install(EventLog *log)
 {
-    g_eventLog = log ? log : &g_syslog;
+    g_eventLog = log;
 }
 
 Notifier &Notifier::current()
