@@ -12,14 +12,12 @@
 #include "support/CodePage.h"
 #include "support/CommonConst.h"
 #include "support/StringLib.h"
+#include "support/Interruption.h"
 #include "support/ZelvatLogLib.h"
 
 #include <QCoreApplication>
-#include <QSocketNotifier>
 #include <QTimer>
 
-#include <csignal>
-#include <unistd.h>
 
 namespace {
 
@@ -60,31 +58,15 @@ int loadReport(Cli &cli, const QString &name)
     return cli.store().Load(name) ? Cli::Success : Cli::Usage;
 }
 
-// SIGINT and SIGTERM end a running session cleanly: the handler writes to a pipe that the event
-// loop watches, and the session is cancelled from there.
-int g_signalPipe[2] = {-1, -1};
-
-void onSignal(int signal)
-{
-    const char c = char(signal);
-    [[maybe_unused]] const auto n = ::write(g_signalPipe[1], &c, 1);
-}
-
+// SIGINT and SIGTERM (Ctrl+C on Windows) end a running session cleanly: the session is cancelled
+// from the event loop, and the report stays Ready.
 class SessionGuard {
 public:
     SessionGuard(ServerSession &session, int waitSeconds)
     {
-        if (::pipe(g_signalPipe) == 0) {
-            m_notifier = std::make_unique<QSocketNotifier>(g_signalPipe[0], QSocketNotifier::Read);
-            QObject::connect(m_notifier.get(), &QSocketNotifier::activated, &session, [&session] {
-                char c = 0;
-                [[maybe_unused]] const auto n = ::read(g_signalPipe[0], &c, 1);
-                session.cancel(QStringLiteral("the headless client was interrupted (%1)")
-                                   .arg(c == SIGINT ? QStringLiteral("SIGINT") : QStringLiteral("SIGTERM")));
-            });
-            std::signal(SIGINT, onSignal);
-            std::signal(SIGTERM, onSignal);
-        }
+        QObject::connect(&m_interruption, &Interruption::requested, &session, [&session](const QString &what) {
+            session.cancel(QStringLiteral("the headless client was interrupted (%1)").arg(what));
+        });
         if (waitSeconds > 0) {
             m_timer.setSingleShot(true);
             m_timer.setInterval(waitSeconds * 1000);
@@ -100,20 +82,9 @@ public:
         if (m_timer.interval() > 0)
             m_timer.start();
     }
-    ~SessionGuard()
-    {
-        std::signal(SIGINT, SIG_DFL);
-        std::signal(SIGTERM, SIG_DFL);
-        m_notifier.reset();
-        for (int &fd : g_signalPipe) {
-            if (fd >= 0)
-                ::close(fd);
-            fd = -1;
-        }
-    }
 
 private:
-    std::unique_ptr<QSocketNotifier> m_notifier;
+    Interruption m_interruption;
     QTimer m_timer;
 };
 
