@@ -325,8 +325,9 @@ bool Folder::lookUp(const QString &fileName, Entry *entry) const
     if (m_fd < 0 || fileName.contains(QLatin1Char('/'))
         || lookAt(m_fd, QFile::encodeName(fileName), &st, &err) == Kind::Missing)
         return false;
+    const QString name = fileName; // `fileName` may be the entry's own, which is cleared next
     *entry = Entry{};
-    entry->fileName = fileName;
+    entry->fileName = name;
     fillIdentity(st, entry);
     return true;
 }
@@ -513,8 +514,9 @@ bool Folder::lookUp(const QString &fileName, Entry *entry) const
     const QFileInfo info(m_path + QLatin1Char('/') + fileName);
     if (!info.exists() && !info.isSymLink())
         return false;
+    const QString name = fileName; // `fileName` may be the entry's own, which is cleared next
     *entry = Entry{};
-    entry->fileName = fileName;
+    entry->fileName = name;
     entry->kind = kindOf(info.filePath());
     entry->size = entry->kind == Kind::Regular ? info.size() : -1;
     entry->modifiedNs = info.lastModified().toMSecsSinceEpoch() * 1000000;
