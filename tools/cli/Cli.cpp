@@ -8,6 +8,10 @@
 
 #include <QFileInfo>
 #include <cstdio>
+#ifdef Q_OS_WIN
+#include <fcntl.h>
+#include <io.h>
+#endif
 
 Cli::Cli(const QString &programFolder)
     : m_folder(programFolder)
@@ -28,6 +32,16 @@ ZelvatIni &Cli::station()
 
 void Cli::outBytes(const QByteArray &bytes)
 {
+#ifdef Q_OS_WIN
+    // The bytes as they are: Windows' text mode would put a CR before every LF of a body or an
+    // envelope that already ends its lines in CR LF, and before the LF of every row. (Messages on
+    // standard error are for a person and keep the console's text mode.)
+    static const bool binary = [] {
+        _setmode(_fileno(stdout), _O_BINARY);
+        return true;
+    }();
+    Q_UNUSED(binary);
+#endif
     std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stdout);
 }
 
