@@ -5,7 +5,6 @@
 #include "sheet/PageSetup.h"
 #include "support/DatetimeLib.h"
 #include "support/Platform.h"
-#include "support/SafeFile.h"
 #include "ui/SheetPrinting.h"
 
 #include <QDateTimeEdit>
@@ -154,15 +153,10 @@ CommLogHeader frmCommLog::header() const
                          m_station.Loc};
 }
 
-bool frmCommLog::save(const QString &path, const QByteArray &bytes, const QString &what, const RunError &made)
+bool frmCommLog::save(const QString &path, const QByteArray &bytes, const RunError &made)
 {
-    RunError written;
-    if (bytes.isEmpty() || !SafeFile::writeAtomically(path, bytes, &written)) {
-        notify(QStringLiteral("The communications log could not be saved as %1 to %2:\r\n%3")
-                   .arg(what, QDir::toNativeSeparators(path), bytes.isEmpty() ? made.description : written.text()),
-               Notice::Exclamation);
+    if (!SheetPrinting::saveMade(path, bytes, made, QStringLiteral("communications log")))
         return false;
-    }
     lblCount->setText(QStringLiteral("Saved to %1").arg(QDir::toNativeSeparators(path)));
     return true;
 }
@@ -171,7 +165,7 @@ void frmCommLog::cmdSaveCsv_Click()
 {
     const QString path = chooseSaveFile(this, QStringLiteral("Save as CSV"), QStringLiteral("CSV files (*.csv)"));
     if (!path.isEmpty())
-        save(path, CommLog::csv(shownEntries()), QStringLiteral("CSV"), {});
+        save(path, CommLog::csv(shownEntries()), {});
 }
 
 void frmCommLog::cmdSavePdf_Click()
@@ -180,7 +174,7 @@ void frmCommLog::cmdSavePdf_Click()
     if (path.isEmpty())
         return;
     RunError error;
-    save(path, CommLogSheet::pdf(header(), shownEntries(), PageSetup::load(), &error), QStringLiteral("PDF"), error);
+    save(path, CommLogSheet::pdf(header(), shownEntries(), PageSetup::load(), &error), error);
 }
 
 void frmCommLog::cmdPrint_Click()
@@ -189,17 +183,9 @@ void frmCommLog::cmdPrint_Click()
     QPageLayout layout = PageSetup::load();
     layout.setOrientation(QPageLayout::Landscape);
     printer.setPageLayout(layout);
-    printer.setCreator(QStringLiteral("Zelvatcts"));
-    printer.setDocName(QStringLiteral("Communications Log.pdf"));
-    if (!SheetPrinting::choosePrinter || !SheetPrinting::choosePrinter(printer, this))
-        return;
-    printer.setDocName(QStringLiteral("Communications Log"));
-    RunError error;
-    if (printer.outputFormat() == QPrinter::PdfFormat && !printer.outputFileName().isEmpty()) {
-        save(printer.outputFileName(), CommLogSheet::pdf(header(), shownEntries(), printer.pageLayout(), &error),
-             QStringLiteral("PDF"), error);
-        return;
-    }
-    if (CommLogSheet::print(&printer, header(), shownEntries(), &error) == 0)
-        notify(QStringLiteral("The communications log could not be printed: ") + error.description, Notice::Exclamation);
+    const QList<CommLog::Entry> entries = shownEntries();
+    SheetPrinting::printDocument(
+        this, printer, QStringLiteral("Communications Log"), QStringLiteral("communications log"),
+        [&](const QPageLayout &chosen, RunError *error) { return CommLogSheet::pdf(header(), entries, chosen, error); },
+        [&](QPrinter *device, RunError *error) { return CommLogSheet::print(device, header(), entries, error); });
 }

@@ -47,7 +47,7 @@ private:
     void cmdPrint_Click();
     void cmdSavePdf_Click();
     void cmdSaveCsv_Click();
-    bool save(const QString &path, const QByteArray &bytes, const QString &what, const RunError &made);
+    bool save(const QString &path, const QByteArray &bytes, const RunError &made);
 
     QString m_folder;
     const ZelvatIni &m_station;

@@ -4,7 +4,6 @@
 #include "sheet/SummarySheet.h"
 #include "support/DatetimeLib.h"
 #include "support/Platform.h"
-#include "support/SafeFile.h"
 #include "ui/SheetPrinting.h"
 
 #include <QBarCategoryAxis>
@@ -253,27 +252,18 @@ void frmSummary::printSummary()
 {
     QPrinter printer(QPrinter::HighResolution);
     printer.setPageLayout(PageSetup::load());
-    printer.setCreator(QStringLiteral("Zelvatcts"));
-    printer.setDocName(QStringLiteral("Summary"));
-    if (!SheetPrinting::choosePrinter || !SheetPrinting::choosePrinter(printer, this))
-        return;
-    refresh();
     const auto chart = [this](QPainter &p, const QRectF &room) { return drawChart(p, room); };
-    RunError error;
-    if (printer.outputFormat() == QPrinter::PdfFormat && !printer.outputFileName().isEmpty()) {
-        const QString path = printer.outputFileName();
-        const QByteArray bytes = SummarySheet::pdf(m_summary.counts(), chart, printer.pageLayout(), &error);
-        RunError written;
-        if (bytes.isEmpty() || !SafeFile::writeAtomically(path, bytes, &written))
-            notify(QStringLiteral("The summary could not be saved to %1:\r\n%2")
-                       .arg(QDir::toNativeSeparators(path), bytes.isEmpty() ? error.description : written.text()),
-                   Notice::Exclamation);
-        return;
-    }
-    if (SummarySheet::print(&printer, m_summary.counts(), chart, &error) == 0)
-        notify(QStringLiteral("The summary could not be printed on %1: %2")
-                   .arg(printer.printerName().isEmpty() ? QStringLiteral("the printer") : printer.printerName(), error.description),
-               Notice::Exclamation);
+    // Counted again once the dialog is answered: the paper shows the summary of that moment.
+    SheetPrinting::printDocument(
+        this, printer, QStringLiteral("Summary"), QStringLiteral("summary"),
+        [&](const QPageLayout &layout, RunError *error) {
+            refresh();
+            return SummarySheet::pdf(m_summary.counts(), chart, layout, error);
+        },
+        [&](QPrinter *device, RunError *error) {
+            refresh();
+            return SummarySheet::print(device, m_summary.counts(), chart, error);
+        });
 }
 
 void frmSummary::savePdf()
@@ -282,11 +272,8 @@ void frmSummary::savePdf()
     if (path.isEmpty())
         return;
     refresh();
-    RunError error, written;
+    RunError error;
     const QByteArray bytes = SummarySheet::pdf(
         m_summary.counts(), [this](QPainter &p, const QRectF &room) { return drawChart(p, room); }, PageSetup::load(), &error);
-    if (bytes.isEmpty() || !SafeFile::writeAtomically(path, bytes, &written))
-        notify(QStringLiteral("The summary could not be saved to %1:\r\n%2")
-                   .arg(QDir::toNativeSeparators(path), bytes.isEmpty() ? error.description : written.text()),
-               Notice::Exclamation);
+    SheetPrinting::saveMade(path, bytes, error, QStringLiteral("summary"));
 }

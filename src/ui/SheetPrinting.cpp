@@ -41,6 +41,16 @@ bool print(QWidget *parent, const QList<SheetReport> &reports, const SheetStatio
     printer.setPageLayout(PageSetup::load());
     const QString title = reports.size() == 1 ? QStringLiteral("Incident Report ") + reports.first().record.EID()
                                               : QStringLiteral("Incident Reports");
+    return printDocument(
+        parent, printer, title, QStringLiteral("report sheets"),
+        [&](const QPageLayout &layout, RunError *error) { return ReportSheet::pdf(reports, station, layout, error); },
+        [&](QPrinter *device, RunError *error) { return ReportSheet::print(device, reports, station, error); });
+}
+
+bool printDocument(QWidget *parent, QPrinter &printer, const QString &title, const QString &what,
+                   const std::function<QByteArray(const QPageLayout &, RunError *)> &pdf,
+                   const std::function<int(QPrinter *, RunError *)> &draw)
+{
     printer.setCreator(QStringLiteral("Zelvatcts"));
     // The print dialog offers the document's name as the PDF file's, cutting what follows its
     // last dot: an event ID's dot would be lost without the ".pdf" it is given to cut.
@@ -50,21 +60,24 @@ bool print(QWidget *parent, const QList<SheetReport> &reports, const SheetStatio
     printer.setDocName(title);
 
     RunError error;
-    if (printer.outputFormat() == QPrinter::PdfFormat && !printer.outputFileName().isEmpty()) {
-        const QString path = printer.outputFileName();
-        const QByteArray bytes = ReportSheet::pdf(reports, station, printer.pageLayout(), &error);
-        RunError written;
-        if (bytes.isEmpty() || !SafeFile::writeAtomically(path, bytes, &written)) {
-            notify(QStringLiteral("The report sheets could not be saved to %1:\r\n%2")
-                       .arg(QDir::toNativeSeparators(path), bytes.isEmpty() ? error.description : written.text()),
-                   Notice::Exclamation);
-            return false;
-        }
-        return true;
+    if (printer.outputFormat() == QPrinter::PdfFormat && !printer.outputFileName().isEmpty())
+        return saveMade(printer.outputFileName(), pdf(printer.pageLayout(), &error), error, what);
+    if (draw(&printer, &error) == 0) {
+        notify(QStringLiteral("The %1 could not be printed on %2: %3")
+                   .arg(what, printer.printerName().isEmpty() ? QStringLiteral("the printer") : printer.printerName(),
+                        error.description),
+               Notice::Exclamation);
+        return false;
     }
-    if (ReportSheet::print(&printer, reports, station, &error) == 0) {
-        notify(QStringLiteral("The report sheets could not be printed on %1: %2")
-                   .arg(printer.printerName().isEmpty() ? QStringLiteral("the printer") : printer.printerName(), error.description),
+    return true;
+}
+
+bool saveMade(const QString &path, const QByteArray &bytes, const RunError &made, const QString &what)
+{
+    RunError written;
+    if (bytes.isEmpty() || !SafeFile::writeAtomically(path, bytes, &written)) {
+        notify(QStringLiteral("The %1 could not be saved to %2:\r\n%3")
+                   .arg(what, QDir::toNativeSeparators(path), bytes.isEmpty() ? made.description : written.text()),
                Notice::Exclamation);
         return false;
     }

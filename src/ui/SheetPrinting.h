@@ -2,6 +2,7 @@
 
 #include "sheet/ReportSheet.h"
 
+#include <QPageLayout>
 #include <functional>
 
 class QPrinter;
@@ -25,6 +26,18 @@ SheetStation stationOf(const ZelvatIni &station);
 // renders the whole file first and saves it in one step. Tells the operator when the printer
 // could not be used or the file could not be saved; true when the sheets went out.
 bool print(QWidget *parent, const QList<SheetReport> &reports, const SheetStation &station);
+
+// The print dialog for a document titled `title` on `printer` (its page setup given by the
+// caller), then the document: for "Print to File (PDF)" made whole by `pdf` and saved in one step,
+// for a printer drawn on it by `draw`. Tells the operator, naming `what` ("report sheets",
+// "summary"), when the file could not be saved or the printer not used; true when it went out.
+bool printDocument(QWidget *parent, QPrinter &printer, const QString &title, const QString &what,
+                   const std::function<QByteArray(const QPageLayout &, RunError *)> &pdf,
+                   const std::function<int(QPrinter *, RunError *)> &draw);
+
+// Saves `bytes` that a PDF or CSV maker made (empty, with `made` saying why, when it could not)
+// to `path` in one step; tells the operator, naming `what`, when that could not be done.
+bool saveMade(const QString &path, const QByteArray &bytes, const RunError &made, const QString &what);
 
 // Print Setup: the page setup dialog (paper, margins, orientation) on the kept setup, which is
 // kept again after OK.
