@@ -7,6 +7,7 @@
 #include "ui/Twips.h"
 #include "dialogs/frmAbout.h"
 #include "dialogs/frmStationID.h"
+#include "store/Position.h"
 #include "link/ServerSession.h"
 #include "dialogs/frmZelvatPref.h"
 #include "report_form/frmZelvatcts.h"
@@ -49,6 +50,7 @@ frmZelvatmain::frmZelvatmain(const QString &programFolder, QWidget *parent)
     showStationDialog = [this] {
         frmStationID dialog(m_station, this);
         dialog.exec();
+        Position::setStation(m_station);
     };
     startReportForm = [this](const QString &eventRecord) {
         frmZelvatcts::open(ReportFormContext{m_folder, &m_station, [this] { BuildNewMsgList(); }, m_catalog.get()},
@@ -91,6 +93,7 @@ void frmZelvatmain::Form_Load()
         notify(placement.badValuesText(), Notice::Exclamation);
     // Station settings, session log, the report reader, the rows kept from the last run.
     m_station.load();
+    Position::setStation(m_station);
     ZelvatLogLib::SetupLog(m_folder, true);
     m_reader = std::make_unique<ZelvatMsg>(m_folder);
     // The folder is listed while the rows of the last run are read back: the first refill needs both.

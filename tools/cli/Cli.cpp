@@ -1,6 +1,7 @@
 #include "Cli.h"
 
 #include "settings/ZelvatIni.h"
+#include "store/Position.h"
 #include "store/ProgramFolder.h"
 #include "store/ZelvatMsg.h"
 #include "support/CodePage.h"
@@ -26,6 +27,7 @@ ZelvatIni &Cli::station()
     if (!m_station) {
         m_station = std::make_unique<ZelvatIni>(ProgramFolder::stationFile(m_folder));
         m_station->load();
+        Position::setStation(*m_station);
     }
     return *m_station;
 }
