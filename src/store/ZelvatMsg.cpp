@@ -2,6 +2,7 @@
 
 #include "support/DatetimeLib.h"
 #include "store/ReportFileName.h"
+#include "store/ReportWriters.h"
 #include "store/SaveStamps.h"
 #include "support/CodePage.h"
 #include "support/CommonConst.h"
@@ -432,6 +433,10 @@ bool ZelvatMsg::writeFile(const QString &path)
         fail(error, QStringLiteral("Fadd"), path, problem);
         return false;
     }
+    // The other positions on the folder learn who wrote it; the report is saved either way.
+    QString fileName = info.fileName();
+    fileName.chop(ReportFileName::Extension.size());
+    ReportWriters::record(m_folder, fileName);
     return true;
 }
 
