@@ -6,7 +6,6 @@ set -euo pipefail
 packages=(
   g++ cmake ninja-build pkg-config
   qt6-base-dev qt6-base-dev-tools qt6-qpa-plugins
-  qt6-charts-dev libqt6opengl6-dev # the summary's chart; Debian's Qt Charts package does not pull in the OpenGL files its CMake package needs
   fonts-crosextra-carlito fonts-liberation
   help2man
   poppler-utils

@@ -1,7 +1,6 @@
 #!/usr/bin/env bash
-# Builds Qt 6.4.2 for 64-bit Windows (x86_64-w64-mingw32) once, from Debian's own source packages
-# of qtbase and qtcharts (the version of the host tools in qt6-base-dev-tools, which a Qt cross
-# build runs),
+# Builds Qt 6.4.2 for 64-bit Windows (x86_64-w64-mingw32) once, from Debian's own source package
+# of qtbase (the version of the host tools in qt6-base-dev-tools, which a Qt cross build runs),
 # into a cache outside the tree that every later run reuses:
 #   ${XDG_CACHE_HOME:-$HOME/.cache}/zelvatcts/qt-6.4.2-mingw64
 # The build tree is kept beside it, so that a build cut short goes on where it stopped.
@@ -12,7 +11,7 @@ cache="${XDG_CACHE_HOME:-$HOME/.cache}/zelvatcts"
 prefix="$cache/qt-6.4.2-mingw64"
 jobs=${JOBS:-$(nproc)}
 
-if [ -f "$prefix/lib/cmake/Qt6Charts/Qt6ChartsConfig.cmake" ] && [ -f "$prefix/.complete" ]; then
+if [ -f "$prefix/lib/cmake/Qt6/Qt6Config.cmake" ] && [ -f "$prefix/.complete" ]; then
   echo "$prefix"
   exit 0
 fi
@@ -64,16 +63,5 @@ if [ ! -f "$prefix/lib/cmake/Qt6/Qt6Config.cmake" ]; then
   cmake --install "$build" >/dev/null
 fi
 
-# Qt Charts (the situation summary's chart), against the Qt just built.
-charts_build="$cache/qtcharts-build"
-if [ ! -f "$charts_build/build.ninja" ]; then
-  cmake -S "$(source_of qt6-charts)" -B "$charts_build" -G Ninja \
-    -DCMAKE_TOOLCHAIN_FILE="$here/cmake/mingw-w64-x86_64.cmake" -DZELVAT_WINDOWS_QT="$prefix" \
-    -DCMAKE_PREFIX_PATH="$prefix" -DQT_HOST_PATH=/usr -DQT_HOST_PATH_CMAKE_DIR=/usr/lib/x86_64-linux-gnu/cmake \
-    -DCMAKE_INSTALL_PREFIX="$prefix" -DCMAKE_BUILD_TYPE=Release \
-    -DQT_BUILD_EXAMPLES=OFF -DQT_BUILD_TESTS=OFF
-fi
-cmake --build "$charts_build" --parallel "$jobs"
-cmake --install "$charts_build" >/dev/null
 touch "$prefix/.complete"
 echo "$prefix"

@@ -4,16 +4,11 @@
 #include "sheet/SummarySheet.h"
 #include "support/DatetimeLib.h"
 #include "support/Platform.h"
+#include "ui/CallsChartView.h"
 #include "ui/SheetPrinting.h"
 
-#include <QBarCategoryAxis>
-#include <QBarSeries>
-#include <QBarSet>
-#include <QChart>
-#include <QChartView>
 #include <QDir>
 #include <QFileDialog>
-#include <QFontMetricsF>
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QHeaderView>
@@ -24,7 +19,6 @@
 #include <QSpinBox>
 #include <QTableWidget>
 #include <QTimer>
-#include <QValueAxis>
 
 std::function<QString(QWidget *)> frmSummary::askPdfPath = [](QWidget *parent) {
     return QFileDialog::getSaveFileName(parent, QStringLiteral("Save Summary as PDF"), QStringLiteral("Summary.pdf"),
@@ -86,14 +80,9 @@ frmSummary::frmSummary(const ReportCatalog *catalog, QWidget *parent)
     tblCities = table(this, "tblCities", QStringLiteral("Reports by city"), {QStringLiteral("City"), QStringLiteral("Total")});
     tblCities->verticalHeader()->hide();
 
-    m_chart = new QChart;
-    m_chart->legend()->setAlignment(Qt::AlignBottom);
-    m_chart->setAnimationOptions(QChart::NoAnimation);
-    chtCalls = new QChartView(m_chart, this);
+    chtCalls = new CallsChartView(this);
     chtCalls->setObjectName(QStringLiteral("chtCalls"));
     chtCalls->setAccessibleName(QStringLiteral("Calls per hour by event type"));
-    chtCalls->setFocusPolicy(Qt::StrongFocus);
-    chtCalls->setRenderHint(QPainter::Antialiasing);
     chtCalls->setMinimumSize(480, 240);
 
     cmdPrint = new QPushButton(QStringLiteral("&Print..."), this);
@@ -147,7 +136,7 @@ void frmSummary::refresh()
     m_summary.setHours(spnHours->value());
     m_summary.refresh(DatetimeLib::now());
     showCounts();
-    showChart();
+    chtCalls->setCounts(m_summary.counts());
 }
 
 void frmSummary::showCounts()
@@ -169,100 +158,20 @@ void frmSummary::showCounts()
     }
 }
 
-void frmSummary::showChart()
-{
-    const SituationSummary::Counts &c = m_summary.counts();
-    m_chart->removeAllSeries();
-    // A removed axis is the caller's again: deleted here, or every refresh would leave two behind.
-    for (QAbstractAxis *axis : m_chart->axes()) {
-        m_chart->removeAxis(axis);
-        delete axis;
-    }
-    auto *series = new QBarSeries;
-    int most = 0;
-    QStringList totals;
-    for (int t = 0; t < FormRules::TypeCount; ++t) {
-        auto *set = new QBarSet(FormRules::typeCode(t));
-        for (const auto &hour : c.perHour) {
-            *set << hour[t];
-            most = std::max(most, hour[t]);
-        }
-        series->append(set);
-        totals << QStringLiteral("%1 %2").arg(FormRules::typeCode(t)).arg(c.byType[t][SituationSummary::Total]);
-    }
-    m_chart->addSeries(series);
-    // Each bar's own label (the axis merges equal ones): the hour on the last day of the period,
-    // the day of the month and the hour before it.
-    QStringList hours;
-    for (int i = 0; i < c.perHour.size(); ++i) {
-        const QDateTime hour = c.firstHour.addSecs(3600 * qint64(i));
-        hours << hour.toString(hour.date() == c.to.date() ? QStringLiteral("HH") : QStringLiteral("d/HH"));
-    }
-    auto *x = new QBarCategoryAxis;
-    x->append(hours);
-    x->setLabelsAngle(hours.size() > 12 ? -90 : 0);
-    x->setTitleText(QStringLiteral("Hour of the report's own time"));
-    auto *y = new QValueAxis;
-    y->setRange(0, std::max(1, most));
-    y->setLabelFormat(QStringLiteral("%d"));
-    if (most <= 10)
-        y->setTickCount(std::max(1, most) + 1); // one line per call: whole numbers only
-    else
-        y->applyNiceNumbers();
-    y->setTitleText(QStringLiteral("Calls"));
-    m_chart->addAxis(x, Qt::AlignBottom);
-    m_chart->addAxis(y, Qt::AlignLeft);
-    series->attachAxis(x);
-    series->attachAxis(y);
-    // What the bars show, for a screen reader.
-    chtCalls->setAccessibleDescription(QStringLiteral("Bars per hour from %1:00, %2 hours; calls: %3")
-                                           .arg(c.firstHour.toString(QStringLiteral("HH")))
-                                           .arg(c.perHour.size())
-                                           .arg(totals.join(QStringLiteral(", "))));
-}
-
-double frmSummary::drawChart(QPainter &painter, const QRectF &room)
-{
-    // The chart as the window lays it out, scaled to the room: drawn, not copied as pixels, so
-    // that it is as sharp as the page. Its legend does not follow it onto paper: the colours of
-    // the event types are named below it.
-    const QFontMetricsF metrics(painter.font(), painter.device());
-    const double legend = metrics.height() * 1.5;
-    const QRect shown = chtCalls->viewport()->rect();
-    if (shown.isEmpty())
-        return 0;
-    const double height = std::min(room.height() - legend, room.width() * shown.height() / shown.width());
-    chtCalls->render(&painter, QRectF(room.left(), room.top(), room.width(), height), shown, Qt::KeepAspectRatio);
-    const auto sets = m_chart->series().isEmpty() ? QList<QBarSet *>()
-                                                  : static_cast<QBarSeries *>(m_chart->series().first())->barSets();
-    double x = room.left() + room.width() * 0.3;
-    const double y = room.top() + height + metrics.height() * 0.25, box = metrics.height() * 0.7;
-    painter.save();
-    for (QBarSet *set : sets) {
-        painter.fillRect(QRectF(x, y + (metrics.height() - box) / 2, box, box), set->color());
-        painter.setPen(QPen(Qt::black, 0));
-        painter.drawText(QPointF(x + box * 1.5, y + metrics.ascent()), set->label());
-        x += box * 2 + metrics.horizontalAdvance(set->label()) + metrics.height();
-    }
-    painter.restore();
-    return height + legend;
-}
-
 void frmSummary::printSummary()
 {
     QPrinter printer(QPrinter::HighResolution);
     printer.setPageLayout(PageSetup::load());
-    const auto chart = [this](QPainter &p, const QRectF &room) { return drawChart(p, room); };
     // Counted again once the dialog is answered: the paper shows the summary of that moment.
     SheetPrinting::printDocument(
         this, printer, QStringLiteral("Summary"), QStringLiteral("summary"),
         [&](const QPageLayout &layout, RunError *error) {
             refresh();
-            return SummarySheet::pdf(m_summary.counts(), chart, layout, error);
+            return SummarySheet::pdf(m_summary.counts(), layout, error);
         },
         [&](QPrinter *device, RunError *error) {
             refresh();
-            return SummarySheet::print(device, m_summary.counts(), chart, error);
+            return SummarySheet::print(device, m_summary.counts(), error);
         });
 }
 
@@ -273,7 +182,6 @@ void frmSummary::savePdf()
         return;
     refresh();
     RunError error;
-    const QByteArray bytes = SummarySheet::pdf(
-        m_summary.counts(), [this](QPainter &p, const QRectF &room) { return drawChart(p, room); }, PageSetup::load(), &error);
+    const QByteArray bytes = SummarySheet::pdf(m_summary.counts(), PageSetup::load(), &error);
     SheetPrinting::saveMade(path, bytes, error, QStringLiteral("summary"));
 }

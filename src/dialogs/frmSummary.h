@@ -5,10 +5,8 @@
 #include <QDialog>
 #include <functional>
 
-class QChart;
-class QChartView;
+class CallsChartView;
 class QLabel;
-class QPainter;
 class QPushButton;
 class QSpinBox;
 class QTableWidget;
@@ -34,13 +32,10 @@ public:
     // Asks for the PDF file to save; empty when the operator cancels. Replaced in tests.
     static std::function<QString(QWidget *parent)> askPdfPath;
 
-    // Draws the chart into a rectangle of a printer's or PDF writer's painter; the height used.
-    double drawChart(QPainter &painter, const QRectF &room);
-
     QSpinBox *spnHours = nullptr;
     QTableWidget *tblTypes = nullptr;
     QTableWidget *tblCities = nullptr;
-    QChartView *chtCalls = nullptr;
+    CallsChartView *chtCalls = nullptr;
     QLabel *lblPeriod = nullptr;
     QPushButton *cmdPrint = nullptr;
     QPushButton *cmdSavePdf = nullptr;
@@ -48,11 +43,9 @@ public:
 
 private:
     void showCounts();
-    void showChart();
     void printSummary();
     void savePdf();
 
     SituationSummary m_summary;
-    QChart *m_chart = nullptr;
     QTimer *m_clock = nullptr;
 };

@@ -1,4 +1,6 @@
 #include "sheet/SummarySheet.h"
+
+#include "sheet/CallsChart.h"
 #include "sheet/SheetPdf.h"
 
 #include "support/CommonConst.h"
@@ -40,7 +42,7 @@ void drawRow(QPainter &painter, const QRectF &line, const QStringList &cells, do
 
 } // namespace
 
-int print(QPagedPaintDevice *device, const SituationSummary::Counts &counts, const DrawChart &chart, RunError *error)
+int print(QPagedPaintDevice *device, const SituationSummary::Counts &counts, RunError *error)
 {
     QPainter painter;
     if (!painter.begin(device)) {
@@ -94,9 +96,10 @@ int print(QPagedPaintDevice *device, const SituationSummary::Counts &counts, con
     y += line;
 
     const double chartHeight = std::min(page.height() * 0.4, bottom - y - line * 3);
-    if (chart && chartHeight > 0) {
+    if (chartHeight > 0) {
         painter.save();
-        const double used = chart(painter, QRectF(0, y, page.width(), chartHeight));
+        painter.setFont(font(8));
+        const double used = CallsChart::draw(painter, QRectF(0, y, page.width(), chartHeight), counts);
         painter.restore();
         painter.setPen(QPen(Qt::black, 0));
         y += used + line;
@@ -117,10 +120,10 @@ int print(QPagedPaintDevice *device, const SituationSummary::Counts &counts, con
     return pages;
 }
 
-QByteArray pdf(const SituationSummary::Counts &counts, const DrawChart &chart, const QPageLayout &layout, RunError *error)
+QByteArray pdf(const SituationSummary::Counts &counts, const QPageLayout &layout, RunError *error)
 {
     return SheetPdf::make(QStringLiteral("Summary"), layout,
-                          [&](QPagedPaintDevice *device, RunError *e) { return print(device, counts, chart, e); }, error);
+                          [&](QPagedPaintDevice *device, RunError *e) { return print(device, counts, e); }, error);
 }
 
 } // namespace SummarySheet

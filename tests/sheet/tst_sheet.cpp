@@ -6,6 +6,7 @@
 #include "common/ProgramHome.h"
 #include "common/SampleReport.h"
 #include "link/MessageText.h"
+#include "sheet/CallsChart.h"
 #include "sheet/CommLogSheet.h"
 #include "sheet/PageSetup.h"
 #include "sheet/ReportSheet.h"
@@ -103,6 +104,31 @@ private slots:
         QVERIFY(pages.last().contains("SPF-219"));
     }
 
+    // The calls axis counts in whole numbers: a line per call up to ten, then steps of 1, 2 or 5
+    // times a power of ten, and its top is never below the busiest hour.
+    void callsChartScale_data()
+    {
+        QTest::addColumn<int>("most");
+        QTest::addColumn<int>("top");
+        QTest::addColumn<int>("step");
+        QTest::newRow("no calls") << 0 << 1 << 1;
+        QTest::newRow("ten") << 10 << 10 << 1;
+        QTest::newRow("eleven") << 11 << 12 << 2;
+        QTest::newRow("ninety-five") << 95 << 100 << 10;
+        QTest::newRow("1234") << 1234 << 1400 << 200;
+    }
+    void callsChartScale()
+    {
+        QFETCH(int, most);
+        QFETCH(int, top);
+        QFETCH(int, step);
+        SituationSummary::Counts counts;
+        counts.perHour = {{0, most, 1, 0}, {0, 0, 0, 0}};
+        const CallsChart::Scale scale = CallsChart::scaleFor(counts);
+        QCOMPARE(scale.top, top);
+        QCOMPARE(scale.step, step);
+    }
+
 private:
     // The sheets as a PDF file; returns its path.
     QString render(const QList<SheetReport> &reports, const QPageLayout &layout = PageSetup::fallback())
@@ -115,6 +141,7 @@ private:
     }
     QTemporaryDir m_out;
     int m_files = 0;
+
 };
 
 QTEST_MAIN(TestSheet)
