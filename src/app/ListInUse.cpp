@@ -52,9 +52,13 @@ QString ListInUse::statusText() const
 
 void ListInUse::showSelected()
 {
-    const QModelIndex current = m_view->currentIndex();
-    const bool selected = current.isValid() && m_view->selectionModel()->isRowSelected(current.row(), current.parent());
-    const QString text = selected ? current.siblingAtColumn(0).data(Qt::AccessibleDescriptionRole).toString() : QString();
+    // The current row when it is selected, else the first row selected.
+    QModelIndex row = m_view->currentIndex();
+    if (!row.isValid() || !m_view->selectionModel()->isRowSelected(row.row(), row.parent())) {
+        const QModelIndexList selected = m_view->selectionModel()->selectedRows();
+        row = selected.isEmpty() ? QModelIndex() : selected.first();
+    }
+    const QString text = row.isValid() ? row.siblingAtColumn(0).data(Qt::AccessibleDescriptionRole).toString() : QString();
     if (m_panel->text() != text)
         m_panel->setText(text);
 }
