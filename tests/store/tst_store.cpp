@@ -968,26 +968,6 @@ private slots:
         child.waitForFinished();
     }
 
-    // This program's own mark: written where others look, never counted against itself, gone
-    // with unmark; its first time is kept when it is refreshed.
-    void inUseMarkOfThisProgram()
-    {
-        const QString folder = m_dir->path() + "/msg.d";
-        QVERIFY(QDir().mkpath(folder));
-        InUseMarks mine(folder), look(folder);
-        QVERIFY(mine.mark("R1"));
-        const QStringList files = QDir(folder + "/.inuse").entryList(QDir::Files);
-        QCOMPARE(files.size(), 1);
-        const QByteArray first = readFile(folder + "/.inuse/" + files[0]);
-        QVERIFY(first.startsWith(Position::current().toLine() + "\n"));
-        QVERIFY(look.look().isEmpty());
-        QTest::qWait(5);
-        QVERIFY(mine.refresh());
-        QCOMPARE(readFile(folder + "/.inuse/" + files[0]), first);
-        mine.unmark("R1");
-        QVERIFY(QDir(folder + "/.inuse").entryList(QDir::Files).isEmpty());
-    }
-
 private:
     QString stationPath() const { return m_dir->path() + "/Zelvatcts.ini"; }
     QString globalPath() const { return m_dir->path() + "/Tarnell.glo"; }
