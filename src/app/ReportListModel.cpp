@@ -2,6 +2,8 @@
 
 #include "support/CommonConst.h"
 
+#include <QApplication>
+#include <QStyle>
 #include <QTreeView>
 
 #include <algorithm>
@@ -199,6 +201,21 @@ void ReportListModel::setFont(const QFont &font)
         emit dataChanged(index(0, 0), index(int(m_rows.size()) - 1, ReportList::ColumnCount - 1), {Qt::FontRole});
 }
 
+void ReportListModel::setInUse(const QString &name, const QString &text)
+{
+    if (m_inUse.value(name) == text)
+        return;
+    if (text.isEmpty())
+        m_inUse.remove(name);
+    else
+        m_inUse.insert(name, text);
+    const int slot = m_catalog->slotOf(name + QStringLiteral(".911"));
+    const int row = slot < 0 ? -1 : rowOfSlot(slot);
+    if (row >= 0)
+        emit dataChanged(index(row, 0), index(row, ReportList::ColumnCount - 1),
+                         {Qt::DecorationRole, Qt::AccessibleDescriptionRole, Qt::ToolTipRole});
+}
+
 bool ReportListModel::lessThan(int leftRow, int rightRow, int column) const
 {
     const Row &a = m_rows[leftRow], &b = m_rows[rightRow];
@@ -259,8 +276,20 @@ QVariant ReportListModel::data(const QModelIndex &index, int role) const
     const int slot = m_rows[index.row()].slot;
     switch (role) {
     case Qt::DisplayRole:
-    case Qt::ToolTipRole:
         return m_catalog->cell(slot, index.column());
+    case Qt::ToolTipRole:
+    case Qt::AccessibleDescriptionRole:
+    case Qt::DecorationRole: {
+        const QString inUse = m_inUse.isEmpty() ? QString() : m_inUse.value(m_catalog->name(slot));
+        if (role == Qt::ToolTipRole)
+            return inUse.isEmpty() ? m_catalog->cell(slot, index.column()) : m_catalog->cell(slot, index.column()) + QLatin1Char('\n') + inUse;
+        if (inUse.isEmpty())
+            return {};
+        if (role == Qt::AccessibleDescriptionRole)
+            return inUse;
+        static const QIcon icon = QApplication::style()->standardIcon(QStyle::SP_MessageBoxInformation);
+        return index.column() == 0 ? QVariant(icon) : QVariant();
+    }
     case Qt::FontRole:
         return m_font;
     case SortRole:

@@ -5,6 +5,7 @@
 
 #include <QAbstractTableModel>
 #include <QFont>
+#include <QHash>
 #include <QSortFilterProxyModel>
 
 class QTreeView;
@@ -48,6 +49,11 @@ public:
     int rowOfSlot(int slot) const;
     void removeRow(int row);
     void setFont(const QFont &font);
+    // A report open in a form at another position: its row shows an icon, and its accessible
+    // description (and tooltip) says who has it; an empty `text` takes the mark off. Only that
+    // row is announced as changed.
+    void setInUse(const QString &name, const QString &text);
+    QString inUseText(const QString &name) const { return m_inUse.value(name); }
 
     // The order of two rows in a column, as ReportList::sortKey orders them.
     bool lessThan(int leftRow, int rightRow, int column) const;
@@ -79,6 +85,7 @@ private:
     QList<Row> m_rows;
     int m_folder = -1;
     QFont m_font;
+    QHash<QString, QString> m_inUse; // report name -> who has it open
     int m_rankColumn = -1;
     quint64 m_seen = 0;        // the catalog's change count at the last sync
     bool m_lostTrack = true;   // rows were removed by hand: only a look at every slot can tell

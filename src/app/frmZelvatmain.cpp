@@ -1,5 +1,6 @@
 #include "app/frmZelvatmain.h"
 
+#include "app/ListInUse.h"
 #include "app/MainPlacement.h"
 #include "app/OutboxControl.h"
 #include "app/RecoveryOffer.h"
@@ -59,6 +60,7 @@ frmZelvatmain::frmZelvatmain(const QString &programFolder, QWidget *parent)
     m_outbox = new OutboxControl(this, this, cmdDelete);
     startReportForm = m_outbox->guardOpening(startReportForm);
     m_recoveryOffer = new RecoveryOffer(this, this);
+    m_inUse = new ListInUse(m_catalog->messageFolder(), m_model, LV, statusBar(), this);
     askRestore = [this](const QString &question) { return RecoveryOffer::askInBox(this, question); };
     // What the catalog takes in by itself the list shows; the late first look is also told.
     m_updates = new CatalogUpdates(m_catalog.get(), this);
@@ -115,6 +117,7 @@ void frmZelvatmain::Form_Load()
     // starts to count the Ready reports.
     m_recoveryOffer->offerNext();
     m_outbox->start();
+    m_inUse->start();
 }
 
 void frmZelvatmain::Form_Unload()

@@ -24,6 +24,7 @@ class QTimer;
 class QTreeView;
 class CatalogUpdates;
 class ClosedReportsMenu;
+class ListInUse;
 class OutboxControl;
 class RecoveryOffer;
 class ReportFolderWatch;
@@ -59,6 +60,8 @@ public:
     RecoveryQuestion restoreQuestion() const override { return askRestore; }
     // The outbox: Send Ready Reports, the automatic resend and its status panel.
     OutboxControl *outbox() const { return m_outbox; }
+    // The reports open in a form at another position, as the list shows them.
+    ListInUse *inUse() const { return m_inUse; }
 
     // Refills the list for the current folder. Public: the report form calls it.
     void BuildNewMsgList() override;
@@ -168,6 +171,7 @@ private:
     ServerSession *m_linkSession = nullptr;
     OutboxControl *m_outbox = nullptr;
     RecoveryOffer *m_recoveryOffer = nullptr;
+    ListInUse *m_inUse = nullptr;
     QPointer<frmSummary> m_summary; // follows the catalog as the list does
     ClosedReportsMenu *m_closedReports = nullptr;
     std::array<qint32, 8> m_columnWidths {};

@@ -2,6 +2,7 @@
 
 #include "link/ServerSession.h"
 #include "settings/ZelvatIni.h"
+#include "store/InUseMarks.h"
 #include "store/SaveStamps.h"
 #include "store/ZelvatMsg.h"
 #include "support/CommonConst.h"
@@ -120,6 +121,11 @@ Outbox::Try Outbox::sendOne(const QString &name, ServerSession &session, const H
     }
     if (record.AST() != Zelvat::StateReady) // another program has dealt with it since the list was made
         return result(Result::PassedBy, QStringLiteral("skipped: it is %1 now").arg(Zelvat::stateName(record.AST())));
+    // Open in a report form at another position: its operator may be changing it. It stays Ready.
+    if (m_marks) {
+        if (const auto mark = m_marks->isOpenElsewhere(name))
+            return result(Result::InUse, QStringLiteral("still Ready: ") + InUseMarks::describeReport(*mark));
+    }
 
     QStringList missing;
     const QString eid = record.EID();
@@ -155,6 +161,7 @@ Outbox::Run Outbox::sendReady(ServerSession &session, const Hooks &hooks)
         }
     } running;
     Run run;
+    m_marks = std::make_shared<InUseMarks>(ZelvatMsg(m_folder).messageFolder());
     const QStringList ready = hooks.reports ? *hooks.reports : readyReports();
     run.count = int(ready.size());
     for (int i = 0; i < run.count; ++i) {
@@ -177,6 +184,7 @@ Outbox::Run Outbox::sendReady(ServerSession &session, const Hooks &hooks)
         case Result::SentNotMarked: ++run.sent; break;
         case Result::PassedBy: ++run.passedBy; break;
         case Result::NeedsOperator: ++run.needsOperator; break;
+        case Result::InUse: ++run.inUse; break;
         case Result::Cancelled: run.cancelled = true; [[fallthrough]];
         case Result::NotSent:
             run.linkFailed = true;

@@ -8,8 +8,10 @@
 #include <QString>
 #include <QStringList>
 #include <functional>
+#include <memory>
 #include <optional>
 
+class InUseMarks;
 class ServerSession;
 class ZelvatIni;
 class ZelvatMsg;
@@ -34,6 +36,7 @@ public:
         NeedsOperator, // required fields missing, or it cannot be read or saved: it stays Ready
         PassedBy,      // open in the report form, sent or being sent by another program, no
                        // longer Ready: left alone
+        InUse,         // open in a report form at another position: it stays Ready, tried later
     };
     struct Try {
         QString name;
@@ -59,6 +62,7 @@ public:
         int sent = 0;        // sent (and marked Submitted, or not)
         int passedBy = 0;    // left alone
         int needsOperator = 0;
+        int inUse = 0;       // open in a report form at another position: still Ready
         bool linkFailed = false; // a report was not taken, or the session was cancelled
         bool cancelled = false;
         bool madeWay = false; // ended early for the report form (makeWay)
@@ -90,6 +94,7 @@ private:
 
     QString m_folder;
     ZelvatIni &m_station;
+    std::shared_ptr<InUseMarks> m_marks; // who has a report open, for the run going on
 };
 
 // When the outbox tries again by itself: the first interval after reports were left Ready;

@@ -1,5 +1,6 @@
 #include "report_form/frmZelvatcts.h"
 
+#include "report_form/FormInUse.h"
 #include "report_form/FormKeys.h"
 #include "report_form/RepeatCallerStrip.h"
 #include "ui/Captions.h"
@@ -109,6 +110,7 @@ frmZelvatcts::frmZelvatcts(const ReportFormContext &context, QWidget *parent)
     WindowAccessibility::presentAsWindow("frmZelvatcts");
     buildControls();
     m_session = new ServerSession(context.station, this);
+    m_inUse = new FormInUse(m_record.messageFolder(), this);
     connect(m_session, &ServerSession::status, this, &frmZelvatcts::setStatus);
 
     // The contact request is hidden until LAW is chosen.
@@ -143,8 +145,14 @@ frmZelvatcts::~frmZelvatcts() = default;
 void frmZelvatcts::StartForm(const QString &eventRecord)
 {
     show();
+    FormInUse::Choice use = FormInUse::Choice::Edit;
     if (eventRecord != QLatin1String("NEW")) {
         setWindowTitle(QStringLiteral("Zelvat - Report form"));
+        use = m_inUse->opening(this, eventRecord);
+        if (use == FormInUse::Choice::Cancel) {
+            close();
+            return;
+        }
         m_record.Clear();
         if (m_record.Load(eventRecord)) {
             m_state = m_record.AST();
@@ -178,6 +186,8 @@ void frmZelvatcts::StartForm(const QString &eventRecord)
     }
     SetButtonsForState(m_state);
     ShowStateCaption(m_state);
+    if (eventRecord != QLatin1String("NEW"))
+        m_inUse->settle(this, eventRecord, use);
     armRecovery();
 }
 
@@ -380,6 +390,7 @@ void frmZelvatcts::closeEvent(QCloseEvent *event)
     }
     m_closing = true;
     tmrClock->stop();
+    m_inUse->release();
     settleRecovery(m_dropInput || event->spontaneous());
     QWidget::closeEvent(event);
 }

@@ -19,6 +19,7 @@ class QRadioButton;
 class QStatusBar;
 class QTabWidget;
 class QTimer;
+class FormInUse;
 class FormRecoveryKeeper;
 class RepeatCallerStrip;
 class ReportCatalog;
@@ -120,6 +121,8 @@ public:
     FormRecovery::Input captureInput() const;
     QString recoveryName() const;
     void keepInputNow();
+    // Who else has the report open, and this form's mark of it (FormInUse).
+    FormInUse *inUse() const { return m_inUse; }
 
 signals:
     // The record was written to disk (after Save, Update, Delete, and both saves of a submission).
@@ -175,6 +178,7 @@ private:
     ServerSession *m_session = nullptr;
     FormLayout m_layout;
     FormRecoveryKeeper *m_recovery = nullptr;
+    FormInUse *m_inUse = nullptr;
     bool m_dropInput = false; // Close or Escape: the operator gives the unsaved input up
 
 public:

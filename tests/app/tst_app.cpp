@@ -16,6 +16,7 @@
 #include "common/SampleReport.h"
 #include "common/WindowHome.h"
 #include "dialogs/frmSummary.h"
+#include "report_form/FormInUse.h"
 #include "report_form/frmZelvatcts.h"
 #include "sheet/CallsChart.h"
 #include "sheet/PageSetup.h"
@@ -335,6 +336,59 @@ private slots:
             QVERIFY(w->summaryWindow() && w->summaryWindow()->isVisible() && w->summaryWindow()->windowTitle() == "Summary");
         else
             QVERIFY(readFile(home.reportPath(first)).contains("AST=8"));
+    }
+
+    // A report open in a form at another position: its row shows it within 5 s (icon, accessible
+    // description, the status bar when selected) and loses it when the mark goes; opening it asks
+    // first, and a form that edits it marks it for the others until it closes.
+    void reportOpenElsewhere_data()
+    {
+        QTest::addColumn<int>("choice");
+        QTest::newRow("read-only") << int(FormInUse::Choice::ReadOnly);
+        QTest::newRow("edit anyway") << int(FormInUse::Choice::Edit);
+        QTest::newRow("cancel") << int(FormInUse::Choice::Cancel);
+    }
+
+    void reportOpenElsewhere()
+    {
+        QFETCH(int, choice);
+        WindowHome home;
+        auto w = start(home, {0});
+        const QString name = listColumn(*w, ReportList::Idx)[0], marks = home.path() + "/msg.d/.inuse";
+        QVERIFY(QDir().mkpath(marks));
+        const QString mark = marks + "/" + name + "@77@far.example.mark";
+        writeFile(mark, "Pat Smith\t1234\tNRT\tfar.example\t77\n2024-05-01T14:02:00.000Z\n");
+        const QString said = "Open at NRT (Pat Smith, 1234) since "
+                             + QDateTime(QDate(2024, 5, 1), QTime(14, 2), Qt::UTC).toLocalTime().toString("HH:mm");
+        const QModelIndex row = w->listRows()->index(0, 0), other = w->listRows()->index(1, 0);
+        QTRY_COMPARE_WITH_TIMEOUT(row.data(Qt::AccessibleDescriptionRole).toString(), said, 5000);
+        QVERIFY(!row.data(Qt::DecorationRole).isNull());
+        QVERIFY(other.data(Qt::AccessibleDescriptionRole).isNull());
+        QCOMPARE(w->findChild<QLabel *>("sbrStatus_InUse")->text(), said);
+
+        QString asked;
+        FormInUse::ask() = [&](QWidget *, const QString &text) {
+            asked = text;
+            return FormInUse::Choice(choice);
+        };
+        frmZelvatcts *form = home.openForm(name);
+        FormInUse::ask() = {};
+        QVERIFY2(asked.contains(said), qPrintable(asked));
+        const QStringList ours = QDir(marks).entryList({name + "@" + QString::number(QCoreApplication::applicationPid()) + "@*"});
+        QCOMPARE(ours.size(), int(choice == int(FormInUse::Choice::Edit)));
+        if (choice == int(FormInUse::Choice::Cancel)) {
+            QTRY_VERIFY(!frmZelvatcts::current());
+        } else {
+            const bool readOnly = choice == int(FormInUse::Choice::ReadOnly);
+            QCOMPARE(static_cast<QLineEdit *>(form->txtHeader[1])->isReadOnly(), readOnly);
+            QCOMPARE(form->cmdSave->isVisible(), !readOnly);
+            QCOMPARE(form->cmdDelete->isVisible() && form->cmdDelete->isEnabled(), !readOnly);
+            form->cmdClose_Click();
+            QVERIFY(QDir(marks).entryList({name + "@" + QString::number(QCoreApplication::applicationPid()) + "@*"}).isEmpty());
+        }
+        QFile::remove(mark);
+        QTRY_VERIFY_WITH_TIMEOUT(row.data(Qt::AccessibleDescriptionRole).isNull(), 5000);
+        QCOMPARE(w->findChild<QLabel *>("sbrStatus_InUse")->text(), QString());
     }
 
     void reportsOfOtherProgramsAppear_data()

@@ -53,6 +53,32 @@ private slots:
         QCOMPARE(run({"list", "all"}).out, QByteArray("Items: 0\n"));
     }
 
+    // A report open in a report form at another position: listed by in-use, refused by submit
+    // (naming the position), left Ready by resend, which sends the others.
+    void openElsewhere()
+    {
+        QProcess sim;
+        useServer(sim, "normal", path("outbox"));
+        writeLgov("R1");
+        writeLgov("R2");
+        QVERIFY(QDir().mkpath(path("msg.d/.inuse")));
+        writeFile(path("msg.d/.inuse/R1@77@far.example.mark"),
+                  "Pat Smith\t1234\tNRT\tfar.example\t77\n2024-05-01T14:02:00.000Z\n");
+        const QString since = QDateTime(QDate(2024, 5, 1), QTime(14, 2), Qt::UTC).toLocalTime().toString("yyyy-MM-dd hh:mm:ss");
+        QCOMPARE(run({"in-use"}).out, "R1\tNRT\tPat Smith\t1234\t" + since.toLatin1() + "\n");
+        const Result submitted = run({"submit", "R1"});
+        QCOMPARE(submitted.code, 1);
+        QVERIFY2(submitted.err.startsWith("R1 is open at NRT (Pat Smith, 1234) since " + since.mid(11, 5).toLatin1() + "; it was not sent"),
+                 submitted.err.constData());
+        const Result resent = run({"resend"});
+        QCOMPARE(resent.code, 1);
+        QVERIFY2(resent.out.contains("R1\tstill Ready: R1 is open at NRT (Pat Smith, 1234)")
+                     && resent.out.endsWith("resent 1 of 2 Ready reports; 1 still Ready (1 open in a report form elsewhere)\n"),
+                 resent.out.constData());
+        QVERIFY(readFile(path("msg.d/R1.911")).contains("\r\nAST=2\r\n"));
+        stop(sim);
+    }
+
     // The forms closed on purpose, in the rows of "recovered" with the time each closed.
     void recoveredClosed()
     {

@@ -18,6 +18,7 @@
 #include "store/FormPaste.h"
 #include "store/FormRecovery.h"
 #include "store/FormRules.h"
+#include "store/InUseMarks.h"
 #include "store/ProgramFolder.h"
 #include "store/ReportList.h"
 #include "store/SaveStamps.h"
@@ -28,6 +29,7 @@
 
 #include <QDir>
 #include <QLockFile>
+#include <QProcess>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
@@ -901,6 +903,69 @@ private slots:
         QVERIFY(capture.events[0].startsWith("13, Type mismatch"));
         QVERIFY(capture.events[0].endsWith("; TnGlobal:GloRead, FileName = " + globalPath() + ", Step = 3"));
         QVERIFY(capture.notices.isEmpty());
+    }
+
+    // Who has a report open: a mark counts for another position while it is refreshed and its
+    // process runs; one that is no plain mark is passed over at once and named once.
+    void inUseMarks_data()
+    {
+        QTest::addColumn<QString>("kind");
+        QTest::addColumn<bool>("counts");
+        QTest::newRow("another host") << "other" << true;
+        QTest::newRow("live process of this host") << "child" << true;
+        QTest::newRow("this very process") << "self" << false;
+        QTest::newRow("process gone on this host") << "gone" << false;
+        QTest::newRow("not refreshed for 31 s") << "stale" << false;
+        QTest::newRow("symbolic link") << "link" << false;
+        QTest::newRow("named pipe") << "fifo" << false;
+        QTest::newRow("garbage") << "garbage" << false;
+    }
+
+    void inUseMarks()
+    {
+        QFETCH(QString, kind);
+        QFETCH(bool, counts);
+        Capture capture;
+        const QString folder = m_dir->path() + "/msg.d", marks = folder + "/.inuse";
+        QVERIFY(QDir().mkpath(marks));
+        QProcess child;
+        child.start("sleep", {"30"});
+        QVERIFY(child.waitForStarted());
+        qint64 pid = child.processId();
+        QString host = Position::current().host;
+        if (kind == "other")
+            host = "elsewhere.example";
+        else if (kind == "self")
+            pid = Position::current().process;
+        else if (kind == "gone") {
+            child.kill();
+            child.waitForFinished();
+        }
+        const QString file = marks + QString("/R@1@%1@%2.mark").arg(pid).arg(host);
+        const QByteArray line = "Pat Smith\t1234\tNRT\t" + host.toUtf8() + "\t" + QByteArray::number(pid) + "\n2024-05-01T14:02:00.000Z\n";
+        if (kind == "link") {
+            writeFile(m_dir->path() + "/outside", line);
+            QVERIFY(QFile::link(m_dir->path() + "/outside", file));
+        } else if (kind == "fifo") {
+            QCOMPARE(::mkfifo(QFile::encodeName(file).constData(), 0600), 0);
+        } else {
+            writeFile(file, kind == "garbage" ? QByteArray("\x01\x02 not a mark\n") : line);
+        }
+        if (kind == "stale") {
+            QFile f(file);
+            QVERIFY(f.open(QIODevice::ReadWrite) && f.setFileTime(QDateTime::currentDateTime().addSecs(-31), QFileDevice::FileModificationTime));
+        }
+        InUseMarks look(folder);
+        for (int i = 0; i < 2; ++i) { // the second look reads nothing again and names nothing again
+            const auto mark = look.isOpenElsewhere("R@1");
+            QCOMPARE(bool(mark), counts);
+            if (mark)
+                QCOMPARE(InUseMarks::describe(*mark), "Open at NRT (Pat Smith, 1234) since "
+                                                          + QDateTime(QDate(2024, 5, 1), QTime(14, 2), Qt::UTC).toLocalTime().toString("HH:mm"));
+        }
+        QCOMPARE(capture.events.size(), int(kind == "link" || kind == "fifo" || kind == "garbage"));
+        child.kill();
+        child.waitForFinished();
     }
 
 private:

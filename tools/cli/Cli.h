@@ -44,6 +44,8 @@ int nextEventCommand(Cli &cli, const QStringList &args);
 int newCommand(Cli &cli, const QStringList &args);
 int deleteCommand(Cli &cli, const QStringList &args);
 int recoveredCommand(Cli &cli, const QStringList &args);
+// The reports open in a report form at any position.
+int inUseCommand(Cli &cli, const QStringList &args);
 
 // The commands over the message server link.
 int subjectCommand(Cli &cli, const QStringList &args);

@@ -6,6 +6,7 @@
 #include "link/ServerSession.h"
 #include "link/Submission.h"
 #include "settings/ZelvatIni.h"
+#include "store/InUseMarks.h"
 #include "support/DatetimeLib.h"
 #include "store/SaveStamps.h"
 #include "store/ZelvatMsg.h"
@@ -128,6 +129,11 @@ int submitCommand(Cli &cli, const QStringList &args)
     }
     if (const int code = loadReport(cli, names[0]))
         return code;
+    // Open in a report form at another position: its operator may be changing it.
+    if (const auto mark = InUseMarks(cli.store().messageFolder()).isOpenElsewhere(names[0])) {
+        Cli::err(InUseMarks::describeReport(*mark) + QStringLiteral("; it was not sent"));
+        return Cli::Failure;
+    }
     ZelvatLogLib::SetupLog(cli.programFolder(), true);
     ServerSession session(&cli.station());
     QObject::connect(&session, &ServerSession::status, [](const QString &s) { Cli::out(s); });
@@ -175,6 +181,7 @@ int resendCommand(Cli &cli, const QStringList &args)
     const Outbox::Run run = Outbox(cli.programFolder(), cli.station()).sendReady(session, hooks);
     const int left = run.count - run.sent - run.passedBy;
     Cli::out(QStringLiteral("resent %1 of %2 Ready reports; %3 still Ready").arg(run.sent).arg(run.count).arg(left)
+             + (run.inUse ? QStringLiteral(" (%1 open in a report form elsewhere)").arg(run.inUse) : QString())
              + (run.passedBy ? QStringLiteral("; %1 left to another program").arg(run.passedBy) : QString()));
     return left == 0 ? Cli::Success : Cli::Failure;
 }

@@ -27,6 +27,7 @@ const Command kCommands[] = {
     {"new", newCommand},
     {"delete", deleteCommand},
     {"recovered", recoveredCommand},
+    {"in-use", inUseCommand},
     {"subject", subjectCommand},
     {"body", bodyCommand},
     {"envelope", envelopeCommand},
@@ -54,11 +55,15 @@ const char kCommandList[] =
         "  recovered [--closed]                       unsaved report forms kept when a program stopped:\n"
         "                                             name, event ID, issue, time written; --closed:\n"
         "                                             those closed on purpose, with the time closed\n"
+        "  in-use                                     the reports open in a report form at any position:\n"
+        "                                             name, location ID, station name, user ID, since\n"
+        "                                             (yyyy-mm-dd hh:mm:ss), tab-separated\n"
         "  subject NAME [--update]                    the message subject\n"
         "  body NAME [--contact]                      the folded message body, bytes as sent\n"
         "  envelope NAME [--contact] [--update]       the add-on envelope, bytes as sent\n"
         "  submit NAME [--contact] [--update] [--wait SECONDS]\n"
         "                                             submit as the report form does; exit 1 if not sent\n"
+        "                                             (also when it is open in a report form elsewhere)\n"
         "  resend [--wait SECONDS]                    submit every Ready report in turn, each with the\n"
         "                                             contact line and update mark of its first Submit\n"
         "  link-test                                  the preferences dialog's link test\n"
