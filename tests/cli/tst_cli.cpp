@@ -254,6 +254,34 @@ private slots:
         QVERIFY(!QFile::exists(path("a")));
     }
 
+    void reportsNumbered911_data()
+    {
+        QTest::addColumn<QString>("name");
+        for (const char *name : {"SPF26001.911", "SPF26001.9110", "SPF26001.9119"})
+            QTest::newRow(name) << QString(name);
+    }
+
+    void reportsNumbered911()
+    {
+        // The report numbered 911 is listed, shown, sent and deleted as any other; a file named
+        // only ".911" beside it is still left out.
+        QFETCH(QString, name);
+        const QByteArray eid = name.toLatin1();
+        QProcess sim;
+        useServer(sim, "split", path("outbox"));
+        writeLgov(name);
+        writeFile(path("msg.d/.911"), "EID=x\r\nAST=2\r\n");
+        const QByteArray ready = run({"list"}).out;
+        QVERIFY2(ready.startsWith(eid + "\tReady\t" + eid + "\tLGOV\t") && ready.endsWith("\nItems: 1\n"), ready.constData());
+        QVERIFY(run({"show", name}).out.contains("\nEID=" + eid + "\n"));
+        QCOMPARE(run({"submit", name}).code, 0);
+        QVERIFY(run({"list", "submitted"}).out.startsWith(eid + "\tSubmitted\t"));
+        stop(sim);
+        QCOMPARE(run({"delete", name}).out, eid + " marked Deleted\n");
+        QCOMPARE(run({"delete", name}).out, eid + " removed\n");
+        QCOMPARE(QDir(path("msg.d")).entryList(QDir::Files | QDir::Hidden), QStringList{".911"});
+    }
+
     void silentServer()
     {
         // A submit that is not answered stays Ready, whole; a resend interrupted while it waits for
