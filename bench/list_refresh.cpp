@@ -6,11 +6,17 @@
 // of the program with 100,000 reports against the empty program (VmHWM of a child process).
 // Prints, last, refresh_ratio (the full refill against the plain read) for 10,000.
 //
+// With --shared: only the 100,000, on a message folder that other positions share: 20 marks in
+// msg.d/.inuse (one written anew before each refill, as positions with a form open refresh
+// theirs) and 2,000 kept versions in msg.d/.versions (just files); prints, last, the refill after
+// one change.
+//
 // The reports are written, then dated an hour back, as reports written earlier are: the list
 // reads a file again at every refill while its modification time is within a few seconds of now.
 
 #include "app/frmZelvatmain.h"
 #include "common/SampleReport.h"
+#include "store/SharedFolder.h"
 #include "support/SafeFile.h"
 
 #include <QApplication>
@@ -18,6 +24,7 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QFileInfo>
 #include <QLineEdit>
 #include <QProcess>
 #include <QStandardPaths>
@@ -72,6 +79,36 @@ QStringList makeReports(const QString &folder, int count)
     }
     dateBack(paths, 3600);
     return paths;
+}
+
+// What positions keep beside the reports: 20 marks, 2,000 earlier versions of 200 reports.
+bool g_shared = false;
+
+void refreshMark(const QString &folder, int i)
+{
+    RunError error;
+    SafeFile::writeAtomically(SharedFolder::marks(folder + QStringLiteral("/msg.d")) + QStringLiteral("/ABC26320.%1").arg(i % 20, 6, 10, QLatin1Char('0')),
+                              "NRT\tKN1ABC\tEOC\thost\t4242\t" + QByteArray::number(QDateTime::currentSecsSinceEpoch()) + "\n", &error,
+                              SafeFile::Flush::Later);
+}
+
+void addShared(const QString &folder, const QStringList &paths)
+{
+    const QString msg = folder + QStringLiteral("/msg.d");
+    RunError error;
+    SharedFolder::ensure(SharedFolder::marks(msg), &error);
+    SharedFolder::ensure(SharedFolder::versions(msg), &error);
+    for (int i = 0; i < 20; ++i)
+        refreshMark(folder, i);
+    QFile first(paths.first());
+    first.open(QIODevice::ReadOnly);
+    const QByteArray bytes = first.readAll();
+    for (int r = 0; r < 200; ++r) {
+        const QString versions = SharedFolder::versionsOf(msg, QFileInfo(paths[r]).completeBaseName());
+        SharedFolder::ensure(versions, &error);
+        for (int v = 0; v < 10; ++v)
+            SafeFile::writeAtomically(versions + QStringLiteral("/%1.911").arg(v), bytes, &error, SafeFile::Flush::Later);
+    }
 }
 
 double plainRead(const QStringList &paths)
@@ -141,6 +178,8 @@ Figures measure(const QString &folder, const QStringList &paths, int repeats)
         m.setCTY(QStringLiteral("Town %1").arg(r));
         RunError error;
         SafeFile::writeAtomically(paths[i], m.fileContent(QStringLiteral("1.0.0/26320:143207")), &error);
+        if (g_shared)
+            refreshMark(folder, r);
         QElapsedTimer t;
         t.start();
         window->BuildNewMsgList();
@@ -205,6 +244,15 @@ int main(int argc, char *argv[])
 
     QTemporaryDir large;
     const QStringList largePaths = makeReports(large.path(), 100000);
+    if (argc == 2 && QByteArray(argv[1]) == "--shared") {
+        g_shared = true;
+        addShared(large.path(), largePaths);
+        const Figures f = measure(large.path(), largePaths, 3);
+        std::printf("reports=100000 marks=20 versions=2000 nothing_changed_median_ms=%.1f start_to_station_dialog_ms=%.1f "
+                    "without_index_ms=%.1f\n", f.nothingChangedMs, f.startIndexedMs, f.startColdMs);
+        std::printf("one_changed_median_ms=%.1f\n", f.oneChangedMs);
+        return 0;
+    }
     const Figures l = measure(large.path(), largePaths, 3);
     std::printf("reports=100000 refresh_median_ms=%.1f plain_median_ms=%.1f ratio=%.2f\n", l.fullMs, l.plainMs,
                 l.fullMs / l.plainMs);

@@ -228,8 +228,8 @@ void ReportCatalog::drop(int slot)
     logChange(slot);
 }
 
-// A card whose name leads the loader to another file (blanks around it, ".911" inside it) can
-// never be trusted by its own file's identity.
+// A card whose name leads the loader to another file (blanks around it) can never be trusted by
+// its own file's identity.
 bool ReportCatalog::ownFile(const Card &card)
 {
     const QString &name = card.name;

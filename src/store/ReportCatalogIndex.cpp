@@ -153,7 +153,7 @@ bool ReportCatalog::loadIndex()
             return false;
         // Only cards of their own files are kept in an index.
         card.name = card.fileName.chopped(4);
-        if (card.name.contains(QLatin1String(".911")) || !ownFile(card))
+        if (!ownFile(card))
             return false;
         card.live = true;
         card.settled = true;

@@ -11,8 +11,10 @@ bool isReportFile(QStringView fileName)
 
 QString reportName(const QString &fileName)
 {
+    // Only the trailing ".911" is the file type: "XXX26001.911.911" is the report "XXX26001.911".
     QString name = fileName;
-    name.remove(QStringLiteral(".911"));
+    if (isReportFile(name))
+        name.chop(4);
     return name;
 }
 

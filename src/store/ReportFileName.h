@@ -14,7 +14,8 @@ inline constexpr QByteArrayView Extension(".911");
 // True when `fileName` ends in ".911": the folder's entries the list looks at.
 bool isReportFile(QStringView fileName);
 
-// The report name of a file: its name with every ".911" in it taken out.
+// The report name of a file: its name without the trailing ".911"; a ".911" before it is part of
+// the name (the report numbered 911 is "XXX26001.911", its file "XXX26001.911.911").
 QString reportName(const QString &fileName);
 
 // The report name the file list gives the file `fileName` of the folder `messageFolder`, or a

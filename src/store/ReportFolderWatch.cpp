@@ -3,6 +3,7 @@
 #include "store/ReportFileName.h"
 #include "support/FolderNotices.h"
 
+#include <QDateTime>
 #include <QFileSystemWatcher>
 #include <QTimer>
 
@@ -118,14 +119,37 @@ void ReportFolderWatch::startLook()
         return;
     m_looking = true;
     const QString folder = m_folder;
-    m_pool.start([this, folder] {
+    const qint64 now = QDateTime::currentMSecsSinceEpoch();
+    // The folder is listed when its identity cannot tell: at the first look, after one that found
+    // a new identity, and once a whole look is due.
+    const bool listAnyway = !m_lookedAtSettled || now - m_wholeLookMs >= m_fullLookMs || now < m_wholeLookMs;
+    const SafeFile::FolderIdentity last = m_lookedAt;
+    m_pool.start([this, folder, listAnyway, last] {
+        const SafeFile::FolderIdentity identity = SafeFile::folderIdentity(folder);
+        if (!listAnyway && identity == last) {
+            QMetaObject::invokeMethod(this, [this, identity] { lookDone(identity, nullptr); }, Qt::QueuedConnection);
+            return;
+        }
+        // The identity is taken before the listing: a change made meanwhile moves it after.
         const ReportCatalog::Listing listing = ReportCatalog::listFolder(folder);
         QMetaObject::invokeMethod(
-            this,
-            [this, listing] {
-                m_looking = false;
-                emit looked(listing);
-            },
-            Qt::QueuedConnection);
+            this, [this, identity, listing] { lookDone(identity, &listing); }, Qt::QueuedConnection);
     });
+}
+
+void ReportFolderWatch::lookDone(const SafeFile::FolderIdentity &identity, const ReportCatalog::Listing *listing)
+{
+    m_looking = false;
+    if (!listing) {
+        ++m_skippedLooks;
+        return;
+    }
+    ++m_wholeLooks;
+    m_lookedAt = identity;
+    m_wholeLookMs = listing->startedMs;
+    // Trusted only when the folder was quiet for the settling time before the look began.
+    const qint64 quietSinceNs = (m_wholeLookMs - m_settleMs) * 1000000;
+    m_lookedAtSettled = identity.kind == SafeFile::Kind::Directory && identity.modifiedNs < quietSinceNs
+        && identity.changedNs < quietSinceNs;
+    emit looked(*listing);
 }

@@ -32,9 +32,6 @@ QString badName(const QString &fileName, QString *name)
         return QStringLiteral("its name is only the extension .911");
     if (StringLib::trimBlanks(*name) != *name)
         return QStringLiteral("its name begins or ends with a blank");
-    // The list drops every ".911" from a file name: such a report would show under another name.
-    if (ReportFileName::reportName(fileName) != *name)
-        return QStringLiteral("its name holds .911 more than once");
     if (!ZelvatMsg::isSafeName(*name))
         return QStringLiteral("its name holds characters a report name cannot hold (\"\\\", \"..\" or a control character)");
     return {};

@@ -318,6 +318,24 @@ bool Folder::list(QByteArrayView suffix, Look look, QList<Entry> *entries, RunEr
     return true;
 }
 
+FolderIdentity folderIdentity(const QString &path)
+{
+    FolderIdentity id;
+    struct stat st {};
+    if (::stat(QFile::encodeName(path).constData(), &st) != 0)
+        return id;
+    id.kind = kindOfMode(st.st_mode);
+    id.inode = quint64(st.st_ino);
+#ifdef Q_OS_DARWIN
+    id.modifiedNs = qint64(st.st_mtimespec.tv_sec) * 1000000000 + st.st_mtimespec.tv_nsec;
+    id.changedNs = qint64(st.st_ctimespec.tv_sec) * 1000000000 + st.st_ctimespec.tv_nsec;
+#else
+    id.modifiedNs = qint64(st.st_mtim.tv_sec) * 1000000000 + st.st_mtim.tv_nsec;
+    id.changedNs = qint64(st.st_ctim.tv_sec) * 1000000000 + st.st_ctim.tv_nsec;
+#endif
+    return id;
+}
+
 bool Folder::lookUp(const QString &fileName, Entry *entry) const
 {
     struct stat st {};
@@ -507,6 +525,18 @@ bool Folder::list(QByteArrayView suffix, Look look, QList<Entry> *entries, RunEr
             entries->append(std::move(entry));
     }
     return true;
+}
+
+FolderIdentity folderIdentity(const QString &path)
+{
+    FolderIdentity id;
+    const QFileInfo info(path);
+    if (!info.exists())
+        return id;
+    id.kind = info.isDir() ? Kind::Directory : Kind::Other;
+    id.modifiedNs = info.lastModified().toMSecsSinceEpoch() * 1000000;
+    id.changedNs = info.metadataChangeTime().toMSecsSinceEpoch() * 1000000;
+    return id;
 }
 
 bool Folder::lookUp(const QString &fileName, Entry *entry) const

@@ -32,6 +32,19 @@ struct Entry {
     quint64 inode = 0;     // 0 when not known
 };
 
+// A folder's own identity, looked at without listing it. Every entry made, removed or renamed in
+// the folder moves its modification time (a save ends in a rename, so every save does); a file
+// rewritten in place does not, nor does anything made inside a folder within it. A link standing
+// for the folder is followed, as Folder follows it.
+struct FolderIdentity {
+    Kind kind = Kind::Missing;
+    quint64 inode = 0;     // 0 when not known
+    qint64 modifiedNs = 0; // since the epoch
+    qint64 changedNs = 0;  // the last change of its status (entries, owner, permissions); 0 when not known
+    friend bool operator==(const FolderIdentity &, const FolderIdentity &) = default;
+};
+FolderIdentity folderIdentity(const QString &path);
+
 // A folder whose files are listed and read one after another, as the list and the export read
 // thousands: each file is looked up by its name within the folder, whose path is walked once, and
 // read as readAll reads it. `bytes` keeps its room from one file to the next.

@@ -26,12 +26,12 @@ private slots:
 
     void newListShowNextEventAndDelete()
     {
-        writeFile(path("Zelvatcts.ini"), "[GENERAL OPTIONS]\r\nUid=KN1ABC\r\nLoc=EOC\r\nLid=ABC\r\nEno=7\r\n");
-        const QByteArray eid = "ABC" + today() + ".007";
+        writeFile(path("Zelvatcts.ini"), "[GENERAL OPTIONS]\r\nUid=KN1ABC\r\nLoc=EOC\r\nLid=ABC\r\nEno=911\r\n");
+        const QByteArray eid = "ABC" + today() + ".911"; // its file: ABC26001.911.911, listed as any other
         QCOMPARE(run({"new", "--set", "TYP=MED+LAW", "--set", "ISS=Fall", "--set", "CTY=Springfield", "--set", "DTL=first\\nsecond",
                       "--set", QString::fromUtf8("PDE=tall\nthin \u00e9")}).out, eid + "\n");
         const QByteArray file = readFile(path("msg.d/" + eid + ".911"));
-        for (const QByteArray &line : {QByteArray("MID=ABC-007"), QByteArray("DTL=first\\nsecond"), QByteArray("PDE=tall\\nthin \xE9"),
+        for (const QByteArray &line : {QByteArray("MID=ABC-911"), QByteArray("DTL=first\\nsecond"), QByteArray("PDE=tall\\nthin \xE9"),
                                        "[ADMIN DEFINITION]\r\nUID=KN1ABC\r\nULO=EOC\r\nAST=6\r\nADT=" + QDate::currentDate().toString("yyMMdd").toLatin1()})
             QVERIFY2(file.contains("\r\n" + line + "\r\n"), line.constData());
 
@@ -43,11 +43,11 @@ private slots:
         QVERIFY(QRegularExpression("^\\d\\d/\\d\\d/\\d\\d \\d\\d:\\d\\d$").match(QString(cells.value(7))).hasMatch());
         const QList<QByteArray> fields = run({"show", eid}).out.split('\n');
         QCOMPARE(fields.size(), 30);
-        QCOMPARE(fields.mid(0, 3), (QList<QByteArray>{"TYP=MED+LAW", "EID=" + eid, "MID=ABC-007"}));
+        QCOMPARE(fields.mid(0, 3), (QList<QByteArray>{"TYP=MED+LAW", "EID=" + eid, "MID=ABC-911"}));
         QCOMPARE(fields[15], QByteArray("CON=-1")); // unanswered, as the form saves it
 
-        QCOMPARE(run({"next-event"}).out, "ABC" + today() + ".008\tABC-008\n");
-        QVERIFY(readFile(path("Zelvatcts.ini")).contains("\r\nEno=9\r\n"));
+        QCOMPARE(run({"next-event"}).out, "ABC" + today() + ".912\tABC-912\n");
+        QVERIFY(readFile(path("Zelvatcts.ini")).contains("\r\nEno=913\r\n"));
         QCOMPARE(run({"delete", eid}).out, eid + " marked Deleted\n");
         QCOMPARE(run({"delete", eid}).out, eid + " removed\n");
         QCOMPARE(run({"list", "all"}).out, QByteArray("Items: 0\n"));
@@ -219,7 +219,7 @@ private slots:
         QProcess down;
         useServer(down, {});
         const QByteArray text = newReport({"RPP=555-0100"});
-        QCOMPARE(run({"subject", text, "--update"}).out, "SPF-100 / MED / Springfield -- UPDATE");
+        QCOMPARE(run({"subject", text, "--update"}).out, "SPF-9110 / MED / Springfield -- UPDATE");
         const QByteArray body = run({"body", text, "--contact"}).out;
         QVERIFY(body.startsWith("TYPE=MED\r\n") && body.contains("\r\nCNT=\\#252\r\n") && body.endsWith("\r\nEVNT=" + text));
         QVERIFY(run({"envelope", text}).out.endsWith("</AOMSG><AOURG>TRUE</AOURG><AOTYP>PVT</AOTYP><ENCOD>BASE64</ENCOD>!/ADDON!"));
@@ -250,7 +250,7 @@ private slots:
         const auto unstamped = [](const QByteArray &b) { return QString::fromLatin1(b).replace(QRegularExpression("DATM=\\d{6} \\d{4}"), "DATM="); };
         QCOMPARE(unstamped(readFile(outbox + "/msg00001.txt")), unstamped(envelope));
         QVERIFY(run({"show", eids[0]}).out.contains("\nAST=9\n"));
-        QVERIFY(readFile(path(logName())).contains("SendMessage: Sent message titled: SPF-102 / MED / Springfield"));
+        QVERIFY(readFile(path(logName())).contains("SendMessage: Sent message titled: SPF-9112 / MED / Springfield"));
 
         const Result resent = run({"resend"});
         QCOMPARE(resent.code, 0);
@@ -271,7 +271,7 @@ private slots:
         QCOMPARE(tries, (QStringList{fire + " not sent required fields missing", eids[0] + " not sent refused",
                                      eids[1] + " not sent refused", eids[2] + " not sent refused", eids[0] + " sent ",
                                      eids[1] + " sent ", eids[2] + " sent "}));
-        QVERIFY(rows[5][3] == "SPF-102 / MED / Springfield" && rows[5][4].startsWith("127.0.0.1:"));
+        QVERIFY(rows[5][3] == "SPF-9112 / MED / Springfield" && rows[5][4].startsWith("127.0.0.1:"));
         QCOMPARE(rows[5].mid(5), (QStringList{"sent", "", "", "KN1ABC", "EOC"}));
         for (const QStringList &wrong : {QStringList{"commlog", "--csv", "a", "--pdf", "b"}, {"commlog", "--pdf"},
                                          {"commlog", "--from", "2026-11-16", "--csv", "a"}, {"commlog", "--to", "2026-11-16 14:00",
@@ -390,6 +390,7 @@ private:
     }
 
     // A tndirect-sim on a free port, which the station file then names; nothing listens for "".
+    // Event numbers from 9110: the names of the files sent hold ".911" before their type.
     void useServer(QProcess &sim, const QString &mode, const QString &outbox = {})
     {
         QByteArray port = "9"; // the discard port: nobody listens there
@@ -400,7 +401,7 @@ private:
             const QByteArray line = sim.readLine().trimmed(); // "listening on 127.0.0.1:PORT"
             port = line.mid(line.lastIndexOf(':') + 1);
         }
-        writeFile(path("Zelvatcts.ini"), "[GENERAL OPTIONS]\r\nUid=KN1ABC\r\nLoc=EOC\r\nLid=SPF\r\nPrt=" + port + "\r\n");
+        writeFile(path("Zelvatcts.ini"), "[GENERAL OPTIONS]\r\nUid=KN1ABC\r\nLoc=EOC\r\nLid=SPF\r\nEno=9110\r\nPrt=" + port + "\r\n");
     }
     // A Ready report of local government with every field Submit needs.
     void writeLgov(const QString &name)

@@ -18,6 +18,7 @@
 #include "store/ReportImport.h"
 #include "store/ReportList.h"
 #include "store/SaveStamps.h"
+#include "store/SharedFolder.h"
 #include "support/CodePage.h"
 #include "support/CommonConst.h"
 
@@ -402,24 +403,139 @@ private slots:
                  QString("SPF-2 Person Down (11/15 15:00, Ready)"));
     }
 
-    void watchNamesWhatChanged()
+    void reportsNumbered911_data()
     {
+        QTest::addColumn<QString>("fileName");
+        QTest::addColumn<QString>("listed"); // null: left out of the list
+        QTest::newRow("event number 911") << "ABC26001.911.911" << "ABC26001.911";
+        QTest::newRow("event number 9110") << "ABC26001.9110.911" << "ABC26001.9110";
+        QTest::newRow("event number 9119") << "ABC26001.9119.911" << "ABC26001.9119";
+        QTest::newRow("only the extension") << ".911" << QString();
+        QTest::newRow("blanks and the extension") << "  .911" << QString();
+    }
+
+    void reportsNumbered911()
+    {
+        // Only the trailing ".911" is the file's type: the list, the catalog, its index and the
+        // export (which leaves out what cannot be read) show the report under the rest of the name.
+        QFETCH(QString, fileName);
+        QFETCH(QString, listed);
         ProgramHome home;
-        ReportFolderWatch watch(home.path() + "/msg.d");
-        if (!watch.noticesDelivered())
+        Capture capture;
+        const QString other = SampleReport::save(home.path(), {}, 1), file = home.path() + "/msg.d/" + fileName;
+        writeFile(file, SampleReport::make(".", 2).fileContent("1.0.0/26320:140500").replace("EID=ABC26320.000002", "EID=" + listed.toLatin1()));
+        age(file, 2);
+        age(home.reportPath(other), 1);
+        const QStringList names = listed.isNull() ? QStringList{other} : QStringList{listed, other};
+        ZelvatMsg reader(home.path());
+        QStringList found = reader.fileNames(), exported;
+        for (const QStringList &r : rowsOf(ReportCsv::fromFolder(reader, 0).bytes).mid(1))
+            exported << r[0];
+        found.sort();
+        exported.sort();
+        QCOMPARE(found + exported, names + names);
+        QCOMPARE(capture.events.contains("Tn911:BuildFileList, detected, excluded an extent-only '.911' file"), listed.isNull());
+        RunError error;
+        ReportCatalog catalog(home.path()), again(home.path());
+        catalog.refresh();
+        QCOMPARE(catalog.slotOf(fileName) >= 0 ? catalog.name(catalog.slotOf(fileName)) : QString(), listed);
+        QVERIFY(catalog.saveIndex(&error) && again.loadIndex()); // the index takes the name back as kept
+        again.refresh();
+        QCOMPARE(again.filesRead(), 0);
+        QCOMPARE(held(again), fullRead(home.path()));
+    }
+
+    void lookCostsWhatChanged_data()
+    {
+        QTest::addColumn<QString>("change");
+        QTest::addColumn<bool>("notices");
+        QTest::addColumn<bool>("listed"); // the look lists the folder; with notices: the watch names a report
+        for (bool notices : {false, true}) {
+            const QString how = notices ? " (notices)" : " (look)";
+            QTest::newRow(qPrintable("nothing" + how)) << "" << notices << false;
+            QTest::newRow(qPrintable("a mark refreshed" + how)) << ".inuse/ABC26320.000001" << notices << false;
+            QTest::newRow(qPrintable("a version kept" + how)) << ".versions/ABC26320.000001/1.911" << notices << false;
+            QTest::newRow(qPrintable("a writer's note" + how)) << ".writers/ABC26320.000001.911" << notices << false;
+            QTest::newRow(qPrintable("a report saved" + how)) << "save" << notices << true;
+            QTest::newRow(qPrintable("a report removed" + how)) << "remove" << notices << true;
+        }
+        QTest::newRow("nothing, but the folder was new at the last look") << "recent" << false << true;
+        QTest::newRow("written in place: only the whole look finds it") << "in place" << false << false;
+        QTest::newRow("written in place, a whole look due") << "in place, due" << false << true;
+    }
+
+    void lookCostsWhatChanged()
+    {
+        // Notices name the report changed. Where they fail, the periodic look lists the folder only
+        // when its own identity moved (every save renames inside it), and every full-look interval
+        // regardless. What positions write in their own folders there moves nothing, and never
+        // becomes a card.
+        QFETCH(QString, change);
+        QFETCH(bool, notices);
+        QFETCH(bool, listed);
+        ProgramHome home;
+        const QString msg = home.path() + "/msg.d";
+        QStringList names;
+        for (int i = 0; i < 3; ++i) {
+            names << SampleReport::save(home.path(), {}, i);
+            age(home.reportPath(names.last()), i);
+        }
+        for (const QString &shared : {SharedFolder::marks(msg), SharedFolder::versions(msg), SharedFolder::writers(msg)}) {
+            QDir().mkpath(shared);
+            writeFile(shared + "/" + names[0] + ".911", "AST=2\r\n");
+        }
+        ReportCatalog catalog(home.path());
+        ReportFolderWatch watch(msg);
+        watch.ignoreNotices(!notices);
+        if (notices && !watch.noticesDelivered())
             QSKIP("this file system delivers no change notices");
+        watch.setSettleMs(change == "recent" ? 60000 : 0);
+        watch.setFullLookInterval(change == "in place, due" ? 300 : 600000);
+        QObject::connect(&watch, &ReportFolderWatch::looked, [&](const ReportCatalog::Listing &l) { catalog.apply(l); });
+        const auto look = [&] {
+            const int before = watch.wholeLooks() + watch.skippedLooks();
+            QTest::qWait(20); // a moment past the folder's last change
+            watch.look();
+            QTRY_VERIFY(watch.wholeLooks() + watch.skippedLooks() > before);
+        };
+        look();
+        QCOMPARE(watch.wholeLooks(), 1);
+        QCOMPARE(catalog.liveCount(), 3);
         bool everything = false;
         watch.takeChanges(&everything);
         QVERIFY(everything); // at first only a whole look can tell
-        QSignalSpy changed(&watch, &ReportFolderWatch::changed);
-        const QString name = SampleReport::save(home.path());
-        QVERIFY(changed.wait(2000));
-        QCOMPARE(watch.takeChanges(&everything), QStringList{name + ".911"});
-        QVERIFY(!everything);
-        // Where notices do not count, every look is a whole one (how soon it comes is tst_app's).
-        watch.ignoreNotices(true);
+        QSignalSpy noticed(&watch, &ReportFolderWatch::changed);
+
+        const QString file = home.reportPath(names[1]);
+        if (change.startsWith('.') && QDir(msg).mkpath(QFileInfo(change).path()))
+            writeFile(msg + "/" + change, "NRT\n");
+        else if (change == "save")
+            SampleReport::save(home.path(), {"CTY=Saved"}, 1);
+        else if (change == "remove")
+            QVERIFY(QFile::remove(file));
+        else if (change.startsWith("in place")) {
+            QFile f(file); // the same size, the folder left as it was
+            QVERIFY(f.open(QIODevice::ReadWrite));
+            f.seek(readFile(file).indexOf("CTY=") + 4);
+            f.write("X");
+        }
+        if (change == "in place, due")
+            QTest::qWait(300);
+        if (notices) {
+            QTest::qWait(2 * ReportFolderWatch::SettleNoticesMs);
+            QCOMPARE(noticed.size(), listed ? 1 : 0);
+            QCOMPARE(watch.takeChanges(&everything), listed ? QStringList{names[1] + ".911"} : QStringList{});
+            QVERIFY(!everything);
+            return;
+        }
+        look();
+        QCOMPARE(watch.wholeLooks(), listed ? 2 : 1);
         watch.takeChanges(&everything);
-        QVERIFY(everything);
+        QVERIFY(everything); // where notices do not count, whoever asks looks at the whole folder
+        if (change == "in place") // seen at the next whole look, not before
+            QCOMPARE(catalog.field(catalog.slotOf(names[1] + ".911"), ReportCatalog::City), QString("Riverside"));
+        else
+            QCOMPARE(held(catalog), fullRead(home.path()));
     }
 
     void csvGivesEveryFieldExactly_data()
@@ -518,7 +634,7 @@ private slots:
         QTest::newRow("no event number") << "notes.911" << QByteArray("CTY=Town\r\n") << "file" << no << "no event number";
         QTest::newRow("not .911") << "ABC.txt" << good << "file" << no << "does not end in .911";
         QTest::newRow("extension only") << ".911" << good << "file" << no << "only the extension";
-        QTest::newRow(".911 twice") << "x.911.911" << good << "file" << no << "more than once";
+        QTest::newRow("event number 911") << "ABC26001.911.911" << good << "file" << in << "";
         QTest::newRow("blank at the end") << "ABC .911" << good << "file" << no << "blank";
         QTest::newRow("backslash") << "a\\b.911" << good << "file" << no << "cannot hold";
         QTest::newRow("named pipe") << "pipe.911" << QByteArray() << "fifo" << no << "named pipe";

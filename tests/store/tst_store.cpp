@@ -355,7 +355,7 @@ private slots:
         QVERIFY(!list.endsWith('\n'));
         QStringList names = list.split("\r\n");
         names.sort();
-        QCOMPARE(names, (QStringList{"A", "B", "x"}));
+        QCOMPARE(names, (QStringList{"A", "B", "x.911"})); // only the trailing ".911" is the file's type
         QCOMPARE(capture.events, QStringList{"Tn911:BuildFileList, detected, excluded an extent-only '.911' file"});
         QVERIFY(m.Exists(" A ") && !m.Exists("a") && !m.Exists("C"));
         QVERIFY(!m.IsReadOnly("A") && !m.IsReadOnly("missing"));
