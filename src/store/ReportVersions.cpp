@@ -312,7 +312,10 @@ QList<ReportVersions::Version> ReportVersions::list(const QString &name) const
 
 bool ReportVersions::read(const QString &name, const QString &token, QByteArray *bytes, RunError *error) const
 {
-    const QString folder = folderOf(name, false, error);
+    RunError why;
+    const QString folder = folderOf(name, false, &why);
+    if (folder.isEmpty() && why.number != 0)
+        return ErrorOut::set(error, why);
     if (folder.isEmpty() || !isToken(token) || !listFolder(folder).tokens.contains(token))
         return ErrorOut::set(error, ErrorOut::told(RunError::FileNotFound,
                                                    QStringLiteral("%1 is no kept version of the report %2").arg(token, name)));

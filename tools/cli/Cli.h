@@ -45,6 +45,10 @@ int newCommand(Cli &cli, const QStringList &args);
 int deleteCommand(Cli &cli, const QStringList &args);
 int recoveredCommand(Cli &cli, const QStringList &args);
 
+// The kept earlier versions of a report: their list, and putting one back.
+int historyCommand(Cli &cli, const QStringList &args);
+int restoreCommand(Cli &cli, const QStringList &args);
+
 // The commands over the message server link.
 int subjectCommand(Cli &cli, const QStringList &args);
 int bodyCommand(Cli &cli, const QStringList &args);
