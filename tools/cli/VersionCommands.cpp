@@ -62,6 +62,7 @@ int restoreCommand(Cli &cli, const QStringList &args)
         Cli::err(lock.why());
         return Cli::Failure;
     }
+    cli.station(); // the station's names go into the note of who wrote it
     if (!versions.restore(name, args[1], &error)) {
         Cli::err(QStringLiteral("%1 was not restored: %2").arg(name, error.description));
         return Cli::Failure;
