@@ -151,16 +151,13 @@ private slots:
         writeStored(home, "R1", 6);
         const QByteArray first = home.readReport("R1");
         ZelvatMsg m(home.path());
-        QVERIFY(m.Load("R1"));
-        m.setISS("Changed elsewhere");
-        QVERIFY(m.Fadd());
+        QVERIFY(m.Load("R1") && (m.setISS("Changed elsewhere"), m.Fadd()));
         frmZelvatcts *f = home.openForm("R1");
         QCOMPARE(boxText(f->txtHeader[0]), QString("Changed elsewhere"));
         QCOMPARE(f->cmdVersions->shortcut(), QKeySequence(Qt::ALT | Qt::Key_V));
         f->cmdVersions->click();
         auto *dialog = f->findChild<frmVersions *>();
-        QVERIFY(dialog && dialog->isVisible());
-        QCOMPARE(dialog->lstVersions->topLevelItemCount(), 1);
+        QVERIFY(dialog && dialog->isVisible() && dialog->lstVersions->topLevelItemCount() == 1);
         QCOMPARE(dialog->lstVersions->currentItem()->text(1), QString("Draft"));
         QVERIFY2(dialog->txtVersion->toPlainText().contains("What are you reporting? Fall\n"), qPrintable(dialog->txtVersion->toPlainText()));
         QTimer::singleShot(0, [] {
