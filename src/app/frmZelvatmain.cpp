@@ -17,6 +17,7 @@
 #include "store/ProgramFolder.h"
 #include "store/ReportCatalog.h"
 #include "store/ReportList.h"
+#include "store/ReportVersions.h"
 #include "support/CommonConst.h"
 #include "support/Platform.h"
 #include "support/StringLib.h"
@@ -96,6 +97,7 @@ void frmZelvatmain::Form_Load()
     // Station settings, session log, the report reader, the rows kept from the last run.
     m_station.load();
     Position::setStation(m_station);
+    ReportVersions::setLimits(ReportVersions::storedLimits());
     ZelvatLogLib::SetupLog(m_folder, true);
     m_reader = std::make_unique<ZelvatMsg>(m_folder);
     // The folder is listed while the rows of the last run are read back: the first refill needs both.
@@ -445,9 +447,13 @@ void frmZelvatmain::mnuStationID_Click()
 void frmZelvatmain::mnuPreferences_Click()
 {
     OutboxFile::Settings outbox = m_outbox->settings();
-    frmZelvatPref dialog(m_station, m_linkSession, this, &outbox);
-    if (dialog.exec() == QDialog::Accepted)
+    ReportVersions::Limits versions = ReportVersions::limits();
+    frmZelvatPref dialog(m_station, m_linkSession, this, &outbox, &versions);
+    if (dialog.exec() == QDialog::Accepted) {
         m_outbox->setSettings(outbox);
+        ReportVersions::setLimits(versions);
+        ReportVersions::storeLimits(versions);
+    }
     m_station.save();
 }
 

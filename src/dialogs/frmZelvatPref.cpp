@@ -20,11 +20,13 @@
 #include <QSpinBox>
 #include <QTabWidget>
 
-frmZelvatPref::frmZelvatPref(ZelvatIni &station, ServerSession *session, QWidget *parent, OutboxFile::Settings *outbox)
+frmZelvatPref::frmZelvatPref(ZelvatIni &station, ServerSession *session, QWidget *parent, OutboxFile::Settings *outbox,
+                             ReportVersions::Limits *versions)
     : QDialog(parent)
     , m_station(station)
     , m_session(session)
     , m_outbox(outbox)
+    , m_versions(versions)
 {
     setObjectName(QStringLiteral("frmZelvatPref"));
     setWindowTitle(QStringLiteral("Preferences"));
@@ -87,6 +89,8 @@ frmZelvatPref::frmZelvatPref(ZelvatIni &station, ServerSession *session, QWidget
     cboEncType->setCurrentIndex(int(cboEncType->findText(station.Enc, Qt::MatchExactly | Qt::MatchCaseSensitive)));
     if (m_outbox)
         buildOutboxTab();
+    if (m_versions)
+        buildVersionsTab();
     SSTab1->setCurrentIndex(0);
     onTabChanged(0);
     connect(SSTab1, &QTabWidget::currentChanged, this, &frmZelvatPref::onTabChanged);
@@ -166,6 +170,8 @@ void frmZelvatPref::cmdOK_Click()
         m_outbox->automatic = chkAutoResend->isChecked();
         m_outbox->firstRetrySeconds = txtFirstRetry->value();
     }
+    if (m_versions)
+        *m_versions = {txtKeepCount->value(), txtKeepDays->value()};
     accept();
 }
 
@@ -201,7 +207,7 @@ void frmZelvatPref::cmdTest_Click()
 void frmZelvatPref::buildOutboxTab()
 {
     auto *page = new QWidget;
-    nframe[2] = new QGroupBox(QStringLiteral("Resend Ready Reports"), page);
+    nframe[SSTab1->count()] = new QGroupBox(QStringLiteral("Resend Ready Reports"), page);
     nframe[2]->setObjectName(QStringLiteral("nframe_2"));
     Twips::place(nframe[2], 120, 120, 6200, 2300);
     SSTab1->addTab(page, QStringLiteral("&Outbox"));
@@ -226,4 +232,36 @@ void frmZelvatPref::buildOutboxTab()
     Twips::place(note, 240, 1380, 5800, 700);
     connect(chkAutoResend, &QCheckBox::toggled, txtFirstRetry, &QWidget::setEnabled);
     txtFirstRetry->setEnabled(chkAutoResend->isChecked());
+}
+
+// The last tab: how many earlier versions of each report the message folder keeps, and how long.
+void frmZelvatPref::buildVersionsTab()
+{
+    auto *page = new QWidget;
+    QGroupBox *frame = nframe[SSTab1->count()] = new QGroupBox(QStringLiteral("Earlier Versions of Each Report"), page);
+    frame->setObjectName(QStringLiteral("nframe_versions"));
+    Twips::place(frame, 120, 120, 6200, 2300);
+    SSTab1->addTab(page, QStringLiteral("&Versions"));
+    const auto spin = [frame](const QString &name, const QString &caption, int max, int value, double top) {
+        auto *label = new QLabel(caption, frame);
+        auto *box = new QSpinBox(frame);
+        box->setObjectName(name);
+        box->setRange(name == QLatin1String("txtKeepCount") ? 0 : 1, max);
+        box->setValue(value);
+        label->setBuddy(box);
+        Twips::place(label, 240, top + 30, 2400, 330);
+        Twips::place(box, 2700, top, 1300, 360);
+        return box;
+    };
+    txtKeepCount = spin(QStringLiteral("txtKeepCount"), QStringLiteral("Keep at &most:"), ReportVersions::MaxCount,
+                        m_versions->count, 420);
+    txtKeepCount->setSuffix(QStringLiteral(" versions"));
+    txtKeepDays = spin(QStringLiteral("txtKeepDays"), QStringLiteral("&None older than:"), ReportVersions::MaxDays,
+                       m_versions->days, 900);
+    txtKeepDays->setSuffix(QStringLiteral(" days"));
+    auto *note = new QLabel(QStringLiteral("Before a report is replaced or removed, the version it holds is kept in the "
+                                           "message folder. 0 versions keeps none."),
+                            frame);
+    note->setWordWrap(true);
+    Twips::place(note, 240, 1380, 5800, 700);
 }

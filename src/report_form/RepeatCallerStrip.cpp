@@ -169,46 +169,8 @@ ReportViewer *ReportViewer::open(const QString &programFolder, const QString &na
                    Notice::Exclamation);
         return nullptr;
     }
-    using Key = ZelvatMsg::Key;
-    QStringList lines;
-    const auto add = [&lines](const QString &caption, const QString &value) {
-        lines << caption + QLatin1Char(' ') + value;
-    };
-    const auto answer = [](qint16 v) {
-        return v == 1 ? QStringLiteral("Yes") : v == 0 ? QStringLiteral("No") : QString();
-    };
-    add(QStringLiteral("Event ID:"), record.EID());
-    add(QStringLiteral("Message ID:"), record.MID());
-    add(QStringLiteral("State:"), Zelvat::stateName(record.AST()));
-    add(QStringLiteral("Type:"), record.TYP());
-    // The boxes of the summary, and those of the types the report is of.
-    const QString typ = record.TYP();
-    const auto ofReport = [&typ](FormFields::Group g) {
-        switch (g) {
-        case FormFields::Group::Header: return true;
-        case FormFields::Group::Med: return typ.contains(QLatin1String("MED"));
-        case FormFields::Group::Fire: return typ.contains(QLatin1String("FIRE"));
-        case FormFields::Group::Law: return typ.contains(QLatin1String("LAW"));
-        }
-        return false;
-    };
-    for (const FormFields::Box &b : FormFields::boxes()) {
-        if (!ofReport(b.group))
-            continue;
-        QString value = FormFields::shownValue(b, record);
-        if (value.contains(QLatin1Char('\n')))
-            value = QStringLiteral("\n  ") + value.replace(QLatin1Char('\n'), QStringLiteral("\n  "));
-        add(QString::fromLatin1(b.name), value);
-        if (b.group == FormFields::Group::Med && b.index == 1) {
-            add(QStringLiteral("Conscious?"), answer(record.CON()));
-            add(QStringLiteral("Breathing?"), answer(record.BRE()));
-        }
-    }
-    add(QStringLiteral("Contact requested:"), record.number(Key::RPC) ? QStringLiteral("Yes") : QStringLiteral("No"));
-    add(QStringLiteral("Saved:"), record.ADT() + QLatin1Char(' ') + record.ATM() + QStringLiteral(" by ") + record.UID()
-                                      + QStringLiteral(" at ") + record.ULO());
     auto *viewer = new ReportViewer(QStringLiteral("Report %1 (read only)").arg(record.EID().isEmpty() ? name : record.EID()),
-                                    lines.join(QLatin1Char('\n')));
+                                    FormFields::readOnlyText(record));
     viewer->setObjectName(QStringLiteral("frmReportViewer"));
     return viewer;
 }

@@ -210,6 +210,7 @@ public:
     QPushButton *cmdDelete = nullptr;
     QPushButton *cmdClose = nullptr;
     QPushButton *cmdPrint = nullptr;
+    QPushButton *cmdVersions = nullptr; // "Earlier Versions...", left of Print
     QStatusBar *sbrStatus = nullptr;
     QLabel *sbrStatusPanel = nullptr;      // panel "Status"
     QLabel *sbrCurrentTimePanel = nullptr; // panel "CurrentTime"

@@ -2,6 +2,7 @@
 // placed again when the window is resized.
 #include "report_form/frmZelvatcts.h"
 
+#include "dialogs/frmVersions.h"
 #include "report_form/FormKeys.h"
 #include "report_form/RepeatCallerStrip.h"
 #include "ui/Captions.h"
@@ -231,7 +232,19 @@ void frmZelvatcts::buildControls()
     cmdPrint->setObjectName(QStringLiteral("cmdPrint"));
     cmdPrint->setToolTip(QStringLiteral("Print this report as it stands on the form"));
     connect(cmdPrint, &QPushButton::clicked, this, &frmZelvatcts::cmdPrint_Click);
-    for (QPushButton *b : {cmdSubmit, cmdSave, cmdDelete, cmdClose, cmdPrint})
+    // The kept versions of the report, in a dialog of their own; a restore shows the report again.
+    cmdVersions = new QPushButton(QStringLiteral("Earlier &Versions..."), this);
+    cmdVersions->setObjectName(QStringLiteral("cmdVersions"));
+    cmdVersions->setAccessibleName(QStringLiteral("Earlier Versions"));
+    cmdVersions->setToolTip(QStringLiteral("The versions of this report kept before it was replaced (Alt+V)"));
+    connect(cmdVersions, &QPushButton::clicked, this, [this] {
+        const QString name = m_record.fileName().isEmpty() ? m_eventNumber : m_record.fileName();
+        auto *dialog = new frmVersions(m_context.programFolder, name, this);
+        dialog->setAttribute(Qt::WA_DeleteOnClose);
+        connect(dialog, &frmVersions::restored, this, [this, name] { StartForm(name); });
+        dialog->open();
+    });
+    for (QPushButton *b : {cmdSubmit, cmdSave, cmdDelete, cmdClose, cmdPrint, cmdVersions})
         b->setAutoDefault(false);
     connect(cmdSubmit, &QPushButton::clicked, this, &frmZelvatcts::cmdSubmit_Click);
     connect(cmdSave, &QPushButton::clicked, this, &frmZelvatcts::cmdSave_Click);
@@ -259,7 +272,7 @@ void frmZelvatcts::buildControls()
         txtHeader[0], txtHeader[1], cmdLast[0], txtHeader[2], txtHeader[8], cmdRtype[0], cmdRtype[1], cmdRtype[2],
         cmdRtype[3], txtHeader[3], cmdLast[1], txtHeader[4], txtHeader[5], chkReqContact, txtHeader[6], txtHeader[7],
         SSTab1, txtMed[0], txtMed[1], optCons[0], optCons[1], optBrea[0], optBrea[1], txtFire[0], txtLaw[0],
-        txtLaw[1], txtLaw[2], txtLaw[3], txtLaw[4], txtLaw[5], cmdSubmit, cmdSave, cmdDelete, cmdClose, cmdPrint,
+        txtLaw[1], txtLaw[2], txtLaw[3], txtLaw[4], txtLaw[5], cmdSubmit, cmdSave, cmdDelete, cmdClose, cmdVersions, cmdPrint,
     };
     for (qsizetype i = 1; i < reading.size(); ++i)
         setTabOrder(reading[i - 1], reading[i]);
@@ -282,6 +295,7 @@ void frmZelvatcts::applyLayout()
     place(cmdDelete, f.cmdDelete);
     place(cmdClose, f.cmdClose);
     place(cmdPrint, f.cmdPrint);
+    place(cmdVersions, {f.cmdPrint.left - 1700, f.cmdPrint.top, 1700, f.cmdPrint.height});
     place(Label19, f.Label19);
     place(Label20, f.Label20);
     place(Frame1, f.Frame1);

@@ -56,4 +56,8 @@ QString objectName(const Box &b);
 QString shownValue(const Box &b, const ZelvatMsg &record);
 void storeValue(const Box &b, ZelvatMsg &record, const QString &text);
 
+// The report as text to read: its IDs, state and type, every box of the summary and of its types
+// under its caption, the contact request and who saved it when; one field a line.
+QString readOnlyText(const ZelvatMsg &record);
+
 } // namespace FormFields

@@ -77,7 +77,11 @@ QByteArray Position::toLine() const
 
 std::optional<Position> Position::fromLine(QByteArrayView line)
 {
-    const QList<QByteArray> parts = line.toByteArray().trimmed().split('\t');
+    // Only the line's end goes: a position without station names yet begins with tabs.
+    QByteArray text = line.toByteArray();
+    while (text.endsWith('\n') || text.endsWith('\r'))
+        text.chop(1);
+    const QList<QByteArray> parts = text.split('\t');
     if (parts.size() < 5)
         return std::nullopt;
     bool ok = false;

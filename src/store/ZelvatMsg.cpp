@@ -2,6 +2,7 @@
 
 #include "support/DatetimeLib.h"
 #include "store/ReportFileName.h"
+#include "store/ReportVersions.h"
 #include "store/ReportWriters.h"
 #include "store/SaveStamps.h"
 #include "support/CodePage.h"
@@ -399,6 +400,18 @@ QByteArray ZelvatMsg::fileContent(const QString &writeStamp, bool everyField) co
     return out;
 }
 
+namespace {
+
+QString versionNotKept(const QString &path)
+{
+    return QStringLiteral("The version of '%1' that stands now could not be kept as an earlier version, so it was "
+                          "not replaced: nothing was changed. Make room or repair the message folder's .versions "
+                          "folder, then try again.")
+        .arg(path);
+}
+
+} // namespace
+
 bool ZelvatMsg::writeFile(const QString &path)
 {
     const QString problem = QStringLiteral("Problems saving '") + path + QStringLiteral("', please try again");
@@ -429,13 +442,18 @@ bool ZelvatMsg::writeFile(const QString &path)
     }
     m_step = 4;
     RunError error;
+    QString fileName = info.fileName();
+    fileName.chop(ReportFileName::Extension.size());
+    // The version it replaces is kept first; one that cannot be kept is not replaced.
+    if (!ReportVersions(m_folder).keep(fileName, &error)) {
+        fail(error, QStringLiteral("Fadd"), path, versionNotKept(path));
+        return false;
+    }
     if (!SafeFile::writeAtomically(path, content, &error)) {
         fail(error, QStringLiteral("Fadd"), path, problem);
         return false;
     }
     // The other positions on the folder learn who wrote it; the report is saved either way.
-    QString fileName = info.fileName();
-    fileName.chop(ReportFileName::Extension.size());
     ReportWriters::record(m_folder, fileName);
     return true;
 }
@@ -517,6 +535,11 @@ bool ZelvatMsg::Fdelete(const QString &name, qint16 state)
     if (!Load(name))
         return false;
     if (state == Zelvat::StateDeleted) {
+        RunError error;
+        if (!ReportVersions(m_folder).keep(StringLib::trimBlanks(name), &error)) {
+            fail(error, QStringLiteral("Fdelete"), path, versionNotKept(path));
+            return false;
+        }
         QFile file(path);
         if (!file.remove()) {
             fail(RunError::fromFile(file), QStringLiteral("Fdelete"), path, problem);

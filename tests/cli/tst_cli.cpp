@@ -51,6 +51,19 @@ private slots:
         QCOMPARE(run({"delete", eid}).out, eid + " marked Deleted\n");
         QCOMPARE(run({"delete", eid}).out, eid + " removed\n");
         QCOMPARE(run({"list", "all"}).out, QByteArray("Items: 0\n"));
+
+        // Both replaced versions were kept; the removed report comes back byte for byte.
+        const QList<QByteArray> history = run({"history", eid}).out.split('\n');
+        QCOMPARE(history.size(), 3);
+        const QRegularExpression row("^(\\d{8}T\\d{9}-\\d\\d)\t\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d\t(Draft|Deleted)\tABC \\(KN1ABC\\)$");
+        QVERIFY2(row.match(QString(history[0])).captured(2) == "Draft" && row.match(QString(history[1])).captured(2) == "Deleted",
+                 history.join('|').constData());
+        const QString token = row.match(QString(history[0])).captured(1);
+        const Result unknown = run({"restore", eid, "20200101T000000000-00"});
+        QVERIFY(unknown.code == 2 && unknown.err.contains("is no kept version") && !QFile::exists(path("msg.d/" + eid + ".911")));
+        QCOMPARE(run({"restore", eid, token}).code, 0);
+        QCOMPARE(readFile(path("msg.d/" + eid + ".911")), file);
+        QCOMPARE(run({"list", "draft"}).out.count('\n'), 2);
     }
 
     // A report open in a report form at another position: listed by in-use, refused by submit
@@ -328,6 +341,8 @@ private slots:
                                                << "msg.d/R1.911";
         QTest::newRow("next event, one block free") << QStringList{"next-event"} << "write:28:Zelvatcts.ini:40"
                                                     << "the disk is full" << "Zelvatcts.ini";
+        QTest::newRow("delete, no room for the earlier version") << QStringList{"delete", "R1"} << "write:28:.versions:0"
+                                                                 << "could not be kept as an earlier version" << "msg.d/R1.911";
         QTest::newRow("the final save of a sent report") << QStringList{"submit", "R1"} << "rename:5:R1.911:1"
                                                          << "was sent, but its file could not be marked Submitted" << "";
     }

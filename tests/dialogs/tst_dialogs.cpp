@@ -15,6 +15,7 @@
 #include "dialogs/frmStationID.h"
 #include "dialogs/frmZelvatPref.h"
 #include "link/ServerSession.h"
+#include "store/ReportVersions.h"
 #include "report_form/frmZelvatcts.h"
 #include "support/CommonConst.h"
 
@@ -249,7 +250,8 @@ private slots:
         WindowHome home("Enc=NONE\r\n");
         Capture capture;
         OutboxFile::Settings outbox; // the Outbox tab's (Alt+O), taken with the rest or not at all
-        frmZelvatPref d(home.station(), nullptr, nullptr, &outbox);
+        ReportVersions::Limits versions; // the Versions tab's (Alt+V), the same way
+        frmZelvatPref d(home.station(), nullptr, nullptr, &outbox, &versions);
         d.show();
         for (int i = 0; i < 3; ++i)
             d.txtServer[i]->setText(server[i]);
@@ -259,6 +261,10 @@ private slots:
         QTest::keyClick(d.chkAutoResend, Qt::Key_Space);
         QVERIFY(!d.txtFirstRetry->isEnabled()); // no interval without the automatic resend
         d.txtFirstRetry->setValue(30);
+        QCOMPARE(d.SSTab1->tabText(3) + QString::number(d.txtKeepCount->value()) + "/" + QString::number(d.txtKeepDays->value()),
+                 QString("&Versions50/90"));
+        d.txtKeepCount->setValue(5);
+        d.txtKeepDays->setValue(7);
         QTest::mouseClick(d.cmdOK, Qt::LeftButton);
         QCOMPARE(d.isVisible(), !accepted);
         QCOMPARE(capture.notices.size(), said);
@@ -271,6 +277,7 @@ private slots:
         const QStringList kept = accepted ? server + QStringList{"BASE64"} : QStringList{"127.0.0.1", "9334", "5000", "NONE"};
         QCOMPARE((QStringList{s.Hst, s.Prt, QString::number(s.Nto), s.Enc}), kept);
         QCOMPARE(outbox, (accepted ? OutboxFile::Settings{false, 30} : OutboxFile::Settings{}));
+        QCOMPARE(versions, (accepted ? ReportVersions::Limits{5, 7} : ReportVersions::Limits{}));
     }
 
     void preferencesLinkTest()

@@ -13,11 +13,13 @@
 #include "common/Capture.h"
 #include "common/SampleReport.h"
 #include "common/WindowHome.h"
+#include "dialogs/frmVersions.h"
 #include "link/ServerSession.h"
 #include "report_form/RepeatCallerStrip.h"
 #include "report_form/frmZelvatcts.h"
 #include "store/ClosedForms.h"
 #include "store/FormRecovery.h"
+#include "store/ReportVersions.h"
 #include "support/DatetimeLib.h"
 
 #include <QAccessible>
@@ -25,6 +27,10 @@
 #include <QDir>
 #include <QGroupBox>
 #include <QMenu>
+#include <QMessageBox>
+#include <QPlainTextEdit>
+#include <QTimer>
+#include <QTreeWidget>
 #include <QProcess>
 #include <QProgressDialog>
 #include <QRadioButton>
@@ -135,6 +141,33 @@ private slots:
                  shown);
         QCOMPARE(int(f->consciousAnswer()), answer(f->optCons));
         QCOMPARE(boxText(f->txtHeader[7]), QString("first\nsecond")); // the stored "\n" is a line break in the box
+    }
+
+    void earlierVersionRestored()
+    {
+        // "Earlier Versions..." (Alt+V) lists the kept versions; the one selected reads as the report it was; Restore puts
+        // it back byte for byte and the form shows it, the replaced one kept in turn.
+        WindowHome home;
+        writeStored(home, "R1", 6);
+        const QByteArray first = home.readReport("R1");
+        ZelvatMsg m(home.path());
+        QVERIFY(m.Load("R1") && (m.setISS("Changed elsewhere"), m.Fadd()));
+        frmZelvatcts *f = home.openForm("R1");
+        QCOMPARE(boxText(f->txtHeader[0]), QString("Changed elsewhere"));
+        QCOMPARE(f->cmdVersions->shortcut(), QKeySequence(Qt::ALT | Qt::Key_V));
+        f->cmdVersions->click();
+        auto *dialog = f->findChild<frmVersions *>();
+        QVERIFY(dialog && dialog->isVisible() && dialog->lstVersions->topLevelItemCount() == 1);
+        QCOMPARE(dialog->lstVersions->currentItem()->text(1), QString("Draft"));
+        QVERIFY2(dialog->txtVersion->toPlainText().contains("What are you reporting? Fall\n"), qPrintable(dialog->txtVersion->toPlainText()));
+        QTimer::singleShot(0, [] {
+            if (auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget()))
+                box->button(QMessageBox::Yes)->click();
+        });
+        dialog->cmdRestore->click();
+        QCOMPARE(home.readReport("R1"), first);
+        QCOMPARE(boxText(f->txtHeader[0]), QString("Fall"));
+        QCOMPARE(ReportVersions(home.path() + "/msg.d").list("R1").size(), 2);
     }
 
     void lifecycle_data()

@@ -19,8 +19,10 @@
 #include "store/FormRecovery.h"
 #include "store/FormRules.h"
 #include "store/InUseMarks.h"
+#include "store/Position.h"
 #include "store/ProgramFolder.h"
 #include "store/ReportList.h"
+#include "store/ReportVersions.h"
 #include "store/SaveStamps.h"
 #include "support/CodePage.h"
 #include "support/CommonConst.h"
@@ -232,6 +234,140 @@ private slots:
         QCOMPARE(m.Fdelete("R1", qint16(state)), result);
         QCOMPARE(home.reportFiles(), holds.isEmpty() ? QStringList() : QStringList{"R1.911"});
         QVERIFY2(home.readReport("R1").contains(holds), home.readReport("R1").constData());
+    }
+
+    void versionsKept_data()
+    {
+        // What each way of replacing a report keeps, and what the limits leave of the versions.
+        QTest::addColumn<QString>("how");
+        QTest::addColumn<int>("count"); // the limit of versions; none older than 90 days
+        QTest::addColumn<int>("kept");  // versions of R1 afterwards
+        QTest::newRow("a save keeps the bytes it replaces") << "save" << 50 << 1;
+        QTest::newRow("a removal from Deleted keeps them") << "remove" << 50 << 1;
+        QTest::newRow("at most N, the newest") << "save5" << 3 << 3;
+        QTest::newRow("none older than D days") << "aged" << 50 << 1;
+        QTest::newRow("a count of 0 keeps nothing") << "save" << 0 << 0;
+    }
+
+    void versionsKept()
+    {
+        QFETCH(QString, how);
+        QFETCH(int, count);
+        QFETCH(int, kept);
+        ProgramHome home;
+        Capture capture;
+        ReportVersions::setLimits({count, 90});
+        home.writeReport("R1", "EID=R1\r\nULO=NRT\r\nUID=1234\r\nAST=8\r\n");
+        ReportVersions versions(home.path() + "/msg.d");
+        const QString folder = home.path() + "/msg.d/.versions/R1/";
+        if (how == "aged") {
+            QVERIFY(QDir().mkpath(folder));
+            writeFile(folder + "20200101T000000000-00", "old");
+        }
+        QByteArray last;
+        ZelvatMsg m(home.path());
+        for (int i = 0; i < (how == "save5" ? 5 : 1); ++i) {
+            last = home.readReport("R1");
+            QVERIFY(how == "remove" ? m.Fdelete("R1", 8) : m.Load("R1") && (m.setCTY(QString::number(i)), m.Fadd()));
+        }
+        const QList<ReportVersions::Version> list = versions.list("R1");
+        ReportVersions::setLimits({});
+        QByteArray bytes;
+        QVERIFY(list.size() == kept && !QFile::exists(folder + "20200101T000000000-00") && (!kept || versions.read("R1", list.last().token, &bytes, nullptr)));
+        if (!kept)
+            return;
+        QCOMPARE(bytes, last);
+        QCOMPARE(list.last().state, QString("Deleted"));
+        // Written here: the writer's note names this position; else the report's own names.
+        QCOMPARE(list.last().station, how == "save5" ? Position::current().describe() : QString("NRT (1234)"));
+        QVERIFY(list.first().time <= list.last().time && list.last().time.secsTo(QDateTime::currentDateTimeUtc()) < 60);
+        QVERIFY(capture.notices.isEmpty());
+    }
+
+    void restoreVersion()
+    {
+        // Byte for byte, keeping what it replaces; a token never kept changes nothing.
+        ProgramHome home;
+        home.writeReport("R1", "EID=R1\r\nAST=6\r\nCTY=First\r\n");
+        ZelvatMsg m(home.path());
+        QVERIFY(m.Load("R1") && (m.setCTY("Second"), m.Fadd()));
+        const QByteArray second = home.readReport("R1");
+        ReportVersions versions(home.path() + "/msg.d");
+        const QString first = versions.list("R1").value(0).token;
+        RunError error;
+        for (const QString &bad : {QString("20200101T000000000-00"), QString("../R1"), QString()}) {
+            QVERIFY(!versions.restore("R1", bad, &error));
+            QCOMPARE(error.number, int(RunError::FileNotFound));
+        }
+        QCOMPARE(versions.list("R1").size(), 1);
+        QCOMPARE(home.readReport("R1"), second);
+        QVERIFY(versions.restore("R1", first, &error));
+        QCOMPARE(home.readReport("R1"), QByteArray("EID=R1\r\nAST=6\r\nCTY=First\r\n"));
+        const QList<ReportVersions::Version> after = versions.list("R1");
+        QByteArray bytes;
+        QVERIFY(after.size() == 2 && versions.read("R1", after[1].token, &bytes, nullptr));
+        QCOMPARE(bytes, second);
+        QCOMPARE(after[1].station, Position::current().describe()); // the writer's note
+    }
+
+    void versionsFolderThatIsNoFolder_data()
+    {
+        QTest::addColumn<QString>("where"); // .versions or .versions/R1
+        QTest::addColumn<QString>("thing");
+        QTest::newRow("a link") << ".versions" << "link";
+        QTest::newRow("a file") << ".versions" << "file";
+        QTest::newRow("the report's own, a link") << ".versions/R1" << "link";
+        QTest::newRow("the report's own, a named pipe") << ".versions/R1" << "fifo";
+    }
+
+    void versionsFolderThatIsNoFolder()
+    {
+        // The write stops and says why; the report and what the link points at stay as they were.
+        QFETCH(QString, where);
+        QFETCH(QString, thing);
+        ProgramHome home;
+        Capture capture;
+        home.writeReport("R1", "EID=R1\r\nAST=6\r\n");
+        const QString path = home.path() + "/msg.d/" + where, elsewhere = home.path() + "/elsewhere";
+        QVERIFY(QDir().mkpath(elsewhere) && QDir().mkpath(QFileInfo(path).path()));
+        if (thing == "link")
+            QVERIFY(QFile::link(elsewhere, path));
+        else if (thing == "fifo")
+            QCOMPARE(::mkfifo(QFile::encodeName(path).constData(), 0600), 0);
+        else
+            writeFile(path, "x");
+        ZelvatMsg m(home.path());
+        QVERIFY(m.Load("R1") && (m.setCTY("New"), !m.Fadd()) && !m.Fdelete("R1", 8));
+        QCOMPARE(home.readReport("R1"), QByteArray("EID=R1\r\nAST=6\r\n"));
+        QVERIFY(QDir(elsewhere).isEmpty());
+        QCOMPARE(capture.notices.size(), 2);
+        QVERIFY2(capture.notices[0].text.contains("could not be kept as an earlier version, so it was not replaced")
+                     && capture.notices[0].text.contains("not a folder"),
+                 qPrintable(capture.notices[0].text));
+    }
+
+    void badEntriesPassedOver()
+    {
+        // Links, pipes and stray names among the versions are named once and never followed.
+        ProgramHome home;
+        Capture capture;
+        const QString folder = home.path() + "/msg.d/.versions/R1/";
+        QVERIFY(QDir().mkpath(folder));
+        writeFile(home.path() + "/secret", "EID=S\r\nAST=9\r\n");
+        QVERIFY(QFile::link(home.path() + "/secret", folder + "20260101T000000000-00"));
+        QCOMPARE(::mkfifo(QFile::encodeName(folder + "20260101T000000000-01").constData(), 0600), 0);
+        writeFile(folder + "notes.txt", "x");
+        writeFile(folder + "20260101T000000000-02", "EID=R1\r\nAST=2\r\n");
+        ReportVersions versions(home.path() + "/msg.d");
+        for (int look = 0; look < 2; ++look) {
+            const QList<ReportVersions::Version> list = versions.list("R1");
+            QVERIFY(list.size() == 1 && list[0].token == "20260101T000000000-02" && list[0].state == "Ready");
+        }
+        QByteArray bytes;
+        QVERIFY(!versions.read("R1", "20260101T000000000-00", &bytes, nullptr) && bytes.isEmpty());
+        QCOMPARE(capture.events.size(), 3);
+        for (const char *name : {"-00 is a symbolic link", "-01 is a named pipe", "notes.txt is no kept version's name"})
+            QVERIFY2(capture.events.filter(name).size() == 1, qPrintable(capture.events.join('\n')));
     }
 
     void whatIsNoReportIsNeverTouched_data()

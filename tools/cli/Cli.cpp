@@ -3,6 +3,7 @@
 #include "settings/ZelvatIni.h"
 #include "store/Position.h"
 #include "store/ProgramFolder.h"
+#include "store/ReportVersions.h"
 #include "store/ZelvatMsg.h"
 #include "support/CodePage.h"
 #include "support/SafeFile.h"
@@ -18,6 +19,7 @@ Cli::Cli(const QString &programFolder)
     : m_folder(programFolder)
     , m_store(std::make_unique<ZelvatMsg>(programFolder))
 {
+    ReportVersions::setLimits(ReportVersions::storedLimits());
 }
 
 Cli::~Cli() = default;

@@ -47,6 +47,10 @@ int recoveredCommand(Cli &cli, const QStringList &args);
 // The reports open in a report form at any position.
 int inUseCommand(Cli &cli, const QStringList &args);
 
+// The kept earlier versions of a report: their list, and putting one back.
+int historyCommand(Cli &cli, const QStringList &args);
+int restoreCommand(Cli &cli, const QStringList &args);
+
 // The commands over the message server link.
 int subjectCommand(Cli &cli, const QStringList &args);
 int bodyCommand(Cli &cli, const QStringList &args);

@@ -233,6 +233,7 @@ int deleteCommand(Cli &cli, const QStringList &args)
     if (!msg.Load(name))
         return Cli::Usage;
     const qint16 state = msg.AST();
+    cli.station(); // the station's names go into the note of who wrote it
     if (!msg.Fdelete(name, state))
         return Cli::Failure;
     Cli::out(state == Zelvat::StateDeleted ? QStringLiteral("%1 removed").arg(StringLib::trimBlanks(name))

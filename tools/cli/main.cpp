@@ -28,6 +28,8 @@ const Command kCommands[] = {
     {"delete", deleteCommand},
     {"recovered", recoveredCommand},
     {"in-use", inUseCommand},
+    {"history", historyCommand},
+    {"restore", restoreCommand},
     {"subject", subjectCommand},
     {"body", bodyCommand},
     {"envelope", envelopeCommand},
@@ -58,6 +60,11 @@ const char kCommandList[] =
         "  in-use                                     the reports open in a report form at any position:\n"
         "                                             name, location ID, station name, user ID, since\n"
         "                                             (yyyy-mm-dd hh:mm:ss), tab-separated\n"
+        "  history NAME                               the kept earlier versions of a report, oldest\n"
+        "                                             first: VERSION, time kept (yyyy-mm-dd hh:mm:ss),\n"
+        "                                             state and station, TAB-separated\n"
+        "  restore NAME VERSION                       put a kept version back as the report file, byte\n"
+        "                                             for byte; the one it replaces is kept in turn\n"
         "  subject NAME [--update]                    the message subject\n"
         "  body NAME [--contact]                      the folded message body, bytes as sent\n"
         "  envelope NAME [--contact] [--update]       the add-on envelope, bytes as sent\n"
@@ -114,7 +121,8 @@ int help()
         "  0  done\n"
         "  1  failed: no such report, not sent, a folder or file that cannot be written, an import\n"
         "     skipped\n"
-        "  2  wrong use (a bad command, argument or field value), or a report file that cannot be read\n"
+        "  2  wrong use (a bad command, argument or field value, a version that was never kept), or a\n"
+        "     report file that cannot be read\n"
         "     (an export or PDF then holds the others; an import refused it)")
                  .arg(QLatin1String(kSynopsis), QLatin1String(kCommandList)));
     return Cli::Success;
