@@ -77,7 +77,11 @@ QByteArray Position::toLine() const
 
 std::optional<Position> Position::fromLine(QByteArrayView line)
 {
-    const QList<QByteArray> parts = line.toByteArray().trimmed().split('\t');
+    // Only the line's end is cut: a station without a name leaves the first field empty.
+    QByteArray bytes = line.toByteArray();
+    while (bytes.endsWith('\n') || bytes.endsWith('\r'))
+        bytes.chop(1);
+    const QList<QByteArray> parts = bytes.split('\t');
     if (parts.size() < 5)
         return std::nullopt;
     bool ok = false;
