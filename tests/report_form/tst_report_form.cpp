@@ -13,8 +13,11 @@
 #include "common/Capture.h"
 #include "common/SampleReport.h"
 #include "common/WindowHome.h"
+#include "dialogs/frmConflict.h"
 #include "link/ServerSession.h"
 #include "report_form/RepeatCallerStrip.h"
+#include "report_form/ReportChangeStrip.h"
+#include "store/CatalogUpdates.h"
 #include "report_form/frmZelvatcts.h"
 #include "store/ClosedForms.h"
 #include "store/FormRecovery.h"
@@ -69,6 +72,29 @@ static bool closed(const QPointer<frmZelvatcts> &form)
 }
 
 namespace {
+
+// Answers the dialog of a report changed elsewhere, once it is up, with the button named (or
+// Escape); what the dialog said goes to `said`.
+struct ConflictAnswer {
+    QTimer timer;
+    QString said;
+    explicit ConflictAnswer(const QString &button)
+    {
+        timer.setInterval(20);
+        QObject::connect(&timer, &QTimer::timeout, [this, button] {
+            auto *d = qobject_cast<frmConflict *>(QApplication::activeModalWidget());
+            if (!d)
+                return;
+            timer.stop();
+            said = d->message();
+            if (button == "Escape")
+                QTest::keyClick(d, Qt::Key_Escape);
+            else
+                d->findChild<QPushButton *>(button)->click();
+        });
+        timer.start();
+    }
+};
 
 QString kept(const WindowHome &home, const QString &name)
 {
@@ -730,6 +756,107 @@ private slots:
         });
         QTest::mouseClick(f->cmdSubmit, Qt::LeftButton);
         QCOMPARE(silent.messages(), 1); // the form's, and no other
+    }
+
+    // Another program changes the report open in the form: a strip says so within 2 seconds,
+    // without taking the focus; a save then writes only what the operator chose.
+    void aReportChangedElsewhere_data()
+    {
+        QTest::addColumn<QString>("elsewhere");  // what another program does to the Draft R9
+        QTest::addColumn<QString>("strip");      // how the strip begins
+        QTest::addColumn<QString>("via");        // Save, or the strip's Compare or Take Theirs
+        QTest::addColumn<QString>("answer");     // the dialog's button, or Escape
+        QTest::addColumn<QStringList>("file");   // lines of the report file afterwards
+        QTest::addColumn<QString>("shown");      // the issue box afterwards; empty: the form closed
+        const QString changed = "Changed by another program at ";
+        const QStringList theirs{"ISS=Theirs", "AST=6"}, mine{"ISS=Mine", "AST=6"};
+        QTest::newRow("changed, Cancel") << "ISS=Theirs" << changed << "Save" << "cmdCancel" << theirs << "Mine";
+        QTest::newRow("changed, Escape") << "ISS=Theirs" << changed << "Save" << "Escape" << theirs << "Mine";
+        QTest::newRow("changed, Keep Mine") << "ISS=Theirs" << changed << "Save" << "cmdKeepMine" << mine << "";
+        QTest::newRow("changed, Take Theirs") << "ISS=Theirs" << changed << "Save" << "cmdTakeTheirs" << theirs << "Theirs";
+        QTest::newRow("changed, the strip's Take Theirs") << "ISS=Theirs" << changed << "Take" << "" << theirs << "Theirs";
+        QTest::newRow("changed, Compare, Take Theirs") << "ISS=Theirs" << changed << "Compare" << "cmdTakeTheirs" << theirs << "Theirs";
+        QTest::newRow("submitted, Cancel")
+            << "AST=9" << "Submitted by another program at " << "Save" << "cmdCancel" << QStringList{"ISS=Fall", "AST=9"} << "Mine";
+        QTest::newRow("submitted, Update") << "AST=9" << "Submitted by another program at " << "Save" << "cmdUpdate"
+                                           << QStringList{"ISS=Mine", "DTL=UPDATE for R9/261115, 0930\\nfirst\\nsecond", "AST=1"} << "Mine";
+        QTest::newRow("deleted, Restore It as Draft") << "AST=8" << "Deleted by another program at " << "Save" << "cmdRestore" << mine << "";
+        QTest::newRow("removed, Keep Mine") << "" << "Removed from the message folder by another program --" << "Save"
+                                            << "cmdKeepMine" << mine << "";
+    }
+
+    void aReportChangedElsewhere()
+    {
+        QFETCH(QString, elsewhere);
+        QFETCH(QString, strip);
+        QFETCH(QString, via);
+        QFETCH(QString, answer);
+        QFETCH(QStringList, file);
+        QFETCH(QString, shown);
+        WindowHome home;
+        Capture capture;
+        writeStored(home, "R9", 6);
+        ReportCatalog catalog(home.path());
+        CatalogUpdates updates(&catalog);
+        updates.start();
+        QPointer<frmZelvatcts> f = frmZelvatcts::open(ReportFormContext{home.path(), &home.station(), [] {}, &catalog, &updates}, "R9");
+        QVERIFY(QTest::qWaitForWindowActive(f));
+        static_cast<QLineEdit *>(f->txtHeader[0])->setText("Mine");
+        f->txtHeader[3]->setFocus();
+
+        QTest::qWait(5); // a later modification time
+        if (elsewhere.isEmpty())
+            QVERIFY(QFile::remove(home.reportPath("R9")));
+        else
+            home.writeReport("R9", home.readReport("R9").replace(elsewhere.startsWith("AST") ? "AST=6" : "ISS=Fall", elsewhere.toLatin1()));
+        QTRY_VERIFY_WITH_TIMEOUT(f->lblReportChanged->isVisible(), 2000);
+        const QString text = f->lblReportChanged->shownText();
+        QVERIFY2(text.startsWith(strip) && text.endsWith(elsewhere.isEmpty() ? "-- Compare" : "-- Compare, Take Theirs"), qPrintable(text));
+        QCOMPARE(QApplication::focusWidget(), f->txtHeader[3]); // the strip takes no focus
+        QVERIFY(capture.notices.isEmpty());
+
+        ConflictAnswer answering(answer);
+        if (via == "Save")
+            QTest::mouseClick(f->cmdSave, Qt::LeftButton);
+        else
+            QTest::mouseClick(via == "Take" ? f->lblReportChanged->cmdTakeTheirs : f->lblReportChanged->cmdCompare, Qt::LeftButton);
+        QTRY_VERIFY(!answering.timer.isActive() || answer.isEmpty());
+        if (!answer.isEmpty() && via == "Save")
+            QVERIFY2(answering.said.startsWith("R9 was ") || answering.said.startsWith("The file of R9 was removed"),
+                     qPrintable(answering.said));
+        QTRY_COMPARE(closed(f), shown.isEmpty());
+        const QByteArray bytes = home.readReport("R9");
+        for (const QString &line : file)
+            QVERIFY2(bytes.contains("\r\n" + line.toLatin1() + "\r\n"), bytes.constData());
+        if (shown.isEmpty())
+            return;
+        QTRY_COMPARE(boxText(f->txtHeader[0]), shown);
+        // The form holds the file's version again, or knows what it left unsaved: no strip then.
+        if (shown == "Theirs" || answer == "cmdUpdate")
+            QTRY_VERIFY(!f->lblReportChanged->isVisible());
+        if (shown == "Theirs") // the operator's input was kept among the closed reports
+            QCOMPARE(ClosedForms::list(home.path(), DatetimeLib::now()).value(0).input->record.ISS(), QString("Mine"));
+    }
+
+    // The form's own saves show no strip: only another program's change does.
+    void noStripAfterTheFormsOwnSave()
+    {
+        WindowHome home;
+        writeStored(home, "R9", 6, "LGOV");
+        home.refuse();
+        ReportCatalog catalog(home.path());
+        CatalogUpdates updates(&catalog);
+        updates.start();
+        QPointer<frmZelvatcts> f = frmZelvatcts::open(ReportFormContext{home.path(), &home.station(), [] {}, &catalog, &updates}, "R9");
+        QVERIFY(QTest::qWaitForWindowActive(f));
+        Capture capture;
+        QTest::mouseClick(f->cmdSubmit, Qt::LeftButton); // saved Ready, refused by the server: the form stays
+        QVERIFY(home.readReport("R9").contains("\r\nAST=2\r\n"));
+        QTest::qWait(700);
+        f->lookForChange();
+        QVERIFY(f->isVisible() && !f->lblReportChanged->isVisible());
+        home.writeReport("R9", home.readReport("R9").replace("ISS=Fall", "ISS=Theirs"));
+        QTRY_VERIFY_WITH_TIMEOUT(f->lblReportChanged->isVisible(), 2000);
     }
 
     void killedWhileKeepingInput()
