@@ -834,8 +834,12 @@ private slots:
         // The form holds the file's version again, or knows what it left unsaved: no strip then.
         if (shown == "Theirs" || answer == "cmdUpdate")
             QTRY_VERIFY(!f->lblReportChanged->isVisible());
-        if (shown == "Theirs") // the operator's input was kept among the closed reports
-            QCOMPARE(ClosedForms::list(home.path(), DatetimeLib::now()).value(0).input->record.ISS(), QString("Mine"));
+        if (shown != "Theirs")
+            return;
+        // The operator's input was kept among the closed reports.
+        const QList<ClosedForms::Entry> closedForms = ClosedForms::list(home.path(), DatetimeLib::now());
+        QVERIFY(!closedForms.isEmpty() && closedForms[0].input);
+        QCOMPARE(closedForms[0].input->record.ISS(), QString("Mine"));
     }
 
     // The form's own saves show no strip: only another program's change does.
