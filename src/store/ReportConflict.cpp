@@ -155,14 +155,6 @@ QString ReportConflict::headline(const Finding &finding)
     return QStringLiteral("%1 %2 at %3").arg(what, who, finding.when.toLocalTime().toString(QStringLiteral("HH:mm")));
 }
 
-QString ReportConflict::differencesText(const QList<Difference> &differences)
-{
-    QString text;
-    for (const Difference &d : differences)
-        text += QStringLiteral("%1\n  Theirs: %2\n  Mine: %3\n").arg(d.field, d.theirs, d.mine);
-    return text;
-}
-
 QString ReportConflict::inputText(const ZelvatMsg &mine)
 {
     QString text;

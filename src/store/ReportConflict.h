@@ -79,6 +79,4 @@ public:
     // The operator's input as plain text for the clipboard: a line per field the form shows
     // filled, "Caption: value" (a box of several lines keeps its lines).
     static QString inputText(const ZelvatMsg &mine);
-    // The differences as plain text for the clipboard: each field, then their value and the operator's.
-    static QString differencesText(const QList<Difference> &differences);
 };

@@ -10,7 +10,6 @@
 #include "common/Csv.h"
 #include "common/WindowHome.h"
 #include "dialogs/frmAbout.h"
-#include "dialogs/frmConflict.h"
 #include "dialogs/frmCommLog.h"
 #include "dialogs/frmNote.h"
 #include "dialogs/frmStationID.h"
@@ -19,7 +18,6 @@
 #include "report_form/frmZelvatcts.h"
 #include "support/CommonConst.h"
 
-#include <QClipboard>
 #include <QComboBox>
 #include <QDateTimeEdit>
 #include <QStandardItemModel>
@@ -29,7 +27,6 @@
 #include <QRadioButton>
 #include <QSpinBox>
 #include <QStyle>
-#include <QTableWidget>
 #include <QTimer>
 
 namespace {
@@ -151,57 +148,6 @@ class TestDialogs : public QObject {
     Q_OBJECT
 
 private slots:
-    // What the dialog of a report changed elsewhere offers in each case; every button has its
-    // accelerator, each cell of the table says for assistive technology whose value it is, and
-    // Escape writes nothing.
-    void conflictChoices_data()
-    {
-        QTest::addColumn<int>("kind");
-        QTest::addColumn<int>("mode");
-        QTest::addColumn<QStringList>("buttons");
-        using K = ReportConflict::Kind;
-        const int before = int(frmConflict::Mode::BeforeWrite), compare = int(frmConflict::Mode::Compare);
-        QTest::newRow("changed") << int(K::Changed) << before << QStringList{"&Take Theirs", "&Keep Mine", "Co&py Mine", "&Cancel"};
-        QTest::newRow("submitted") << int(K::Submitted) << before << QStringList{"&Update", "Co&py Mine", "&Cancel"};
-        QTest::newRow("deleted") << int(K::Deleted) << before << QStringList{"&Restore It as Draft", "Co&py Mine", "&Cancel"};
-        QTest::newRow("removed") << int(K::Removed) << before << QStringList{"&Keep Mine", "Co&py Mine", "&Cancel"};
-        QTest::newRow("changed, compared") << int(K::Changed) << compare << QStringList{"&Take Theirs", "Co&py Mine", "&Close"};
-    }
-
-    void conflictChoices()
-    {
-        QFETCH(int, kind);
-        QFETCH(int, mode);
-        QFETCH(QStringList, buttons);
-        ReportConflict::Finding found;
-        found.kind = ReportConflict::Kind(kind);
-        found.writer = "NRT (Pat Smith, 1234)";
-        found.when = QDateTime(QDate(2026, 11, 16), QTime(14, 5, 9));
-        found.differences = {{"What are you reporting?", "Fall", "Fire"}, {"Address:", "", "12 Oak St"}};
-        ZelvatMsg mine(QString{});
-        mine.setISS("Fire");
-        frmConflict d(found, "R9", mine, frmConflict::Mode(mode));
-        d.show();
-        QStringList shown;
-        for (QPushButton *b : d.findChildren<QPushButton *>())
-            if (b->isVisibleTo(&d))
-                shown << b->text();
-        QCOMPARE(shown, buttons);
-        if (kind != int(ReportConflict::Kind::Removed))
-            QVERIFY2(d.message().startsWith(QStringLiteral("R9 was %1 at NRT (Pat Smith, 1234) at 2026-11-16 14:05:09, after it was opened here.")
-                                                .arg(kind == int(ReportConflict::Kind::Submitted) ? "submitted"
-                                                     : kind == int(ReportConflict::Kind::Deleted) ? "deleted" : "changed")),
-                     qPrintable(d.message()));
-        QCOMPARE(d.tblFields->accessibleName(), QString("Fields that differ"));
-        QCOMPARE(d.tblFields->item(1, 1)->data(Qt::AccessibleTextRole).toString(), QString("Address:, theirs: empty"));
-        QCOMPARE(d.tblFields->item(0, 2)->data(Qt::AccessibleTextRole).toString(), QString("What are you reporting?, mine: Fire"));
-        d.cmdCopyMine->click();
-        QVERIFY2(QApplication::clipboard()->text().contains("What are you reporting?: Fire\n"), qPrintable(QApplication::clipboard()->text()));
-        QTest::keyClick(&d, Qt::Key_Escape);
-        QVERIFY(!d.isVisible());
-        QCOMPARE(int(d.choice()), int(frmConflict::Choice::Cancel));
-    }
-
     void stationTyping_data()
     {
         QTest::addColumn<int>("field");
