@@ -70,7 +70,8 @@ void ClosedReportsMenu::refresh()
 
 void ClosedReportsMenu::reopen(const QString &fileName)
 {
-    const ReportFormContext context{m_host->programFolder(), &m_host->station(), [h = m_host] { h->BuildNewMsgList(); }};
+    const ReportFormContext context{m_host->programFolder(), &m_host->station(), [h = m_host] { h->BuildNewMsgList(); },
+                                    nullptr, m_host->catalogUpdates()};
     if (const frmZelvatcts *open = frmZelvatcts::current(); open && open->isVisible()) {
         frmZelvatcts::open(context, QString()); // brought to the front, and the operator told
         return;

@@ -62,7 +62,9 @@ void RecoveryOffer::offerNext()
         switch (ask(FormRecovery::offerText(*e.input))) {
         case RecoveryAnswer::Restore: {
             frmZelvatcts *form = frmZelvatcts::open(
-                ReportFormContext{folder, &m_host->station(), [h = m_host] { h->BuildNewMsgList(); }}, QString(),
+                ReportFormContext{folder, &m_host->station(), [h = m_host] { h->BuildNewMsgList(); }, nullptr,
+                                  m_host->catalogUpdates()},
+                QString(),
                 &*e.input);
             ZelvatLogLib::WriteLogLine(QStringLiteral("Recovery: restored the unsaved input of %1").arg(e.name));
             connect(form, &QObject::destroyed, this, &RecoveryOffer::offerNext, Qt::QueuedConnection);

@@ -55,8 +55,8 @@ frmZelvatmain::frmZelvatmain(const QString &programFolder, QWidget *parent)
         Position::setStation(m_station);
     };
     startReportForm = [this](const QString &eventRecord) {
-        frmZelvatcts::open(ReportFormContext{m_folder, &m_station, [this] { BuildNewMsgList(); }, m_catalog.get()},
-                           eventRecord);
+        frmZelvatcts::open(
+            ReportFormContext{m_folder, &m_station, [this] { BuildNewMsgList(); }, m_catalog.get(), m_updates}, eventRecord);
     };
     m_outbox = new OutboxControl(this, this, cmdDelete);
     startReportForm = m_outbox->guardOpening(startReportForm);

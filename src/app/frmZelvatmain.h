@@ -73,6 +73,7 @@ public:
 
     ZelvatIni &station() override { return m_station; }
     QString programFolder() const override { return m_folder; }
+    CatalogUpdates *catalogUpdates() const override { return m_updates; }
     int currentFolder() const { return m_currentFolder; }
     ReportListModel *listModel() const { return m_model; }
     // The rows in the order the list shows them (those of a search while one is typed).

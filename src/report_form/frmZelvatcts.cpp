@@ -12,6 +12,8 @@
 #include "link/RequiredFields.h"
 #include "link/ServerSession.h"
 #include "link/Submission.h"
+#include "report_form/ReportChangeStrip.h"
+#include "store/CatalogUpdates.h"
 #include "settings/ZelvatIni.h"
 #include "support/DatetimeLib.h"
 #include "store/EventNumbers.h"
@@ -138,6 +140,9 @@ frmZelvatcts::frmZelvatcts(const ReportFormContext &context, QWidget *parent)
     // Empty required boxes are marked.
     HighlightRequiredFields();
     installClipboardRules();
+    // The folder watch tells the form of changes to its report's file made by other programs.
+    if (context.updates)
+        connect(context.updates, &CatalogUpdates::changed, this, &frmZelvatcts::lookForChange);
 }
 
 frmZelvatcts::~frmZelvatcts() = default;
@@ -154,7 +159,7 @@ void frmZelvatcts::StartForm(const QString &eventRecord)
             return;
         }
         m_record.Clear();
-        if (m_record.Load(eventRecord)) {
+        if (ReportConflict::load(m_record, eventRecord, &m_seen)) {
             m_state = m_record.AST();
             LoadRecordToForm();
             if (m_record.fileName() != m_record.EID())
@@ -291,7 +296,7 @@ bool frmZelvatcts::saveRecord(qint16 state)
                Notice::Exclamation);
         return false;
     }
-    const bool saved = m_record.Fadd();
+    const bool saved = writeChecked(state);
     LastUsed &last = lastUsedValues();
     last.address = boxText(txtHeader[1]);
     last.otherLocation = boxText(txtHeader[2]);
@@ -684,9 +689,11 @@ void frmZelvatcts::cmdSubmit_Click()
     };
     hooks.refreshList = [this] { refreshList(); };
     const QString name = m_record.fileName().isEmpty() ? m_eventNumber : m_record.fileName();
+    m_sending = true; // the submission takes the report's lock before it saves
     const Submission::Outcome outcome = Submission::submit(name, m_state, m_record, chkReqContact->isChecked(), m_update,
                                                            *m_session, m_context.station ? m_context.station->Enc : QString(),
                                                            hooks);
+    m_sending = false;
     if (outcome == Submission::Outcome::SentNotMarked)
         setStatus(QStringLiteral("Message transferred, but not marked Submitted"));
     if (outcome == Submission::Outcome::Sent || m_closeWhenIdle) {

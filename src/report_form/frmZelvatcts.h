@@ -4,6 +4,7 @@
 #include "sheet/ReportSheet.h"
 #include "store/FormFields.h"
 #include "store/FormRecovery.h"
+#include "store/ReportConflict.h"
 #include "store/ZelvatMsg.h"
 
 #include <QPointer>
@@ -19,21 +20,25 @@ class QRadioButton;
 class QStatusBar;
 class QTabWidget;
 class QTimer;
+class CatalogUpdates;
 class FormInUse;
 class FormRecoveryKeeper;
 class RepeatCallerStrip;
+class ReportChangeStrip;
 class ReportCatalog;
 class ServerSession;
 class ZelvatIni;
 
 // What a report form needs from the program: the program folder, the station settings held by
-// the main window, the main window's list refresh (BuildNewMsgList), and the main window's rows
-// of every report for the repeat-caller hint (without them the form keeps rows of its own).
+// the main window, the main window's list refresh (BuildNewMsgList), the main window's rows of
+// every report for the repeat-caller hint (without them the form keeps rows of its own), and the
+// watch that keeps them current, whose notices tell the form that its report was changed.
 struct ReportFormContext {
     QString programFolder;
     ZelvatIni *station = nullptr;
     std::function<void()> buildNewMsgList;
     ReportCatalog *reports = nullptr;
+    CatalogUpdates *updates = nullptr;
 };
 
 // The report form: the window in which the operator writes one incident report, or opens a
@@ -124,6 +129,13 @@ public:
     // Who else has the report open, and this form's mark of it (FormInUse).
     FormInUse *inUse() const { return m_inUse; }
 
+    // The report's file against what the form loaded (FormConflicts.cpp): the strip tells of a
+    // change made elsewhere; Compare shows it; Take Theirs shows their version in the form and
+    // keeps the operator's input among the closed reports.
+    void lookForChange();
+    void compareWithFile();
+    void takeTheirs();
+
 signals:
     // The record was written to disk (after Save, Update, Delete, and both saves of a submission).
     void reportSaved(const QString &eventNumber, int state);
@@ -156,6 +168,10 @@ private:
     void tmrClock_Timer();
     bool saveRecord(qint16 state);
     void refreshList();
+    // Writes the record in `state` when its file is still the one loaded; otherwise asks the
+    // operator first (FormConflicts.cpp). True when the record was written as asked.
+    bool writeChecked(qint16 state);
+    void showTheirs(const ReportConflict::Seen &theirs);
     void installClipboardRules();
     void pasteInto(QWidget *box, bool selection);
     friend class FormClipboard;
@@ -180,6 +196,8 @@ private:
     FormRecoveryKeeper *m_recovery = nullptr;
     FormInUse *m_inUse = nullptr;
     bool m_dropInput = false; // Close or Escape: the operator gives the unsaved input up
+    ReportConflict::Seen m_seen; // the report's file as the form loaded or last wrote it
+    bool m_sending = false;      // a submission holds the report's lock
 
 public:
     // The controls, under their design names (control arrays by index).
@@ -216,4 +234,5 @@ public:
     QLabel *sbrCurrentTimePanel = nullptr; // panel "CurrentTime"
     QTimer *tmrClock = nullptr;
     RepeatCallerStrip *lblRepeatCaller = nullptr; // earlier calls from the same address or phone
+    ReportChangeStrip *lblReportChanged = nullptr; // the report was changed by another program
 };

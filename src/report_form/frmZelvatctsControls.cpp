@@ -5,6 +5,7 @@
 #include "dialogs/frmVersions.h"
 #include "report_form/FormKeys.h"
 #include "report_form/RepeatCallerStrip.h"
+#include "report_form/ReportChangeStrip.h"
 #include "ui/Captions.h"
 #include "ui/Paint.h"
 #include "ui/Twips.h"
@@ -279,6 +280,10 @@ void frmZelvatcts::buildControls()
 
     lblRepeatCaller = new RepeatCallerStrip(m_context.programFolder, m_context.reports, this);
     connect(lblRepeatCaller, &RepeatCallerStrip::heightChanged, this, &frmZelvatcts::Form_Resize);
+    lblReportChanged = new ReportChangeStrip(this);
+    connect(lblReportChanged, &ReportChangeStrip::heightChanged, this, &frmZelvatcts::Form_Resize);
+    connect(lblReportChanged, &ReportChangeStrip::compareClicked, this, &frmZelvatcts::compareWithFile);
+    connect(lblReportChanged, &ReportChangeStrip::takeTheirsClicked, this, &frmZelvatcts::takeTheirs);
     installFormKeys(this, cmdSave, cmdSubmit);
 
     resize(px(FormLayout::DesignWidth), px(FormLayout::DesignHeight));
@@ -313,16 +318,19 @@ void frmZelvatcts::applyLayout()
         place(txtLaw[i], f.txtLaw[i]);
     const int bar = sbrStatus->sizeHint().height();
     sbrStatus->setGeometry(0, height() - bar, width(), bar);
-    lblRepeatCaller->placeAbove(sbrStatus);
+    lblReportChanged->placeAbove(height() - bar - lblRepeatCaller->placeAbove(sbrStatus));
 }
 
 void frmZelvatcts::Form_Resize()
 {
-    if (!sbrStatus || !lblRepeatCaller)
+    if (!sbrStatus || !lblRepeatCaller || !lblReportChanged)
         return;
-    // A hint of earlier calls takes its room from the tabs, as the status bar does.
+    // A hint of earlier calls and the strip of a change made elsewhere take their room from the
+    // tabs, as the status bar does.
     const int bar = sbrStatus->sizeHint().height();
-    if (m_layout.resize(twips(width()), twips(height()), twips(bar + lblRepeatCaller->placeAbove(sbrStatus))))
+    const int strips = lblRepeatCaller->placeAbove(sbrStatus);
+    if (m_layout.resize(twips(width()), twips(height()),
+                        twips(bar + strips + lblReportChanged->placeAbove(height() - bar - strips))))
         applyLayout();
     else
         sbrStatus->setGeometry(0, height() - bar, width(), bar);

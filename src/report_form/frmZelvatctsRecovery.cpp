@@ -75,8 +75,12 @@ void frmZelvatcts::restoreInput(const FormRecovery::Input &input)
     if (!input.openedFrom.isEmpty()) {
         Quiet quiet;
         ScopedNotifier scoped(&quiet);
-        if (!m_record.Load(input.openedFrom))
+        if (!ReportConflict::load(m_record, input.openedFrom, &m_seen))
             m_record.Clear();
+        // Written after the input was last kept, the file is not what the input was typed over:
+        // the first save asks the operator.
+        if (m_seen.present() && m_seen.file.modifiedNs / 1000000 > input.written.toMSecsSinceEpoch())
+            m_seen.file = SafeFile::Entry{};
     }
     const ZelvatMsg &r = input.record;
     selectTypesFromList(r.TYP());

@@ -13,9 +13,12 @@
 #include "common/Capture.h"
 #include "common/SampleReport.h"
 #include "common/WindowHome.h"
+#include "dialogs/frmConflict.h"
 #include "dialogs/frmVersions.h"
 #include "link/ServerSession.h"
 #include "report_form/RepeatCallerStrip.h"
+#include "report_form/ReportChangeStrip.h"
+#include "store/CatalogUpdates.h"
 #include "report_form/frmZelvatcts.h"
 #include "store/ClosedForms.h"
 #include "store/FormRecovery.h"
@@ -34,6 +37,7 @@
 #include <QProcess>
 #include <QProgressDialog>
 #include <QRadioButton>
+#include <QTableWidget>
 #include <QtTest/qtestspontaneevent.h>
 
 #include <csignal>
@@ -75,6 +79,33 @@ static bool closed(const QPointer<frmZelvatcts> &form)
 }
 
 namespace {
+
+// Answers the dialog of a report changed elsewhere, once it is up, with the button named (or
+// Escape); what it said, the buttons it offered and how it names a cell for assistive technology.
+struct ConflictAnswer {
+    QTimer timer;
+    QString said, cell;
+    QStringList buttons;
+    explicit ConflictAnswer(const QString &button)
+    {
+        QObject::connect(&timer, &QTimer::timeout, [this, button] {
+            if (auto *d = qobject_cast<frmConflict *>(QApplication::activeModalWidget())) {
+                timer.stop();
+                said = d->message();
+                if (const QTableWidgetItem *item = d->tblFields->item(0, 1))
+                    cell = item->data(Qt::AccessibleTextRole).toString();
+                for (QPushButton *b : d->findChildren<QPushButton *>())
+                    buttons << (b->isVisibleTo(d) ? b->text() : QString());
+                buttons.removeAll(QString());
+                if (button == "Escape")
+                    QTest::keyClick(d, Qt::Key_Escape);
+                else
+                    d->findChild<QPushButton *>(button)->click();
+            }
+        });
+        timer.start(20);
+    }
+};
 
 QString kept(const WindowHome &home, const QString &name)
 {
@@ -763,6 +794,97 @@ private slots:
         });
         QTest::mouseClick(f->cmdSubmit, Qt::LeftButton);
         QCOMPARE(silent.messages(), 1); // the form's, and no other
+    }
+
+    // Another program changes the report open in the form: a strip says so within 2 seconds,
+    // without taking the focus; a save then writes only what the operator chose.
+    void aReportChangedElsewhere_data()
+    {
+        QTest::addColumn<QString>("elsewhere");  // what another program does to the Draft R9
+        QTest::addColumn<QString>("strip");      // how the strip begins
+        QTest::addColumn<QString>("via");        // Save, or the strip's Compare or Take Theirs
+        QTest::addColumn<QString>("answer");     // the dialog's button, or Escape
+        QTest::addColumn<QStringList>("file");   // lines of the report file afterwards
+        QTest::addColumn<QString>("shown");      // the issue box afterwards; empty: the form closed
+        QTest::addColumn<QString>("offered");    // the dialog's buttons, each with its accelerator
+        const QString changed = "Changed by another program at ";
+        const QStringList theirs{"ISS=Theirs", "AST=6"}, mine{"ISS=Mine", "AST=6"};
+        const QString changes = "&Take Theirs|&Keep Mine|Co&py Mine|&Cancel", compared = "&Take Theirs|Co&py Mine|&Close";
+        QTest::newRow("changed, Cancel") << "ISS=Theirs" << changed << "Save" << "cmdCancel" << theirs << "Mine" << changes;
+        QTest::newRow("changed, Escape") << "ISS=Theirs" << changed << "Save" << "Escape" << theirs << "Mine" << changes;
+        QTest::newRow("changed, Keep Mine") << "ISS=Theirs" << changed << "Save" << "cmdKeepMine" << mine << "" << changes;
+        QTest::newRow("changed, Take Theirs") << "ISS=Theirs" << changed << "Save" << "cmdTakeTheirs" << theirs << "Theirs" << changes;
+        QTest::newRow("changed, the strip's Take Theirs") << "ISS=Theirs" << changed << "Take" << "" << theirs << "Theirs" << "";
+        QTest::newRow("changed, Compare, Take Theirs")
+            << "ISS=Theirs" << changed << "Compare" << "cmdTakeTheirs" << theirs << "Theirs" << compared;
+        QTest::newRow("submitted, Cancel") << "AST=9" << "Submitted by another program at " << "Save" << "cmdCancel"
+                                           << QStringList{"ISS=Fall", "AST=9"} << "Mine" << "&Update|Co&py Mine|&Cancel";
+        QTest::newRow("submitted, Update") << "AST=9" << "Submitted by another program at " << "Save" << "cmdUpdate"
+                                           << QStringList{"ISS=Mine", "DTL=UPDATE for R9/261115, 0930\\nfirst\\nsecond", "AST=1"}
+                                           << "Mine" << "&Update|Co&py Mine|&Cancel";
+        QTest::newRow("deleted, Restore It as Draft") << "AST=8" << "Deleted by another program at " << "Save" << "cmdRestore"
+                                                      << mine << "" << "&Restore It as Draft|Co&py Mine|&Cancel";
+        QTest::newRow("removed, Keep Mine") << "" << "Removed from the message folder by another program --" << "Save"
+                                            << "cmdKeepMine" << mine << "" << "&Keep Mine|Co&py Mine|&Cancel";
+    }
+
+    void aReportChangedElsewhere()
+    {
+        QFETCH(QString, elsewhere);
+        QFETCH(QString, strip);
+        QFETCH(QString, via);
+        QFETCH(QString, answer);
+        QFETCH(QStringList, file);
+        QFETCH(QString, shown);
+        QFETCH(QString, offered);
+        WindowHome home;
+        Capture capture;
+        writeStored(home, "R9", 6);
+        ReportCatalog catalog(home.path());
+        CatalogUpdates updates(&catalog);
+        updates.start();
+        QPointer<frmZelvatcts> f = frmZelvatcts::open(ReportFormContext{home.path(), &home.station(), [] {}, &catalog, &updates}, "R9");
+        QVERIFY(QTest::qWaitForWindowActive(f));
+        static_cast<QLineEdit *>(f->txtHeader[0])->setText("Mine");
+        f->txtHeader[3]->setFocus();
+
+        QTest::qWait(5); // a later modification time
+        if (elsewhere.isEmpty())
+            QVERIFY(QFile::remove(home.reportPath("R9")));
+        else
+            home.writeReport("R9", home.readReport("R9").replace(elsewhere.startsWith("AST") ? "AST=6" : "ISS=Fall", elsewhere.toLatin1()));
+        QTRY_VERIFY_WITH_TIMEOUT(f->lblReportChanged->isVisible(), 2000);
+        const QString text = f->lblReportChanged->shownText();
+        QVERIFY2(text.startsWith(strip) && text.endsWith(elsewhere.isEmpty() ? "-- Compare" : "-- Compare, Take Theirs"), qPrintable(text));
+        QCOMPARE(QApplication::focusWidget(), f->txtHeader[3]); // the strip takes no focus
+        QVERIFY(capture.notices.isEmpty());
+
+        ConflictAnswer answering(answer);
+        if (via == "Save")
+            QTest::mouseClick(f->cmdSave, Qt::LeftButton);
+        else
+            QTest::mouseClick(via == "Take" ? f->lblReportChanged->cmdTakeTheirs : f->lblReportChanged->cmdCompare, Qt::LeftButton);
+        QTRY_COMPARE(answering.buttons.join('|'), offered);
+        QVERIFY2(answer.isEmpty() || answering.said.startsWith(elsewhere.isEmpty() ? "The file of R9 was removed" : "R9 was "),
+                 qPrintable(answering.said));
+        if (elsewhere == "ISS=Theirs" && !answer.isEmpty())
+            QCOMPARE(answering.cell, QString("What are you reporting?, theirs: Theirs"));
+        QTRY_COMPARE(closed(f), shown.isEmpty());
+        const QByteArray bytes = home.readReport("R9");
+        for (const QString &line : file)
+            QVERIFY2(bytes.contains("\r\n" + line.toLatin1() + "\r\n"), bytes.constData());
+        if (shown.isEmpty())
+            return;
+        QTRY_COMPARE(boxText(f->txtHeader[0]), shown);
+        // The strip stays until the form holds the file's version again, or wrote it itself.
+        QTest::qWait(500);
+        QCOMPARE(f->lblReportChanged->isVisible(), shown == "Mine" && answer != "cmdUpdate");
+        if (shown != "Theirs")
+            return;
+        // The operator's input was kept among the closed reports.
+        const QList<ClosedForms::Entry> closedForms = ClosedForms::list(home.path(), DatetimeLib::now());
+        QVERIFY(!closedForms.isEmpty() && closedForms[0].input);
+        QCOMPARE(closedForms[0].input->record.ISS(), QString("Mine"));
     }
 
     void killedWhileKeepingInput()

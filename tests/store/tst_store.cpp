@@ -21,6 +21,7 @@
 #include "store/InUseMarks.h"
 #include "store/Position.h"
 #include "store/ProgramFolder.h"
+#include "store/ReportConflict.h"
 #include "store/ReportList.h"
 #include "store/ReportVersions.h"
 #include "store/SaveStamps.h"
@@ -583,6 +584,70 @@ private slots:
         QVERIFY2(why.contains("in use by another program") && why.contains(QString::number(QCoreApplication::applicationPid()))
                      && why.contains("no event number was taken"),
                  qPrintable(why));
+    }
+
+    // What another program did to a report since a form loaded it (a Draft, "Fall"), against the
+    // form's record (ISS "Mine") in the state it would write: which case it is, the fields that
+    // differ under the form's captions, and who is named as having written it.
+    void conflictWithAnotherProgram_data()
+    {
+        QTest::addColumn<QString>("elsewhere"); // their save (noted), their raw write, or nothing
+        QTest::addColumn<QStringList>("theirs"); // their changes
+        QTest::addColumn<int>("state");          // the state the form would write
+        QTest::addColumn<int>("kind");
+        QTest::addColumn<QStringList>("differ"); // "field|theirs|mine"
+        using K = ReportConflict::Kind;
+        const QString issue = "What are you reporting?|Theirs|Mine";
+        QTest::newRow("untouched") << "none" << QStringList() << 6 << int(K::Unchanged) << QStringList();
+        QTest::newRow("the same bytes again") << "raw" << QStringList() << 6 << int(K::Unchanged) << QStringList();
+        QTest::newRow("saved at a position") << "save" << QStringList{"ISS=Theirs"} << 6 << int(K::Changed) << QStringList{issue};
+        QTest::newRow("written by another program")
+            << "raw" << QStringList{"ISS=Theirs", "CON=1"} << 6 << int(K::Changed) << QStringList{issue, "Conscious?|Yes|"};
+        QTest::newRow("submitted, form saves") << "save" << QStringList{"AST=9"} << 6 << int(K::Submitted) << QStringList{"What are you reporting?|Fall|Mine", "State|Submitted|Draft"};
+        QTest::newRow("submitted, form submits") << "save" << QStringList{"AST=9"} << 2 << int(K::Submitted) << QStringList{"What are you reporting?|Fall|Mine", "State|Submitted|Ready"};
+        QTest::newRow("submitted, form deletes") << "save" << QStringList{"AST=9"} << 8 << int(K::Changed) << QStringList{"What are you reporting?|Fall|Mine", "State|Submitted|Deleted"};
+        QTest::newRow("deleted, form saves") << "save" << QStringList{"AST=8"} << 6 << int(K::Deleted) << QStringList{"What are you reporting?|Fall|Mine", "State|Deleted|Draft"};
+        QTest::newRow("removed") << "remove" << QStringList() << 6 << int(K::Removed) << QStringList();
+    }
+
+    void conflictWithAnotherProgram()
+    {
+        QFETCH(QString, elsewhere);
+        QFETCH(QStringList, theirs);
+        QFETCH(int, state);
+        QFETCH(int, kind);
+        QFETCH(QStringList, differ);
+        ProgramHome home;
+        Position::setStation(home.station());
+        ZelvatMsg other = SampleReport::make(home.path(), 0, 6);
+        SampleReport::change(other, {"EID=R1", "ISS=Fall", "CON=-1"});
+        QVERIFY(other.Fadd());
+        ZelvatMsg mine(home.path());
+        ReportConflict::Seen seen;
+        QVERIFY(ReportConflict::load(mine, "R1", &seen) && seen.bytes == home.readReport("R1"));
+        SampleReport::change(mine, {"ISS=Mine"});
+
+        QTest::qWait(5); // a later modification time
+        SampleReport::change(other, theirs);
+        if (elsewhere == "save")
+            QVERIFY(other.Fadd());
+        else if (elsewhere == "raw")
+            home.writeReport("R1", theirs.isEmpty() ? seen.bytes : other.fileContent("x"));
+        else if (elsewhere == "remove")
+            QVERIFY(QFile::remove(home.reportPath("R1")));
+
+        const ReportConflict::Finding f = ReportConflict::examine(mine, "R1", seen, qint16(state));
+        QCOMPARE(int(f.kind), kind);
+        QStringList got;
+        for (const ReportConflict::Difference &d : f.differences)
+            got << d.field + '|' + d.theirs + '|' + d.mine;
+        QCOMPARE(got, differ);
+        if (kind == int(ReportConflict::Kind::Unchanged) || kind == int(ReportConflict::Kind::Removed))
+            return;
+        // The writer is named from the note its save left; a note of another version says nothing.
+        // (The station has a location and a user ID but no name.)
+        QCOMPARE(f.writer, elsewhere == "save" ? QString("SPF (KN1ABC)") : QString("another program"));
+        QCOMPARE(f.when, QFileInfo(home.reportPath("R1")).lastModified());
     }
 
     void lastSeen_data()
