@@ -28,6 +28,11 @@ public:
     void look();
     // The status bar's text for the selected report ("Open at ... since 14:02", or nothing).
     QString statusText() const;
+    // Who has any of `names` open in a form, asked before they are deleted (InUseMarks).
+    QString deleteQuestion(const QStringList &names, const QString &openHere)
+    {
+        return m_marks.deleteQuestion(names, openHere);
+    }
 
     static constexpr int kLookMs = 2500;
 

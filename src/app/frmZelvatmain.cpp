@@ -32,6 +32,8 @@
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMessageBox>
+#include <QPushButton>
 #include <QSortFilterProxyModel>
 #include <QTimer>
 #include <QTreeView>
@@ -63,6 +65,14 @@ frmZelvatmain::frmZelvatmain(const QString &programFolder, QWidget *parent)
     m_recoveryOffer = new RecoveryOffer(this, this);
     m_inUse = new ListInUse(m_catalog->messageFolder(), m_model, LV, statusBar(), this);
     askRestore = [this](const QString &question) { return RecoveryOffer::askInBox(this, question); };
+    askDeleteAnyway = [this](const QString &question) {
+        QMessageBox box(QMessageBox::Warning, QString::fromLatin1(Zelvat::Title), question, QMessageBox::Cancel, this);
+        QPushButton *anyway = box.addButton(QStringLiteral("&Delete Anyway"), QMessageBox::DestructiveRole);
+        box.setDefaultButton(QMessageBox::Cancel);
+        box.setEscapeButton(QMessageBox::Cancel);
+        box.exec();
+        return box.clickedButton() == anyway;
+    };
     // What the catalog takes in by itself the list shows; the late first look is also told.
     m_updates = new CatalogUpdates(m_catalog.get(), this);
     connect(m_updates, &CatalogUpdates::changed, this, &frmZelvatmain::syncList);
@@ -348,6 +358,15 @@ void frmZelvatmain::cmdDelete_Click()
     for (const QModelIndex &i : LV->selectionModel()->selectedRows())
         selected << m_found->modelRow(i);
     std::sort(selected.begin(), selected.end());
+    // A report open in a form, here or at another position, is deleted only when the operator
+    // says so, knowing whose work it changes.
+    QStringList names;
+    for (int row : std::as_const(selected))
+        names << m_model->rows()[row].cells[ReportList::Idx];
+    const frmZelvatcts *form = frmZelvatcts::current();
+    const QString question = m_inUse->deleteQuestion(names, form && form->isVisible() ? form->recoveryName() : QString());
+    if (!question.isEmpty() && !(askDeleteAnyway && askDeleteAnyway(question)))
+        return;
     // From the last selected row to the first, so the rows still to go keep their places. A row
     // leaves the list only when its file changed as asked; otherwise the operator has been told.
     for (auto it = selected.rbegin(); it != selected.rend(); ++it) {

@@ -58,6 +58,9 @@ public:
     using RecoveryAnswer = ::RecoveryAnswer;
     RecoveryQuestion askRestore;
     RecoveryQuestion restoreQuestion() const override { return askRestore; }
+    // Asks whether reports a report form has open are deleted all the same (Delete Anyway or
+    // Cancel, a message box; replaced in tests that answer it). True: delete.
+    std::function<bool(const QString &question)> askDeleteAnyway;
     // The outbox: Send Ready Reports, the automatic resend and its status panel.
     OutboxControl *outbox() const { return m_outbox; }
     // The reports open in a form at another position, as the list shows them.

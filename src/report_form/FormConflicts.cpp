@@ -6,6 +6,7 @@
 
 #include "dialogs/frmConflict.h"
 #include "link/SendLock.h"
+#include "report_form/FormInUse.h"
 #include "report_form/FormRecoveryKeeper.h"
 #include "report_form/ReportChangeStrip.h"
 #include "support/CommonConst.h"
@@ -58,6 +59,7 @@ bool frmZelvatcts::writeChecked(qint16 state)
                 return false;
             m_seen = ReportConflict::look(folder, name);
             lblReportChanged->clear();
+            m_inUse->hold(name); // a new report has a file from its first save on
             if (state == asked)
                 return true;
             // Asked to be sent or updated, it was restored as a draft and goes no further now.

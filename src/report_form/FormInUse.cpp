@@ -77,6 +77,14 @@ void FormInUse::settle(frmZelvatcts *form, const QString &name, Choice choice)
         form->setWindowTitle(form->windowTitle() + QStringLiteral(" (read-only)"));
         return;
     }
+    hold(name);
+}
+
+void FormInUse::hold(const QString &name)
+{
+    if (m_readOnly || name.isEmpty() || name == m_name)
+        return;
+    release();
     if (m_marks.mark(name)) {
         m_name = name;
         m_refresh.start();

@@ -32,6 +32,10 @@ public:
     // After the report is on the form: with Edit it is marked open here and kept so; with
     // ReadOnly every box is locked and nothing can be saved, submitted or deleted.
     void settle(frmZelvatcts *form, const QString &name, Choice choice);
+    // The report `name` now has a file the form edits (a new report's first save, a report
+    // reopened from its kept input): marked open here, unless the form holds it already or
+    // only reads it.
+    void hold(const QString &name);
     // The form closes: its mark goes.
     void release();
 

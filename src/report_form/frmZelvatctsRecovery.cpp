@@ -3,6 +3,7 @@
 
 #include "report_form/frmZelvatcts.h"
 
+#include "report_form/FormInUse.h"
 #include "report_form/FormRecoveryKeeper.h"
 #include "store/SaveStamps.h"
 #include "support/DatetimeLib.h"
@@ -102,6 +103,9 @@ void frmZelvatcts::restoreInput(const FormRecovery::Input &input)
     SetButtonsForState(m_state);
     ShowStateCaption(m_state);
     armRecovery();
+    // Edited again here: the other positions see it open (a new report once its first save gives
+    // it a file).
+    m_inUse->hold(input.openedFrom);
     setStatus(QStringLiteral("Restored the input kept at %1; it is not saved yet").arg(FormRecovery::writtenText(input)));
 }
 

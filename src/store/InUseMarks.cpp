@@ -240,3 +240,22 @@ QString InUseMarks::describeReport(const Mark &mark)
     return QStringLiteral("%1 is open at %2 since %3")
         .arg(mark.name, mark.position.describe(), mark.since.toLocalTime().toString(QStringLiteral("HH:mm")));
 }
+
+QString InUseMarks::deleteQuestion(const QStringList &names, const QString &openHere)
+{
+    QStringList open;
+    const QList<Mark> marks = names.isEmpty() ? QList<Mark>() : look();
+    for (const QString &name : names) {
+        if (name == openHere)
+            open << QStringLiteral("%1 is open in the report form of this program.").arg(name);
+        for (const Mark &m : marks) {
+            if (m.name == name)
+                open << describeReport(m) + QLatin1Char('.');
+        }
+    }
+    if (open.isEmpty())
+        return QString();
+    return open.join(QLatin1Char('\n'))
+           + QStringLiteral("\n\nDeleting it now changes the report under that form: the form says so, "
+                            "and its next save asks first. Delete anyway?");
+}

@@ -50,6 +50,11 @@ public:
     // The same with the report's name first: "R1 is open at ... since 14:02".
     static QString describeReport(const Mark &mark);
 
+    // Before the list deletes `names`: the question that says which of them a report form has
+    // open, the form of this program (`openHere`, the report it holds, if any) or one at another
+    // position, so that its work is not gone over without a word; empty when none is open.
+    QString deleteQuestion(const QStringList &names, const QString &openHere);
+
     // How long a mark counts after its last write, and how often a form writes it again.
     static constexpr qint64 kStaleMs = 30000;
     static constexpr int kRefreshMs = 10000;

@@ -114,6 +114,16 @@ QString kept(const WindowHome &home, const QString &name)
 }
 
 // A new report that can be submitted: local government, every required box typed.
+// The reports this program marks open in msg.d/.inuse.
+static QStringList ownMarks(WindowHome &home)
+{
+    QStringList names;
+    const QString pid = QString::number(QCoreApplication::applicationPid());
+    for (const QString &file : QDir(home.path() + "/msg.d/.inuse").entryList({"*@" + pid + "@*.mark"}, QDir::Files))
+        names << file.section('@', 0, 0);
+    return names;
+}
+
 frmZelvatcts *typeReport(WindowHome &home)
 {
     frmZelvatcts *f = home.openForm("NEW");
@@ -607,6 +617,8 @@ private slots:
         for (const ClosedForms::Entry &e : ClosedForms::list(home.path(), DatetimeLib::now()))
             closedKept << e.input->record.EID() + " " + e.input->record.ISS();
         QCOMPARE(closedKept, closed.isEmpty() ? QStringList{} : QStringList{name + " " + closed});
+        // A new report is marked open once its first save gives it a file, until the form closes.
+        QCOMPARE(ownMarks(home), action == "submit refused" ? QStringList{name} : QStringList{});
         if (action == "submit refused") { // the form stays open, Ready: what is typed now is kept again
             QVERIFY(f && f->isVisible());
             QTest::keyClicks(f->txtHeader[0], "x");
@@ -667,6 +679,7 @@ private slots:
         FormRecovery::Input input(home.path());
         input.record = SampleReport::make(home.path(), 0, 1);
         input.written = ProgramHome::FixedNow;
+        input.openedFrom = SampleReport::save(home.path());
         QVERIFY(FormRecovery::write(home.path(), "R", input, nullptr));
         QVERIFY(FormRecovery::write(home.path(), "OPEN", input, nullptr));
         FormRecovery::Claim elsewhere(home.path(), "OPEN"); // a form still open in another program
@@ -679,6 +692,7 @@ private slots:
         });
         QCOMPARE(asked, QStringList{FormRecovery::offerText(input)});
         QCOMPARE(frmZelvatcts::current() != nullptr && frmZelvatcts::current()->isVisible(), formOpen);
+        QCOMPARE(ownMarks(home), formOpen ? QStringList{input.openedFrom} : QStringList{}); // edited here again
         // The unreadable one is named and put aside; the other program's is not touched.
         QCOMPARE(capture.notices.size(), 1);
         QVERIFY2(capture.notices[0].text.contains("BAD.rec, cannot be read: it was cut short")
