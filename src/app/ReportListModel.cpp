@@ -288,7 +288,8 @@ QVariant ReportListModel::data(const QModelIndex &index, int role) const
         if (role == Qt::AccessibleDescriptionRole)
             return inUse;
         static const QIcon icon = QApplication::style()->standardIcon(QStyle::SP_MessageBoxInformation);
-        return index.column() == 0 ? QVariant(icon) : QVariant();
+        // On the first column the list shows: the file name's is kept out of sight.
+        return index.column() == ReportList::State ? QVariant(icon) : QVariant();
     }
     case Qt::FontRole:
         return m_font;
