@@ -76,7 +76,6 @@ frmConflict::frmConflict(const ReportConflict::Finding &finding, const QString &
     tblFields->setEditTriggers(QAbstractItemView::NoEditTriggers);
     tblFields->setTabKeyNavigation(false);
     tblFields->verticalHeader()->hide();
-    tblFields->horizontalHeader()->setStretchLastSection(true);
     for (int row = 0; row < finding.differences.size(); ++row) {
         const ReportConflict::Difference &d = finding.differences[row];
         const QString cells[3] = {d.field, d.theirs, d.mine};
@@ -89,7 +88,13 @@ frmConflict::frmConflict(const ReportConflict::Finding &finding, const QString &
             tblFields->setItem(row, c, item);
         }
     }
-    tblFields->resizeColumnToContents(0);
+    // Theirs and the operator's side by side at equal widths, each value whole on as many lines
+    // as it takes.
+    tblFields->horizontalHeader()->setSectionResizeMode(0, QHeaderView::ResizeToContents);
+    tblFields->horizontalHeader()->setSectionResizeMode(1, QHeaderView::Stretch);
+    tblFields->horizontalHeader()->setSectionResizeMode(2, QHeaderView::Stretch);
+    tblFields->verticalHeader()->setSectionResizeMode(QHeaderView::ResizeToContents);
+    tblFields->setWordWrap(true);
     tblFields->setVisible(!finding.differences.isEmpty());
     column->addWidget(tblFields);
 
