@@ -9,6 +9,7 @@
 #include <QPageSize>
 #include <QPdfWriter>
 #include <QImage>
+#include <QTextList>
 #include <QTextBlock>
 #include <QTextCursor>
 #include <QTextDocument>
@@ -38,16 +39,20 @@ int main(int argc, char *argv[])
     // Screenshots are as wide as the windows they show; on the page they fit the text width.
     constexpr double maxWidth = 560; // document units, a little under the A4 text width
     for (QTextBlock block = doc.begin(); block.isValid(); block = block.next()) {
+        // A picture inside a list item starts at the item's indent: it fits the width left.
+        const QTextBlockFormat place = block.blockFormat();
+        const double fits = maxWidth - place.leftMargin() - place.indent() * doc.indentWidth()
+                            - (block.textList() ? block.textList()->format().indent() * doc.indentWidth() : 0);
         for (auto it = block.begin(); !it.atEnd(); ++it) {
             const QTextFragment fragment = it.fragment();
             if (!fragment.charFormat().isImageFormat())
                 continue;
             QTextImageFormat image = fragment.charFormat().toImageFormat();
             const QImage picture = doc.resource(QTextDocument::ImageResource, QUrl(image.name())).value<QImage>();
-            if (picture.isNull() || picture.width() <= maxWidth)
+            if (picture.isNull() || picture.width() <= fits)
                 continue;
-            image.setWidth(maxWidth);
-            image.setHeight(maxWidth * picture.height() / picture.width());
+            image.setWidth(fits);
+            image.setHeight(fits * picture.height() / picture.width());
             QTextCursor cursor(&doc);
             cursor.setPosition(fragment.position());
             cursor.setPosition(fragment.position() + fragment.length(), QTextCursor::KeepAnchor);
