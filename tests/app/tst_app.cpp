@@ -17,13 +17,11 @@
 #include "common/WindowHome.h"
 #include "dialogs/frmSummary.h"
 #include "report_form/FormInUse.h"
-#include "report_form/ReportChangeStrip.h"
 #include "report_form/frmZelvatcts.h"
 #include "sheet/CallsChart.h"
 #include "sheet/PageSetup.h"
 #include "store/ReportCsv.h"
 #include "store/ReportFolderWatch.h"
-#include "store/ReportVersions.h"
 #include "support/CommonConst.h"
 #include "support/DatetimeLib.h"
 #include "ui/CallsChartView.h"
@@ -202,73 +200,6 @@ private slots:
         QVERIFY(!QFile::exists(home.reportPath("X1")) && QFile::exists(home.reportPath("R1")));
     }
 
-    // Delete of a report a form has open, in this program or at another position, asks first; a
-    // form of this program then shows that its report changed. Reports no form has open go at once.
-    void deletingAReportOpenInAForm_data()
-    {
-        QTest::addColumn<QString>("where");
-        QTest::addColumn<int>("folder");
-        QTest::addColumn<bool>("anyway");
-        QTest::newRow("here, Delete Anyway") << "here" << 2 << true;
-        QTest::newRow("here, Cancel") << "here" << 2 << false;
-        QTest::newRow("here, in Deleted: the file goes") << "here" << 8 << true;
-        QTest::newRow("elsewhere, Delete Anyway") << "elsewhere" << 2 << true;
-        QTest::newRow("elsewhere, Cancel") << "elsewhere" << 2 << false;
-        QTest::newRow("nowhere") << "" << 2 << true;
-    }
-
-    void deletingAReportOpenInAForm()
-    {
-        QFETCH(QString, where);
-        QFETCH(int, folder);
-        QFETCH(bool, anyway);
-        WindowHome home;
-        Capture capture;
-        SampleReport::save(home.path(), {"EID=R1", "AST=" + QString::number(folder), "CTY=A"});
-        auto w = home.startMainWindow(true);
-        QTest::mouseClick(w->cmdFolder[folder], Qt::LeftButton);
-        if (where == "elsewhere") {
-            QVERIFY(QDir().mkpath(home.path() + "/msg.d/.inuse"));
-            writeFile(home.path() + "/msg.d/.inuse/R1@77@far.example.mark",
-                      "Pat Smith\t1234\tNRT\tfar.example\t77\n" + QDateTime::currentDateTimeUtc().toString(Qt::ISODateWithMs).toLatin1() + "\n");
-        }
-        QPointer<frmZelvatcts> form;
-        if (where == "here") {
-            w->startReportForm("R1");
-            form = frmZelvatcts::current();
-            QVERIFY(form && form->isVisible());
-        }
-        QStringList asked;
-        w->askDeleteAnyway = [&](const QString &q) {
-            asked << q;
-            return anyway;
-        };
-        const QByteArray before = home.readReport("R1");
-        selectListRows(*w, {0});
-        QTest::mouseClick(w->cmdDelete, Qt::LeftButton);
-        QCOMPARE(asked.size(), int(!where.isEmpty()));
-        if (where == "here")
-            QVERIFY2(asked[0].startsWith("R1 is open in the report form of this program."), qPrintable(asked[0]));
-        if (where == "elsewhere")
-            QVERIFY2(asked[0].startsWith("R1 is open at NRT (Pat Smith, 1234) since "), qPrintable(asked[0]));
-        QCOMPARE(listColumn(*w, ReportList::Idx).size(), anyway ? 0 : 1);
-        if (!anyway)
-            QCOMPARE(home.readReport("R1"), before);
-        else if (folder == 8)
-            QVERIFY(!QFile::exists(home.reportPath("R1")));
-        else
-            QVERIFY(home.readReport("R1").contains("\r\nAST=8\r\n"));
-        if (anyway) // what was there is among the kept versions
-            QCOMPARE(ReportVersions(home.path() + "/msg.d").list("R1").size(), 1);
-        if (form) {
-            auto *strip = form->findChild<ReportChangeStrip *>();
-            if (anyway)
-                QTRY_VERIFY_WITH_TIMEOUT(strip->isVisible(), 2000);
-            else
-                QVERIFY(!strip->isVisible());
-        }
-    }
-
     void unreadableReportsAreToldOnce()
     {
         WindowHome home;
@@ -445,6 +376,13 @@ private slots:
         QVERIFY2(asked.contains(said), qPrintable(asked));
         const QStringList ours = QDir(marks).entryList({name + "@" + QString::number(QCoreApplication::applicationPid()) + "@*"});
         QCOMPARE(ours.size(), int(choice == int(FormInUse::Choice::Edit)));
+        // Delete on the list says who has it open, there and in this program's form, and asks first.
+        QString question;
+        w->askDeleteAnyway = [&](const QString &q) { question = q; return choice == int(FormInUse::Choice::Edit); };
+        QTest::mouseClick(w->cmdDelete, Qt::LeftButton);
+        QVERIFY2(question.startsWith((choice == int(FormInUse::Choice::Cancel) ? "" : name + " is open in the report form of this program.\n")
+                                     + name + " is open at NRT (Pat Smith, 1234)"), qPrintable(question));
+        QCOMPARE(readFile(home.reportPath(name)).contains("\r\nAST=8\r\n"), choice == int(FormInUse::Choice::Edit));
         if (choice == int(FormInUse::Choice::Cancel)) {
             QTRY_VERIFY(!frmZelvatcts::current());
         } else {
