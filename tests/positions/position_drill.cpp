@@ -79,7 +79,6 @@ void answerDialogs()
                 offered << b;
         QPushButton *b = oneOf(offered);
         g_choices << b->objectName();
-        std::fprintf(stderr, "DIALOG %s\n", qPrintable(b->objectName()));
         b->click();
     } else if (auto *box = qobject_cast<QMessageBox *>(modal)) {
         box->button(QMessageBox::Yes)->click();
