@@ -354,35 +354,39 @@ private slots:
 
         // Every write replaced what its form had loaded, last written or been shown (but a restore,
         // which puts a version back over whatever stands), and every version it replaced was kept.
-        QHash<QString, int> reopened;
+        QHash<QString, QList<qint64>> reopened; // an update, a restore, an undelete of the report
         int conflicts = 0, restores = 0;
         for (int p = 0; p < 2; ++p) {
             const QList<QByteArray> lines = readFile(path(QString("position%1/writes.log").arg(p))).split('\n');
             for (int n = 0; n + 1 < lines.size(); ++n) {
-                const QList<QByteArray> f = lines[n].split('\t'); // op, choices, file, believed, replaced
-                const QString name = QString(f[2]).chopped(4), write = QString("position %1, write %2 (%3 of %4 after \"%5\")")
-                                                                          .arg(p).arg(n + 1).arg(f[0], name, f[1]);
-                QVERIFY2(f[0] == "restore" || f[3] == f[4], qPrintable(write + " went over a change it had not seen"));
-                if (f[4] != "-") {
+                const QList<QByteArray> f = lines[n].split('\t'); // time, op, choices, file, believed, replaced, written
+                const QString name = QString(f[3]).chopped(4), write = QString("position %1, write %2 (%3 of %4 after \"%5\")")
+                                                                          .arg(p).arg(n + 1).arg(f[1], name, f[2]);
+                QVERIFY2(f[1] == "restore" || f[4] == f[5], qPrintable(write + " went over a change it had not seen"));
+                const QByteArray replaced = QByteArray::fromBase64(f[5]), written = QByteArray::fromBase64(f[6]);
+                if (f[5] != "-") {
                     bool kept = false;
                     for (const QFileInfo &v : QDir(path("shared/.versions/" + name)).entryInfoList(QDir::Files))
-                        kept = kept || readFile(v.filePath()) == QByteArray::fromBase64(f[4]);
+                        kept = kept || readFile(v.filePath()) == replaced;
                     QVERIFY2(kept, qPrintable(write + ": the version it replaced was not kept"));
                 }
-                conflicts += !f[1].isEmpty();
-                restores += f[0] == "restore";
-                reopened[name] += f[0] == "restore" || f[1].contains("cmdRestore");
+                conflicts += !f[2].isEmpty();
+                restores += f[1] == "restore";
+                if (f[1] == "restore" || f[2].contains("cmdRestore") || written.count("UPDATE for ") > replaced.count("UPDATE for "))
+                    reopened[name] << f[0].toLongLong();
             }
         }
-        // A report goes out again only as an update (a line more in its details), or after the
-        // operator put an earlier version back or undeleted it.
-        QHash<QString, int> sent;
-        const QFileInfoList messages = QDir(path("outbox")).entryInfoList(QDir::Files);
+        // A report goes out again only after an update, or after the operator put an earlier
+        // version back or undeleted it: one of them lies between any two of its messages.
+        QHash<QString, qint64> lastSent;
+        const QFileInfoList messages = QDir(path("outbox")).entryInfoList(QDir::Files, QDir::Name);
         for (const QFileInfo &m : messages) {
-            const QByteArray body = readFile(m.filePath()).replace("=\r\n", "");
-            const QString event = QString(body.mid(body.indexOf("EVNT=") + 5)).section('<', 0, 0).trimmed();
-            const QString key = event + QString(" as update %1").arg(body.count("UPDATE for "));
-            QVERIFY2(++sent[key] <= 1 + reopened[event], qPrintable(key + " was sent twice"));
+            const QByteArray envelope = readFile(m.filePath());
+            const QString event = QString(envelope.mid(envelope.indexOf("EVNT=") + 5)).section('<', 0, 0).trimmed();
+            const qint64 at = m.lastModified().toMSecsSinceEpoch() * 1000000, before = lastSent.value(event, -1);
+            QVERIFY2(before < 0 || std::any_of(reopened[event].begin(), reopened[event].end(), [&](qint64 t) { return t > before && t < at; }),
+                     qPrintable(event + " was sent twice, the second time in " + m.fileName()));
+            lastSent[event] = at;
         }
         qInfo("%lld sent, %d conflicts answered, %d restores", qlonglong(messages.size()), conflicts, restores);
         QVERIFY(messages.size() >= 10 && conflicts >= 5 && restores >= 5); // the drill did reach them

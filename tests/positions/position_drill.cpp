@@ -6,8 +6,9 @@
 //
 //   position_drill PROGRAM_FOLDER SEED COUNT LOG
 //
-// LOG, a line per replacement: OP TAB CHOICES TAB NAME TAB BELIEVED TAB REPLACED, the bytes in
-// base64 ("-": no file), CHOICES the buttons of the conflict dialogs answered during the OP.
+// LOG, a line per replacement: TIME TAB OP TAB CHOICES TAB NAME TAB BELIEVED TAB REPLACED TAB
+// WRITTEN; TIME in nanoseconds since the epoch, the bytes in base64 ("-": no file), CHOICES the
+// buttons of the conflict dialogs answered during the OP.
 
 #include "dialogs/frmConflict.h"
 #include "dialogs/frmVersions.h"
@@ -31,6 +32,7 @@
 #include <QTreeWidget>
 #include <cstdio>
 #include <dlfcn.h>
+#include <ctime>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -85,17 +87,17 @@ void answerDialogs()
     }
 }
 
-// One of the three reports last written that are not deleted, so that the two positions often
+// One of the two reports last written that are not deleted, so that the two positions often
 // meet on one; or NEW, now and then, and while there are few.
 QString pickReport(const QString &messageFolder)
 {
     QStringList names;
     for (const QFileInfo &file : QDir(messageFolder).entryInfoList({"*.911"}, QDir::Files, QDir::Time)) {
         QFile report(file.filePath());
-        if (names.size() < 3 && report.open(QIODevice::ReadOnly) && !report.readAll().contains("\r\nAST=8\r\n"))
+        if (names.size() < 2 && report.open(QIODevice::ReadOnly) && !report.readAll().contains("\r\nAST=8\r\n"))
             names << file.completeBaseName();
     }
-    return names.size() < 3 || g_random.bounded(8) == 0 ? QStringLiteral("NEW") : oneOf(names);
+    return names.size() < 2 || g_random.bounded(8) == 0 ? QStringLiteral("NEW") : oneOf(names);
 }
 
 void act(frmZelvatcts *f)
@@ -144,8 +146,11 @@ extern "C" int renameat(int fromFolder, const char *from, int toFolder, const ch
     const frmZelvatcts *f = frmZelvatcts::current();
     if (g_log && f && QByteArrayView(to).endsWith(".911")) {
         const ReportConflict::Seen &seen = f->seen();
-        std::fprintf(g_log, "%s\t%s\t%s\t%s\t%s\n", g_op.constData(), qPrintable(g_choices.join(',')), to,
-                     seen.present() ? seen.bytes.toBase64().constData() : "-", fileAt(toFolder, to).constData());
+        timespec now;
+        ::clock_gettime(CLOCK_REALTIME, &now);
+        std::fprintf(g_log, "%lld\t%s\t%s\t%s\t%s\t%s\t%s\n", now.tv_sec * 1000000000LL + now.tv_nsec, g_op.constData(),
+                     qPrintable(g_choices.join(',')), to, seen.present() ? seen.bytes.toBase64().constData() : "-",
+                     fileAt(toFolder, to).constData(), fileAt(fromFolder, from).constData());
         std::fflush(g_log);
     }
     return real(fromFolder, from, toFolder, to);
