@@ -354,7 +354,7 @@ private slots:
 
         // Every write replaced what its form had loaded, last written or been shown (but a restore,
         // which puts a version back over whatever stands), and every version it replaced was kept.
-        QHash<QString, QList<qint64>> reopened; // an update, a restore, an undelete of the report
+        QHash<QString, QList<qint64>> reopened; // an update, a restore that can be sent, an undelete
         int conflicts = 0, restores = 0;
         for (int p = 0; p < 2; ++p) {
             const QList<QByteArray> lines = readFile(path(QString("position%1/writes.log").arg(p))).split('\n');
@@ -372,7 +372,8 @@ private slots:
                 }
                 conflicts += !f[2].isEmpty();
                 restores += f[1] == "restore";
-                if (f[1] == "restore" || f[2].contains("cmdRestore") || written.count("UPDATE for ") > replaced.count("UPDATE for "))
+                const bool sendable = !written.contains("\r\nAST=9\r\n") && !written.contains("\r\nAST=8\r\n");
+                if ((f[1] == "restore" && sendable) || f[2].contains("cmdRestore") || written.count("UPDATE for ") > replaced.count("UPDATE for "))
                     reopened[name] << f[0].toLongLong();
             }
         }

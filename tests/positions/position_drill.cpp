@@ -102,24 +102,27 @@ QString pickReport(const QString &messageFolder)
 
 void act(frmZelvatcts *f)
 {
-    switch (g_random.bounded(5)) {
+    switch (g_random.bounded(8)) {
     case 0:
-    case 1: // Save, or Update of a submitted report
+    case 1:
+    case 2: // Save, or Update of a submitted report
         g_op = f->cmdSave->text() == QLatin1String("Update") ? "update" : "save";
         if (f->cmdSave->isEnabled())
             f->cmdSave_Click();
         break;
-    case 2:
+    case 3:
+    case 4:
+    case 5:
         g_op = "submit";
         if (f->cmdSubmit->isEnabled())
             f->cmdSubmit_Click();
         break;
-    case 3:
+    case 6:
         g_op = "delete";
         if (f->cmdDelete->isEnabled())
             f->cmdDelete_Click();
         break;
-    case 4: { // an earlier version put back
+    case 7: { // an earlier version put back
         g_op = "restore";
         f->cmdVersions->click();
         const QList<frmVersions *> shown = f->findChildren<frmVersions *>();
