@@ -135,6 +135,8 @@ public:
     void lookForChange();
     void compareWithFile();
     void takeTheirs();
+    // The report's file as the form loaded or last wrote it: what its next write expects to replace.
+    const ReportConflict::Seen &seen() const { return m_seen; }
 
 signals:
     // The record was written to disk (after Save, Update, Delete, and both saves of a submission).

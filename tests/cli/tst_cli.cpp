@@ -329,6 +329,71 @@ private slots:
         QVERIFY2(failed.code == 1 && failed.err.contains("Link Test to Tndirect failed."), failed.err.constData());
     }
 
+#ifdef POSITION_DRILL
+    void twoPositionsOnOneFolder()
+    {
+        // Two positions (processes, each its own program folder and location ID) work at random
+        // on one message folder through real report forms, sending to one tndirect-sim.
+        constexpr int kOperations = 150; // each; the 500 of a longer drill take minutes on two cores
+        QProcess sim;
+        useServer(sim, "normal", path("outbox"));
+        const QByteArray port = readFile(path("Zelvatcts.ini")).split('=').last().trimmed();
+        QVERIFY(QDir().mkpath(path("shared")));
+        QProcess drills[2];
+        for (int p = 0; p < 2; ++p) {
+            const QString home = path(QString("position%1").arg(p));
+            QVERIFY(QDir().mkpath(home) && QFile::link(path("shared"), home + "/msg.d"));
+            writeFile(home + "/Zelvatcts.ini", "[GENERAL OPTIONS]\r\nUid=KN" + QByteArray::number(p) + "ABC\r\nLoc=EOC\r\nLid="
+                                                   + QByteArray(p ? "NRT" : "SPF") + "\r\nEno=9110\r\nPrt=" + port + "\r\n");
+            drills[p].setProcessChannelMode(QProcess::MergedChannels);
+            drills[p].start(POSITION_DRILL, {home, QString::number(7 + p), QString::number(kOperations), home + "/writes.log"});
+        }
+        for (QProcess &d : drills)
+            QVERIFY2(d.waitForFinished(60000) && d.exitStatus() == QProcess::NormalExit && d.exitCode() == 0, d.readAll().constData());
+        stop(sim);
+
+        // Every write replaced what its form had loaded, last written or been shown (but a restore,
+        // which puts a version back over whatever stands), and every version it replaced was kept.
+        QHash<QString, QList<qint64>> reopened; // an Update, a restore that can be sent, an undelete
+        int conflicts = 0, restores = 0;
+        for (int p = 0; p < 2; ++p) {
+            const QList<QByteArray> lines = readFile(path(QString("position%1/writes.log").arg(p))).split('\n');
+            for (int n = 0; n + 1 < lines.size(); ++n) {
+                const QList<QByteArray> f = lines[n].split('\t'); // time, op, choices, file, believed, replaced, written
+                const QString name = QString(f[3]).chopped(4), write = QString("position %1, write %2 (%3 of %4 after \"%5\")")
+                                                                          .arg(p).arg(n + 1).arg(f[1], name, f[2]);
+                QVERIFY2(f[1] == "restore" || f[4] == f[5], qPrintable(write + " went over a change it had not seen"));
+                const QByteArray replaced = QByteArray::fromBase64(f[5]), written = QByteArray::fromBase64(f[6]);
+                if (f[5] != "-") {
+                    bool kept = false;
+                    for (const QFileInfo &v : QDir(path("shared/.versions/" + name)).entryInfoList(QDir::Files))
+                        kept = kept || readFile(v.filePath()) == replaced;
+                    QVERIFY2(kept, qPrintable(write + ": the version it replaced was not kept"));
+                }
+                conflicts += !f[2].isEmpty();
+                restores += f[1] == "restore";
+                const bool sendable = !written.contains("\r\nAST=9\r\n") && !written.contains("\r\nAST=8\r\n");
+                if ((f[1] == "restore" && sendable) || f[1] == "update" || f[2].contains("cmdUpdate") || f[2].contains("cmdRestore"))
+                    reopened[name] << f[0].toLongLong();
+            }
+        }
+        // A report goes out again only after an update, or after the operator put an earlier
+        // version back or undeleted it: one of them lies between any two of its messages.
+        QHash<QString, qint64> lastSent;
+        const QFileInfoList messages = QDir(path("outbox")).entryInfoList(QDir::Files, QDir::Name);
+        for (const QFileInfo &m : messages) {
+            const QByteArray envelope = readFile(m.filePath());
+            const QString event = QString(envelope.mid(envelope.indexOf("EVNT=") + 5)).section('<', 0, 0).trimmed();
+            const qint64 at = m.lastModified().toMSecsSinceEpoch() * 1000000, before = lastSent.value(event, -1);
+            QVERIFY2(before < 0 || std::any_of(reopened[event].begin(), reopened[event].end(), [&](qint64 t) { return t > before && t < at; }),
+                     qPrintable(event + " was sent twice, the second time in " + m.fileName()));
+            lastSent[event] = at;
+        }
+        qInfo("%lld sent, %d conflicts answered, %d restores", qlonglong(messages.size()), conflicts, restores);
+        QVERIFY(messages.size() >= 10 && conflicts >= 2 && restores >= 5); // the drill did reach them
+    }
+#endif
+
 #ifdef FAULTFS
     void clientUnderFaults_data()
     {
