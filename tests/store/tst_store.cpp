@@ -185,10 +185,13 @@ private slots:
         QCOMPARE(home.readReport(name), before);
         QVERIFY(capture.notices.value(0).text.startsWith("Tn911:Fadd, Step=2\r\nProblems saving '" + path + "', please try again\r\nError="));
         QVERIFY(capture.events.size() == 1 && capture.events[0].endsWith("; Tn911:Fadd, FileName = " + path + ", Step = 2"));
-        for (const char *eid : {"../escape", "a/b", "", "a..b"}) {
+        // ... and so are the names Windows positions on a shared folder could not open.
+        for (const char *eid : {"../escape", "a/b", "", "a..b", "CON", "nul.1", "Com3", "a:b", "a?b", "a|b"}) {
             m.setEID(eid);
-            QVERIFY(!m.Fadd());
+            QVERIFY2(!m.Fadd(), eid);
         }
+        m.setEID("CONSOLE1");
+        QVERIFY(m.Fadd());
         writeFile(home.path() + "/outside.911", "CTY=Secret\r\n");
         QVERIFY(!m.Load("../outside"));
         QCOMPARE(m.CTY(), QString());
