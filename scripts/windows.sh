@@ -36,7 +36,13 @@ version=$(sed -n 's/^    VERSION \([0-9][0-9.]*\)$/\1/p' CMakeLists.txt | head -
 portable="$build/Zelvatcts"
 rm -rf "$portable"
 mkdir -p "$portable/platforms" "$portable/styles" "$portable/docs"
-cp "$build/src/Zelvatcts.exe" "$build/tools/cli/zelvatcts-cli.exe" "$build/tools/loopback/tndirect-sim.exe" "$portable/"
+# (Qt's project set-up puts a Windows build's programs at the top of the build folder, beside
+# their DLLs; found by name wherever they are.)
+for exe in Zelvatcts zelvatcts-cli tndirect-sim; do
+  found=$(find "$build" -path "$portable" -prune -o -name "$exe.exe" -type f -print | head -1)
+  [ -n "$found" ] || { echo "$exe.exe was not built in $build" >&2; exit 1; }
+  cp "$found" "$portable/"
+done
 for dll in Qt6Core Qt6Gui Qt6Widgets Qt6Network Qt6PrintSupport; do cp "$qt/bin/$dll.dll" "$portable/"; done
 cp "$qt/plugins/platforms/qwindows.dll" "$portable/platforms/"
 cp "$qt/plugins/styles/qwindowsvistastyle.dll" "$portable/styles/"

@@ -51,7 +51,7 @@ RunError notRegular(const QString &path, Kind kind)
                           native(path) + QStringLiteral(" is ") + describe(kind) + QStringLiteral(", not a regular file"));
 }
 
-RunError tooLarge(const QString &path, qint64 maxBytes)
+[[maybe_unused]] RunError tooLarge(const QString &path, qint64 maxBytes)
 {
     return RunError::make(RunError::InvalidFileFormat,
                           native(path) + QStringLiteral(" is larger than %1 bytes, more than a file of its kind can be").arg(maxBytes));
