@@ -61,7 +61,7 @@ done | sort -u | while read -r dll; do
       ws2_32.dll|winmm.dll|imm32.dll|uxtheme.dll|dwmapi.dll|shlwapi.dll|version.dll|winspool.drv| \
       netapi32.dll|userenv.dll|iphlpapi.dll|dnsapi.dll|crypt32.dll|bcrypt.dll|secur32.dll|mpr.dll| \
       msvcrt.dll|d3d9.dll|d3d11.dll|dxgi.dll|dwrite.dll|d2d1.dll|opengl32.dll|setupapi.dll|wtsapi32.dll| \
-      authz.dll|ntdll.dll|api-ms-win-*|comctl32.dll|rpcrt4.dll|shcore.dll|ncrypt.dll|wininet.dll) ;;
+      authz.dll|ntdll.dll|api-ms-win-*|comctl32.dll|rpcrt4.dll|shcore.dll|ncrypt.dll|wininet.dll|winhttp.dll) ;;
       *) echo "$dll" ;;
     esac
 done)
