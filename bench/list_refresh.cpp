@@ -15,6 +15,7 @@
 // reads a file again at every refill while its modification time is within a few seconds of now.
 
 #include "app/frmZelvatmain.h"
+#include "common/Files.h"
 #include "common/SampleReport.h"
 #include "store/SharedFolder.h"
 #include "support/SafeFile.h"
@@ -31,8 +32,6 @@
 #include <QTemporaryDir>
 #include <algorithm>
 #include <cstdio>
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <vector>
 
 namespace {
@@ -57,10 +56,8 @@ qint64 peakKb()
 // Every file's modification time set to `secondsAgo` before `from` (now by default).
 void dateBack(const QStringList &paths, qint64 secondsAgo, qint64 from = QDateTime::currentSecsSinceEpoch())
 {
-    const timespec when{time_t(from - secondsAgo), 0};
-    const timespec times[2] = {when, when};
     for (const QString &path : paths)
-        ::utimensat(AT_FDCWD, QFile::encodeName(path).constData(), times, 0);
+        TestFiles::setModifiedNs(path, (from - secondsAgo) * 1000000000);
 }
 
 QStringList makeReports(const QString &folder, int count)

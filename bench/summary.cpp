@@ -4,6 +4,7 @@
 // folder watch names it): the catalog's part and the summary's own. Prints, last, the summary's
 // refresh after one change (median), the figure its target is stated in.
 
+#include "common/Files.h"
 #include "common/SampleReport.h"
 #include "store/ReportCatalog.h"
 #include "store/SituationSummary.h"
@@ -17,8 +18,6 @@
 #include <QTemporaryDir>
 #include <algorithm>
 #include <cstdio>
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <vector>
 
 namespace {
@@ -61,10 +60,8 @@ int main(int argc, char *argv[])
         f.write(m.fileContent(QStringLiteral("1.0.0/26320:143207")));
     }
     // Dated an hour back, as reports written earlier are: the catalog trusts them at once.
-    const timespec when{time_t(QDateTime::currentSecsSinceEpoch() - 3600), 0};
-    const timespec times[2] = {when, when};
     for (const QString &path : paths)
-        ::utimensat(AT_FDCWD, QFile::encodeName(path).constData(), times, 0);
+        TestFiles::dateBack(path, 3600);
 
     ReportCatalog catalog(dir.path());
     catalog.refresh();

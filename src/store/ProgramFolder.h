@@ -9,7 +9,8 @@
 namespace ProgramFolder {
 
 // The executable's folder when it is writable and not the installed programs' folder (a
-// portable installation beside the suite); otherwise the per-user data folder.
+// portable installation beside the suite; on Windows one with no "Zelvatcts.installed" marker,
+// which the installer leaves); otherwise the per-user data folder.
 QString resolve(const QString &executableFolder);
 
 // Creates the folder with its "msg.d" and "logs" sub-folders where missing. False, with the

@@ -14,6 +14,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QRegularExpression>
 #include <algorithm>
 #include <optional>
 
@@ -160,6 +161,17 @@ QString ZelvatMsg::nameProblem(const QString &name)
         if (c.unicode() < 0x20 || c.unicode() == 0x7F)
             return QStringLiteral("the name \"%1\" holds a control character").arg(n);
     }
+    // The folder may be shared with positions on Windows, whose file names cannot hold these
+    // characters nor begin with a device's name (CON.911 is the console there, not a file).
+    static const QString forbidden = QStringLiteral(":*?\"<>|");
+    for (QChar c : n) {
+        if (forbidden.contains(c))
+            return QStringLiteral("the name \"%1\" holds \"%2\", which Windows does not allow in a file name").arg(n, c);
+    }
+    static const QRegularExpression device(QStringLiteral("^(CON|PRN|AUX|NUL|COM[1-9]|LPT[1-9])(\\.|$)"),
+                                           QRegularExpression::CaseInsensitiveOption);
+    if (device.match(n).hasMatch())
+        return QStringLiteral("the name \"%1\" is a device name on Windows (CON, PRN, AUX, NUL, COM1-9, LPT1-9)").arg(n);
     return {};
 }
 

@@ -18,6 +18,9 @@
 #include <QDirIterator>
 #include <QSaveFile>
 #endif
+#ifdef Q_OS_WIN
+#include "support/WindowsFiles.h"
+#endif
 
 namespace SafeFile {
 
@@ -48,7 +51,7 @@ RunError notRegular(const QString &path, Kind kind)
                           native(path) + QStringLiteral(" is ") + describe(kind) + QStringLiteral(", not a regular file"));
 }
 
-RunError tooLarge(const QString &path, qint64 maxBytes)
+[[maybe_unused]] RunError tooLarge(const QString &path, qint64 maxBytes)
 {
     return RunError::make(RunError::InvalidFileFormat,
                           native(path) + QStringLiteral(" is larger than %1 bytes, more than a file of its kind can be").arg(maxBytes));
@@ -484,15 +487,19 @@ Kind kindOf(const QString &path)
 bool readAll(const QString &path, qint64 maxBytes, QByteArray *bytes, RunError *error)
 {
     bytes->clear();
-    QFile file(path);
     if (!acceptable(kindOf(path), false, path, error))
         return false;
+#ifdef Q_OS_WIN
+    return WindowsFiles::read(path, maxBytes, bytes, error);
+#else
+    QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
         return fail(error, RunError::fromFile(file));
     if (file.size() > maxBytes)
         return fail(error, tooLarge(path, maxBytes));
     *bytes = file.readAll();
     return file.error() == QFileDevice::NoError || fail(error, RunError::fromFile(file));
+#endif
 }
 
 Folder::Folder(const QString &path)
@@ -550,18 +557,29 @@ bool Folder::lookUp(const QString &fileName, Entry *entry) const
     entry->kind = kindOf(info.filePath());
     entry->size = entry->kind == Kind::Regular ? info.size() : -1;
     entry->modifiedNs = info.lastModified().toMSecsSinceEpoch() * 1000000;
+#ifdef Q_OS_WIN
+    // The file index stands for the inode, and the write time is kept to 100 ns.
+    qint64 size = 0;
+    if (entry->kind == Kind::Regular)
+        WindowsFiles::identity(info.filePath(), &entry->inode, &entry->modifiedNs, &size);
+#endif
     return true;
 }
 
-bool writeAtomically(const QString &path, const QByteArray &bytes, RunError *error, Flush)
+bool writeAtomically(const QString &path, const QByteArray &bytes, RunError *error, Flush flush)
 {
-    QSaveFile file(path);
-    file.setDirectWriteFallback(false);
     if (!acceptable(kindOf(path), true, path, error))
         return false;
+#ifdef Q_OS_WIN
+    return WindowsFiles::replace(path, bytes, flush == Flush::Now, error);
+#else
+    Q_UNUSED(flush);
+    QSaveFile file(path);
+    file.setDirectWriteFallback(false);
     if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit())
         return fail(error, RunError::fromFile(file));
     return true;
+#endif
 }
 
 bool moveNew(const QString &from, const QString &to, RunError *error)

@@ -364,6 +364,10 @@ private slots:
 
     void everyWindowAtItsDefaultSize()
     {
+#ifdef Q_OS_WIN
+        if (QGuiApplication::platformName() == QLatin1String("offscreen"))
+            QSKIP("the offscreen platform on Windows measures text in stand-in fonts, not Windows' own");
+#endif
         QFETCH(int, tab);
         WindowHome home;
         ServerSession session(&home.station());
