@@ -335,9 +335,9 @@ private slots:
         const QString path = home.path() + "/msg.d/" + where, elsewhere = home.path() + "/elsewhere";
         QVERIFY(QDir().mkpath(elsewhere) && QDir().mkpath(QFileInfo(path).path()));
         if (thing == "link")
-            QVERIFY(QFile::link(elsewhere, path));
+            MAKE_LINK_OR_SKIP(elsewhere, path);
         else if (thing == "fifo")
-            QCOMPARE(::mkfifo(QFile::encodeName(path).constData(), 0600), 0);
+            MAKE_FIFO_OR_SKIP(path);
         else
             writeFile(path, "x");
         ZelvatMsg m(home.path());
@@ -358,8 +358,8 @@ private slots:
         const QString folder = home.path() + "/msg.d/.versions/R1/";
         QVERIFY(QDir().mkpath(folder));
         writeFile(home.path() + "/secret", "EID=S\r\nAST=9\r\n");
-        QVERIFY(QFile::link(home.path() + "/secret", folder + "20260101T000000000-00"));
-        QCOMPARE(::mkfifo(QFile::encodeName(folder + "20260101T000000000-01").constData(), 0600), 0);
+        MAKE_LINK_OR_SKIP(home.path() + "/secret", folder + "20260101T000000000-00");
+        MAKE_FIFO_OR_SKIP(folder + "20260101T000000000-01");
         writeFile(folder + "notes.txt", "x");
         writeFile(folder + "20260101T000000000-02", "EID=R1\r\nAST=2\r\n");
         ReportVersions versions(home.path() + "/msg.d");
@@ -1149,9 +1149,9 @@ private slots:
         const QByteArray line = "Pat Smith\t1234\tNRT\t" + host.toUtf8() + "\t" + QByteArray::number(pid) + "\n2024-05-01T14:02:00.000Z\n";
         if (kind == "link") {
             writeFile(m_dir->path() + "/outside", line);
-            QVERIFY(QFile::link(m_dir->path() + "/outside", file));
+            MAKE_LINK_OR_SKIP(m_dir->path() + "/outside", file);
         } else if (kind == "fifo") {
-            QCOMPARE(::mkfifo(QFile::encodeName(file).constData(), 0600), 0);
+            MAKE_FIFO_OR_SKIP(file);
         } else {
             writeFile(file, kind == "garbage" ? QByteArray("\x01\x02 not a mark\n") : line);
         }
