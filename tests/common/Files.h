@@ -110,5 +110,5 @@ inline bool makeFifo([[maybe_unused]] const QString &path)
 #define MAKE_LINK_OR_SKIP(target, path) \
     do { if (!TestFiles::makeLink(target, path)) QSKIP("this account cannot make a symbolic link here (Wine makes none)"); } while (false)
 #define MAKE_FIFO_OR_SKIP(path) \
-    do { Q_UNUSED(path); QSKIP("Windows has no named pipes (FIFOs) in its file system"); } while (false)
+    do { Q_UNUSED((path)); QSKIP("Windows has no named pipes (FIFOs) in its file system"); } while (false)
 #endif
