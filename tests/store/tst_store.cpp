@@ -1133,7 +1133,12 @@ private slots:
         const QString folder = m_dir->path() + "/msg.d", marks = folder + "/.inuse";
         QVERIFY(QDir().mkpath(marks));
         QProcess child;
+#ifdef Q_OS_WIN
+        // A program that runs until it is stopped: the loopback server, on a port of its own.
+        child.start(QStringLiteral(TNDIRECT_SIM), {"--port", "0", "--outbox", QDir::tempPath()});
+#else
         child.start("sleep", {"30"});
+#endif
         QVERIFY(child.waitForStarted());
         qint64 pid = child.processId();
         QString host = Position::current().host;
