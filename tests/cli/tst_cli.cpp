@@ -59,8 +59,10 @@ private slots:
         QVERIFY2(row.match(QString(history[0])).captured(2) == "Draft" && row.match(QString(history[1])).captured(2) == "Deleted",
                  history.join('|').constData());
         const QString token = row.match(QString(history[0])).captured(1);
-        const Result unknown = run({"restore", eid, "20200101T000000000-00"});
-        QVERIFY(unknown.code == 2 && unknown.err.contains("is no kept version") && !QFile::exists(path("msg.d/" + eid + ".911")));
+        for (const QString &bad : {QString("20200101T000000000-00"), "../" + QString(eid)}) { // never kept; outside the versions
+            const Result unknown = run({"restore", eid, bad});
+            QVERIFY2(unknown.code == 2 && unknown.err.contains("is no kept version") && !QFile::exists(path("msg.d/" + eid + ".911")), unknown.err.constData());
+        }
         QCOMPARE(run({"restore", eid, token}).code, 0);
         QCOMPARE(readFile(path("msg.d/" + eid + ".911")), file);
         QCOMPARE(run({"list", "draft"}).out.count('\n'), 2);

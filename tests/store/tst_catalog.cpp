@@ -391,48 +391,6 @@ private slots:
                  QString("SPF-2 Person Down (11/15 15:00, Ready)"));
     }
 
-    void reportsNumbered911_data()
-    {
-        QTest::addColumn<QString>("fileName");
-        QTest::addColumn<QString>("listed"); // null: left out of the list
-        QTest::newRow("event number 911") << "ABC26001.911.911" << "ABC26001.911";
-        QTest::newRow("event number 9110") << "ABC26001.9110.911" << "ABC26001.9110";
-        QTest::newRow("event number 9119") << "ABC26001.9119.911" << "ABC26001.9119";
-        QTest::newRow("only the extension") << ".911" << QString();
-        QTest::newRow("blanks and the extension") << "  .911" << QString();
-    }
-
-    void reportsNumbered911()
-    {
-        // Only the trailing ".911" is the file's type: the list, the catalog, its index and the
-        // export (which leaves out what cannot be read) show the report under the rest of the name.
-        QFETCH(QString, fileName);
-        QFETCH(QString, listed);
-        ProgramHome home;
-        Capture capture;
-        const QString other = SampleReport::save(home.path(), {}, 1), file = home.path() + "/msg.d/" + fileName;
-        writeFile(file, SampleReport::make(".", 2).fileContent("1.0.0/26320:140500").replace("EID=ABC26320.000002", "EID=" + listed.toLatin1()));
-        age(file, 2);
-        age(home.reportPath(other), 1);
-        const QStringList names = listed.isNull() ? QStringList{other} : QStringList{listed, other};
-        ZelvatMsg reader(home.path());
-        QStringList found = reader.fileNames(), exported;
-        for (const QStringList &r : rowsOf(ReportCsv::fromFolder(reader, 0).bytes).mid(1))
-            exported << r[0];
-        found.sort();
-        exported.sort();
-        QCOMPARE(found + exported, names + names);
-        QCOMPARE(capture.events.contains("Tn911:BuildFileList, detected, excluded an extent-only '.911' file"), listed.isNull());
-        RunError error;
-        ReportCatalog catalog(home.path()), again(home.path());
-        catalog.refresh();
-        QCOMPARE(catalog.slotOf(fileName) >= 0 ? catalog.name(catalog.slotOf(fileName)) : QString(), listed);
-        QVERIFY(catalog.saveIndex(&error) && again.loadIndex()); // the index takes the name back as kept
-        again.refresh();
-        QCOMPARE(again.filesRead(), 0);
-        QCOMPARE(held(again), fullRead(home.path()));
-    }
-
     void lookCostsWhatChanged_data()
     {
         QTest::addColumn<QString>("change");

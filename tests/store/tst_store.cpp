@@ -288,32 +288,6 @@ private slots:
         QVERIFY(capture.notices.isEmpty());
     }
 
-    void restoreVersion()
-    {
-        // Byte for byte, keeping what it replaces; a token never kept changes nothing.
-        ProgramHome home;
-        home.writeReport("R1", "EID=R1\r\nAST=6\r\nCTY=First\r\n");
-        ZelvatMsg m(home.path());
-        QVERIFY(m.Load("R1") && (m.setCTY("Second"), m.Fadd()));
-        const QByteArray second = home.readReport("R1");
-        ReportVersions versions(home.path() + "/msg.d");
-        const QString first = versions.list("R1").value(0).token;
-        RunError error;
-        for (const QString &bad : {QString("20200101T000000000-00"), QString("../R1"), QString()}) {
-            QVERIFY(!versions.restore("R1", bad, &error));
-            QCOMPARE(error.number, int(RunError::FileNotFound));
-        }
-        QCOMPARE(versions.list("R1").size(), 1);
-        QCOMPARE(home.readReport("R1"), second);
-        QVERIFY(versions.restore("R1", first, &error));
-        QCOMPARE(home.readReport("R1"), QByteArray("EID=R1\r\nAST=6\r\nCTY=First\r\n"));
-        const QList<ReportVersions::Version> after = versions.list("R1");
-        QByteArray bytes;
-        QVERIFY(after.size() == 2 && versions.read("R1", after[1].token, &bytes, nullptr));
-        QCOMPARE(bytes, second);
-        QCOMPARE(after[1].station, Position::current().describe()); // the writer's note
-    }
-
     void versionsFolderThatIsNoFolder_data()
     {
         QTest::addColumn<QString>("where"); // .versions or .versions/R1
