@@ -4,6 +4,7 @@
 #include "store/RepeatCallers.h"
 #include "store/ReportCatalog.h"
 #include "store/ZelvatMsg.h"
+#include "ui/LinkButton.h"
 #include "support/CommonConst.h"
 #include "support/DatetimeLib.h"
 #include "support/Platform.h"
@@ -85,17 +86,9 @@ void RepeatCallerStrip::lookUp(const QString &address, const QString &phone, con
         caption->setObjectName(QStringLiteral("lblEarlierCaption"));
         parts << caption;
         for (const Shown &n : line.named) {
-            auto *link = new QPushButton(n.text, this);
+            auto *link = makeLinkButton(n.text, line.lead.chopped(1) + QStringLiteral("; opens the report read-only"), this);
             link->setObjectName(QStringLiteral("cmdEarlierCall"));
-            link->setFlat(true);
-            link->setCursor(Qt::PointingHandCursor);
-            link->setFocusPolicy(Qt::TabFocus); // reached by Tab; a click leaves the focus where it was
-            link->setForegroundRole(QPalette::Link);
-            QFont underlined = link->font();
-            underlined.setUnderline(true);
-            link->setFont(underlined);
             link->setAccessibleName(n.spoken);
-            link->setAccessibleDescription(line.lead.chopped(1) + QStringLiteral("; opens the report read-only"));
             link->setToolTip(n.spoken);
             connect(link, &QPushButton::clicked, this, [this, name = n.name] { openReport(name); });
             m_links << link;

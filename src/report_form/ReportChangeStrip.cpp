@@ -1,27 +1,10 @@
 #include "report_form/ReportChangeStrip.h"
 
+#include "ui/LinkButton.h"
+
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
-
-namespace {
-
-QPushButton *makeLink(const QString &text, const QString &description, QWidget *parent)
-{
-    auto *link = new QPushButton(text, parent);
-    link->setFlat(true);
-    link->setCursor(Qt::PointingHandCursor);
-    link->setFocusPolicy(Qt::TabFocus); // reached by Tab; a click leaves the focus where it was
-    link->setForegroundRole(QPalette::Link);
-    QFont underlined = link->font();
-    underlined.setUnderline(true);
-    link->setFont(underlined);
-    link->setAccessibleDescription(description);
-    link->setToolTip(description);
-    return link;
-}
-
-} // namespace
 
 ReportChangeStrip::ReportChangeStrip(QWidget *parent)
     : QFrame(parent)
@@ -36,9 +19,9 @@ ReportChangeStrip::ReportChangeStrip(QWidget *parent)
     row->setContentsMargins(8, 2, 8, 2);
     lblChangedText = new QLabel(this);
     lblChangedText->setObjectName(QStringLiteral("lblChangedText"));
-    cmdCompare = makeLink(QStringLiteral("Compare"), QStringLiteral("Shows their version beside yours"), this);
+    cmdCompare = makeLinkButton(QStringLiteral("Compare"), QStringLiteral("Shows their version beside yours"), this);
     cmdCompare->setObjectName(QStringLiteral("cmdCompareChanged"));
-    cmdTakeTheirs = makeLink(QStringLiteral("Take Theirs"),
+    cmdTakeTheirs = makeLinkButton(QStringLiteral("Take Theirs"),
                              QStringLiteral("Shows their version in the form; your input is kept among the closed reports"), this);
     cmdTakeTheirs->setObjectName(QStringLiteral("cmdTakeTheirsChanged"));
     row->addWidget(lblChangedText);
