@@ -10,6 +10,7 @@
 // WRITTEN; TIME in nanoseconds since the epoch, the bytes in base64 ("-": no file), CHOICES the
 // buttons of the conflict dialogs answered during the OP.
 
+#include "common/Capture.h"
 #include "dialogs/frmConflict.h"
 #include "dialogs/frmVersions.h"
 #include "report_form/FormInUse.h"
@@ -17,24 +18,20 @@
 #include "settings/ZelvatIni.h"
 #include "store/ProgramFolder.h"
 #include "store/ReportVersions.h"
-#include "support/Platform.h"
 
 #include <QApplication>
 #include <QDir>
-#include <QLineEdit>
 #include <QMessageBox>
-#include <QPlainTextEdit>
+#include <QMetaProperty>
 #include <QPushButton>
 #include <QRandomGenerator>
 #include <QStandardPaths>
 #include <QTest>
 #include <QTimer>
 #include <QTreeWidget>
+#include <chrono>
 #include <cstdio>
 #include <dlfcn.h>
-#include <ctime>
-#include <fcntl.h>
-#include <unistd.h>
 
 namespace {
 
@@ -43,17 +40,11 @@ QByteArray g_op;
 QStringList g_choices;
 QRandomGenerator g_random;
 
+// The file NAME in the folder open as FOLDER, in base64; "-" if there is none.
 QByteArray fileAt(int folder, const char *name)
 {
-    const int fd = ::openat(folder, name, O_RDONLY | O_NOFOLLOW | O_CLOEXEC);
-    if (fd < 0)
-        return "-";
-    QByteArray bytes;
-    char buffer[4096];
-    for (ssize_t n; (n = ::read(fd, buffer, sizeof buffer)) > 0;)
-        bytes.append(buffer, n);
-    ::close(fd);
-    return bytes.toBase64();
+    QFile file(QStringLiteral("/proc/self/fd/%1/%2").arg(folder).arg(QString::fromLocal8Bit(name)));
+    return file.open(QIODevice::ReadOnly) ? file.readAll().toBase64() : QByteArray("-");
 }
 
 template <typename T>
@@ -62,12 +53,10 @@ T oneOf(const QList<T> &list)
     return list[g_random.bounded(int(list.size()))];
 }
 
+// A line or a text box of the form gets TEXT, through the property that holds what it shows.
 void put(QWidget *box, const QString &text)
 {
-    if (auto *line = qobject_cast<QLineEdit *>(box))
-        line->setText(text);
-    else
-        static_cast<QPlainTextEdit *>(box)->setPlainText(text);
+    box->metaObject()->userProperty().write(box, text);
 }
 
 // The conflict dialog gets a button it offers, at random; the restore's question gets Yes.
@@ -75,10 +64,8 @@ void answerDialogs()
 {
     QWidget *modal = QApplication::activeModalWidget();
     if (auto *d = qobject_cast<frmConflict *>(modal)) {
-        QList<QPushButton *> offered;
-        for (QPushButton *b : {d->cmdTakeTheirs, d->cmdKeepMine, d->cmdUpdate, d->cmdRestore, d->cmdCancel})
-            if (b && b->isVisibleTo(d))
-                offered << b;
+        QList<QPushButton *> offered{d->cmdTakeTheirs, d->cmdKeepMine, d->cmdUpdate, d->cmdRestore, d->cmdCancel};
+        offered.removeIf([d](const QPushButton *b) { return !b || !b->isVisibleTo(d); });
         QPushButton *b = oneOf(offered);
         g_choices << b->objectName();
         b->click();
@@ -92,50 +79,29 @@ void answerDialogs()
 QString pickReport(const QString &messageFolder)
 {
     QStringList names;
-    for (const QFileInfo &file : QDir(messageFolder).entryInfoList({"*.911"}, QDir::Files, QDir::Time)) {
-        QFile report(file.filePath());
-        if (names.size() < 2 && report.open(QIODevice::ReadOnly) && !report.readAll().contains("\r\nAST=8\r\n"))
+    for (const QFileInfo &file : QDir(messageFolder).entryInfoList({"*.911"}, QDir::Files, QDir::Time))
+        if (names.size() < 2 && !readFile(file.filePath()).contains("\r\nAST=8\r\n"))
             names << file.completeBaseName();
-    }
     return names.size() < 2 || g_random.bounded(8) == 0 ? QStringLiteral("NEW") : oneOf(names);
 }
 
+// Save (Update, once submitted) or Submit, three times in eight each; Delete, or an earlier
+// version put back, once. A button that is not enabled does nothing.
 void act(frmZelvatcts *f)
 {
-    switch (g_random.bounded(8)) {
-    case 0:
-    case 1:
-    case 2: // Save, or Update of a submitted report
-        g_op = f->cmdSave->text() == QLatin1String("Update") ? "update" : "save";
-        if (f->cmdSave->isEnabled())
-            f->cmdSave_Click();
-        break;
-    case 3:
-    case 4:
-    case 5:
-        g_op = "submit";
-        if (f->cmdSubmit->isEnabled())
-            f->cmdSubmit_Click();
-        break;
-    case 6:
-        g_op = "delete";
-        if (f->cmdDelete->isEnabled())
-            f->cmdDelete_Click();
-        break;
-    case 7: { // an earlier version put back
-        g_op = "restore";
-        f->cmdVersions->click();
-        const QList<frmVersions *> shown = f->findChildren<frmVersions *>();
-        const QPointer<frmVersions> v = shown.isEmpty() ? nullptr : shown.last();
-        if (v && v->lstVersions->topLevelItemCount() > 0) {
-            v->lstVersions->setCurrentItem(v->lstVersions->topLevelItem(g_random.bounded(v->lstVersions->topLevelItemCount())));
-            v->cmdRestore_Click();
-        }
-        if (v)
-            v->close();
-        break;
+    QPushButton *const button = oneOf(QList{f->cmdSave, f->cmdSave, f->cmdSave, f->cmdSubmit, f->cmdSubmit, f->cmdSubmit,
+                                            f->cmdDelete, f->cmdVersions});
+    const bool restore = button == f->cmdVersions;
+    g_op = restore ? QByteArray("restore") : button->text().toLower().toLatin1();
+    button->click();
+    const QList<frmVersions *> shown = restore ? f->findChildren<frmVersions *>() : QList<frmVersions *>();
+    const QPointer<frmVersions> v = shown.isEmpty() ? nullptr : shown.last();
+    if (v && v->lstVersions->topLevelItemCount() > 0) {
+        v->lstVersions->setCurrentItem(v->lstVersions->topLevelItem(g_random.bounded(v->lstVersions->topLevelItemCount())));
+        v->cmdRestore_Click();
     }
-    }
+    if (v)
+        v->close();
 }
 
 } // namespace
@@ -144,14 +110,12 @@ void act(frmZelvatcts *f)
 // witness of each replacement is taken just before it.
 extern "C" int renameat(int fromFolder, const char *from, int toFolder, const char *to) noexcept
 {
-    using Real = int (*)(int, const char *, int, const char *);
-    static const auto real = reinterpret_cast<Real>(dlsym(RTLD_NEXT, "renameat"));
+    static const auto real = reinterpret_cast<decltype(&renameat)>(dlsym(RTLD_NEXT, "renameat"));
     const frmZelvatcts *f = frmZelvatcts::current();
     if (g_log && f && QByteArrayView(to).endsWith(".911")) {
         const ReportConflict::Seen &seen = f->seen();
-        timespec now;
-        ::clock_gettime(CLOCK_REALTIME, &now);
-        std::fprintf(g_log, "%lld\t%s\t%s\t%s\t%s\t%s\t%s\n", now.tv_sec * 1000000000LL + now.tv_nsec, g_op.constData(),
+        const auto now = std::chrono::system_clock::now().time_since_epoch();
+        std::fprintf(g_log, "%lld\t%s\t%s\t%s\t%s\t%s\t%s\n", qlonglong(std::chrono::nanoseconds(now).count()), g_op.constData(),
                      qPrintable(g_choices.join(',')), to, seen.present() ? seen.bytes.toBase64().constData() : "-",
                      fileAt(toFolder, to).constData(), fileAt(fromFolder, from).constData());
         std::fflush(g_log);
@@ -172,12 +136,9 @@ int main(int argc, char *argv[])
     if (!station.load())
         return 2;
     ReportVersions::setLimits({ReportVersions::MaxCount, ReportVersions::MaxDays}); // none goes in a drill
-    struct Quiet : Notifier {
-        void show(const Notice &) override {}
-    } quiet;
-    ScopedNotifier scoped(&quiet);
+    Capture quiet; // what the forms say to the operator and the event log
     FormInUse::ask() = [](QWidget *, const QString &) {
-        return oneOf(QList{FormInUse::Choice::Edit, FormInUse::Choice::Edit, FormInUse::Choice::Edit, FormInUse::Choice::ReadOnly});
+        return g_random.bounded(4) ? FormInUse::Choice::Edit : FormInUse::Choice::ReadOnly;
     };
     QTimer answering;
     QObject::connect(&answering, &QTimer::timeout, answerDialogs);
@@ -196,12 +157,12 @@ int main(int argc, char *argv[])
                 put(f->txtHeader[box], QString::fromLatin1(text));
         }
         // The other position works on meanwhile; then one to three steps on this form.
-        for (int step = g_random.bounded(3); f && f->isVisible() && step >= 0; --step) {
+        for (int step = g_random.bounded(3); step >= 0; --step) {
             QTest::qWait(g_random.bounded(80));
-            if (f && f->isVisible()) {
-                put(f->txtHeader[0], QStringLiteral("Tree down %1.%2").arg(QString::fromLatin1(argv[2])).arg(i));
-                act(f);
-            }
+            if (!f || !f->isVisible())
+                break;
+            put(f->txtHeader[0], QStringLiteral("Tree down %1.%2").arg(QString::fromLatin1(argv[2])).arg(i));
+            act(f);
         }
         if (f && f->isVisible())
             f->cmdClose_Click();
