@@ -815,7 +815,6 @@ private slots:
         const QString changed = "Changed by another program at ";
         const QStringList theirs{"ISS=Theirs", "AST=6"}, mine{"ISS=Mine", "AST=6"};
         const QString changes = "&Take Theirs|&Keep Mine|Co&py Mine|&Cancel", compared = "&Take Theirs|Co&py Mine|&Close";
-        QTest::newRow("changed, Cancel") << "ISS=Theirs" << changed << "Save" << "cmdCancel" << theirs << "Mine" << changes;
         QTest::newRow("changed, Escape") << "ISS=Theirs" << changed << "Save" << "Escape" << theirs << "Mine" << changes;
         QTest::newRow("changed, Keep Mine") << "ISS=Theirs" << changed << "Save" << "cmdKeepMine" << mine << "" << changes;
         QTest::newRow("changed, Take Theirs") << "ISS=Theirs" << changed << "Save" << "cmdTakeTheirs" << theirs << "Theirs" << changes;

@@ -568,22 +568,19 @@ private slots:
     // differ under the form's captions, and who is named as having written it.
     void conflictWithAnotherProgram_data()
     {
-        QTest::addColumn<QString>("elsewhere"); // their save (noted), their raw write, or nothing
+        QTest::addColumn<QString>("elsewhere"); // their save (noted), their raw write, or a removal
         QTest::addColumn<QStringList>("theirs"); // their changes
         QTest::addColumn<int>("state");          // the state the form would write
         QTest::addColumn<int>("kind");
         QTest::addColumn<QStringList>("differ"); // "field|theirs|mine"
         using K = ReportConflict::Kind;
         const QString issue = "What are you reporting?|Theirs|Mine";
-        QTest::newRow("untouched") << "none" << QStringList() << 6 << int(K::Unchanged) << QStringList();
         QTest::newRow("the same bytes again") << "raw" << QStringList() << 6 << int(K::Unchanged) << QStringList();
         QTest::newRow("saved at a position") << "save" << QStringList{"ISS=Theirs"} << 6 << int(K::Changed) << QStringList{issue};
         QTest::newRow("written by another program")
             << "raw" << QStringList{"ISS=Theirs", "CON=1"} << 6 << int(K::Changed) << QStringList{issue, "Conscious?|Yes|"};
-        QTest::newRow("submitted, form saves") << "save" << QStringList{"AST=9"} << 6 << int(K::Submitted) << QStringList{"What are you reporting?|Fall|Mine", "State|Submitted|Draft"};
         QTest::newRow("submitted, form submits") << "save" << QStringList{"AST=9"} << 2 << int(K::Submitted) << QStringList{"What are you reporting?|Fall|Mine", "State|Submitted|Ready"};
         QTest::newRow("submitted, form deletes") << "save" << QStringList{"AST=9"} << 8 << int(K::Changed) << QStringList{"What are you reporting?|Fall|Mine", "State|Submitted|Deleted"};
-        QTest::newRow("deleted, form saves") << "save" << QStringList{"AST=8"} << 6 << int(K::Deleted) << QStringList{"What are you reporting?|Fall|Mine", "State|Deleted|Draft"};
         QTest::newRow("removed") << "remove" << QStringList() << 6 << int(K::Removed) << QStringList();
     }
 
@@ -1139,13 +1136,10 @@ private slots:
             QVERIFY(f.open(QIODevice::ReadWrite) && f.setFileTime(QDateTime::currentDateTime().addSecs(-31), QFileDevice::FileModificationTime));
         }
         InUseMarks look(folder);
-        for (int i = 0; i < 2; ++i) { // the second look reads nothing again and names nothing again
-            const auto mark = look.isOpenElsewhere("R@1");
-            QCOMPARE(bool(mark), counts);
-            if (mark)
-                QCOMPARE(InUseMarks::describe(*mark), "Open at NRT (Pat Smith, 1234) since "
-                                                          + QDateTime(QDate(2024, 5, 1), QTime(14, 2), Qt::UTC).toLocalTime().toString("HH:mm"));
-        }
+        // The second look reads nothing again and names nothing again. (How a mark is described
+        // is compared in full where the list shows it.)
+        for (int i = 0; i < 2; ++i)
+            QCOMPARE(bool(look.isOpenElsewhere("R@1")), counts);
         QCOMPARE(capture.events.size(), int(kind == "link" || kind == "fifo" || kind == "garbage"));
         child.kill();
         child.waitForFinished();
