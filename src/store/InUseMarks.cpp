@@ -5,7 +5,6 @@
 
 #include <QFile>
 #include <QRegularExpression>
-#include <QSet>
 
 #include <algorithm>
 
@@ -42,14 +41,6 @@ std::optional<NameParts> partsOf(const QString &fileName)
     if (!m.hasMatch())
         return std::nullopt;
     return NameParts{m.captured(1), m.captured(2).toLongLong()};
-}
-
-// Bad entries already named in the event log this run, by file name: each is named once, by
-// whichever look of the program finds it first.
-QSet<QString> &namedEntries()
-{
-    static QSet<QString> named;
-    return named;
 }
 
 qint64 nowMs()
@@ -117,10 +108,9 @@ void InUseMarks::unmark(const QString &name)
 
 void InUseMarks::nameOnce(const SafeFile::Entry &entry, const QString &why)
 {
-    if (namedEntries().contains(entry.fileName))
-        return;
-    namedEntries().insert(entry.fileName);
-    EventLog::current().error(QStringLiteral("The in-use mark %1/%2 %3; it is passed over.").arg(folder(), entry.fileName, why));
+    // Named once this run, by whichever look of the program finds it first.
+    EventLog::current().errorOnce(folder() + QLatin1Char('/') + entry.fileName,
+                                  QStringLiteral("The in-use mark %1/%2 %3; it is passed over.").arg(folder(), entry.fileName, why));
 }
 
 std::optional<InUseMarks::Mark> InUseMarks::readMark(const SafeFile::Folder &dir, const SafeFile::Entry &entry)

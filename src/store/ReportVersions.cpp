@@ -15,7 +15,6 @@
 
 #include <QDir>
 #include <QFile>
-#include <QMutex>
 #include <QRandomGenerator>
 #include <QRegularExpression>
 #include <QSet>
@@ -38,13 +37,8 @@ std::atomic<int> g_days{ReportVersions::Limits().days};
 // Each bad entry is named in the event log once while the program runs, not at every look.
 void nameOnce(const QString &path, const QString &what)
 {
-    static QMutex lock;
-    static QSet<QString> named;
-    const QMutexLocker guard(&lock);
-    if (named.contains(path))
-        return;
-    named.insert(path);
-    EventLog::current().error(QStringLiteral("%1 is %2; passed over, not an earlier version").arg(QDir::toNativeSeparators(path), what));
+    EventLog::current().errorOnce(
+        path, QStringLiteral("%1 is %2; passed over, not an earlier version").arg(QDir::toNativeSeparators(path), what));
 }
 
 QDateTime timeOf(const QString &token)

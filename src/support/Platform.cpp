@@ -3,6 +3,9 @@
 #include "support/CommonConst.h"
 #include "support/SystemEventLog.h"
 
+#include <QMutex>
+#include <QSet>
+
 #include <cstdio>
 
 namespace {
@@ -29,6 +32,19 @@ Notifier *g_notifier = &g_stderr;
 EventLog &EventLog::current()
 {
     return g_eventLog ? *g_eventLog : systemEventLog();
+}
+
+void EventLog::errorOnce(const QString &what, const QString &text)
+{
+    static QMutex lock;
+    static QSet<QString> named;
+    {
+        const QMutexLocker guard(&lock);
+        if (named.contains(what))
+            return;
+        named.insert(what);
+    }
+    error(text);
 }
 
 void EventLog::install(EventLog *log)

@@ -12,6 +12,9 @@ class EventLog {
 public:
     virtual ~EventLog() = default;
     virtual void error(const QString &text) = 0;
+    // error(text) the first time this run that `what` (a path) is named, nothing after: a bad
+    // file that every look finds again is told once, not at every look. Safe on any thread.
+    void errorOnce(const QString &what, const QString &text);
 
     // The log in force: syslog (ident "Zelvatcts", facility user, priority err) unless
     // something else was installed. Passing nullptr restores syslog.
